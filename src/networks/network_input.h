@@ -1,0 +1,22 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace orvix {
+
+/// Number of values in a residue vector: 12 shift entries (six pairs of value and flag in the order
+/// HN, N, HA, C, CA, CB) and 20 residue entries.
+inline constexpr std::size_t residueVectorSize = 32;
+inline constexpr std::size_t shiftEntryCount = 12;
+
+/// The residue-first form of shift-first vectors: the residue entries times 10.0, which gives back
+/// unscaled substitution scores, then the shift entries.
+std::map<int, std::vector<double>> residueFirst(const std::map<int, std::vector<double>>& input);
+
+/// The letter by which substitution scores and networks know a residue: the states of cysteine and
+/// histidine read as C and H.
+std::string baseLetter(const std::string& letter);
+
+}  // namespace orvix

@@ -1,0 +1,67 @@
+#include "networks/phi_psi_table.h"
+
+#include <cstdio>
+
+namespace orvix {
+namespace {
+
+constexpr int binCount = 18;
+constexpr int boxCount = binCount * binCount;
+
+void appendNumber(std::string& text, const char* format, int value) {
+    char buffer[32];
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    std::snprintf(buffer, sizeof buffer, format, value);
+#pragma GCC diagnostic pop
+    text += buffer;
+}
+
+}  // namespace
+
+std::string phiPsiTableHeader(const std::string& title) {
+    std::string text =
+        "REMARK  Neural network predicted 2D Phi/Psi distribution map for " + title +
+        "\n\n"
+        "REMARK  Ramachandran map is grouped into 18x18 Phi/Psi boxes\n"
+        "REMARK  Q_k: predicted likelihood of a residue residing in the k-th box\n"
+        "\n"
+        "REMARK  Phi/Psi box index matrix\n"
+        "REMARK    PHI:       ";
+    for (int phi = 0; phi < binCount; ++phi) {
+        appendNumber(text, "%4d ", -180 + 20 * phi);
+    }
+    text += "\nREMARK --------------------------------------------------------------------\n";
+    for (int psi = binCount - 1; psi >= 0; --psi) {
+        appendNumber(text, "REMARK    PSI=%5d: ", -180 + 20 * psi);
+        for (int phi = 0; phi < binCount; ++phi) {
+            appendNumber(text, "%4d ", phi * binCount + psi);
+        }
+        text += '\n';
+    }
+    text += "\nVARS RESID RESNAME CS_CNT5 CS_CNT_R2 CLUST_N CLUST_1_PER ";
+    for (int k = 0; k < boxCount; ++k) {
+        appendNumber(text, "Q_%d ", k);
+    }
+    text += "\nFORMAT %4d %1s %2d %2d  %2d  %5.2f   ";
+    for (int k = 0; k < boxCount; ++k) {
+        text += "%5.3f ";
+    }
+    text += "\n\n";
+    return text;
+}
+
+void appendPhiPsiRow(std::string& text, const PhiPsiTableRow& row, std::span<const double> map) {
+    char buffer[400];
+    std::snprintf(buffer, sizeof buffer, " %4d %1s %2d %2d  %2d %5.3f   ", row.residue,
+                  row.name.c_str(), row.windowShifts, row.residueShifts, row.clusterCount,
+                  row.firstShare);
+    text += buffer;
+    for (double q : map) {
+        std::snprintf(buffer, sizeof buffer, "%5.3f ", q);
+        text += buffer;
+    }
+    text += '\n';
+}
+
+}  // namespace orvix

@@ -1,0 +1,177 @@
+#include <algorithm>
+#include <cstdio>
+#include <iostream>
+#include <memory>
+
+#include "networks/ann.h"
+#include "networks/network_input.h"
+#include "networks/secondary_structure.h"
+#include "networks/ssann.h"
+#include "run/citation.h"
+#include "run/orvix.h"
+
+namespace {
+
+using orvix::ClassValues;
+using ValuesByResidue = std::map<int, ClassValues>;
+
+const ClassValues zeroValues(3, 0.0);
+
+const ClassValues& valuesAt(const ValuesByResidue& values, int residue) {
+    const auto found = values.find(residue);
+    return found == values.end() || found->second.size() != 3 ? zeroValues : found->second;
+}
+
+/// Runs one of the shift networks and returns its class values by residue.
+ValuesByResidue runShiftNetwork(const ORVIX& run, const char* name, int inputCode,
+                                std::map<int, std::vector<double>> input) {
+    const bool five = inputCode == 5;
+    ANN network(five ? 164 : inputCode == 0 ? 96 : 84, five ? 40 : 20, 3, five ? 19 : 9, 6, 3,
+                run.tabDir, name);
+    network.set_input_code(inputCode);
+    network.runANN(input);
+    return std::move(network.level2Output);
+}
+
+/// The network that stands for a residue by where shifts are missing around it, or zeros where two
+/// or more of the three positions lack them.
+const ClassValues& selectValues(const ORVIX& run, const ValuesByResidue& complete, int residue) {
+    const auto good = [&run](int r) { return run.missingAt(r) <= 3; };
+    const bool before = good(residue - 1), here = good(residue), after = good(residue + 1);
+    if (before && here && after) {
+        return valuesAt(complete, residue);
+    }
+    if (before && !here && after) {
+        return valuesAt(run.ssCenterResult, residue);
+    }
+    if (!before && here && after) {
+        return valuesAt(run.ssPrevResult, residue);
+    }
+    if (before && here && !after) {
+        return valuesAt(run.ssNextResult, residue);
+    }
+    return zeroValues;
+}
+
+bool outOfRange(const ORVIX& run, int residue) {
+    return residue < run.firstResid || residue > run.lastResid ||
+           (residue == run.firstResid && residue != run.firstCSResid) ||
+           (residue == run.lastResid && residue != run.lastCSResid);
+}
+
+/// Sum of two class vectors scaled to 1, in single precision.
+ClassValues combine(const ClassValues& first, const ClassValues& second) {
+    const auto a = static_cast<float>(first[0] + second[0]);
+    const auto b = static_cast<float>(first[1] + second[1]);
+    const auto c = static_cast<float>(first[2] + second[2]);
+    const float total = a + b + c;
+    if (total == 0.0F) {
+        return second;
+    }
+    const float s = 1.0F / total;
+    return {static_cast<double>(a * s), static_cast<double>(b * s), static_cast<double>(c * s)};
+}
+
+bool isChainEnd(const ORVIX& run, int residue) {
+    return residue == run.firstCSResid || residue == run.lastCSResid || residue == 1 ||
+           residue == run.seqFirstResid + run.seqLength - 1;
+}
+
+std::string tableHeader(const ORVIX& run) {
+    std::string text =
+        "REMARK Secondary Structure Prediction for Chemical Shift Input " + run.inTitle +
+        "\n \n"
+        "REMARK     H-Helix    E-Strand   L-Coil (Chemical shift based)\n"
+        "REMARK     h-Helix    e-Strand   c-Coil (Sequence based)\n"
+        " \n"
+        "REMARK Reference:\n";
+    for (std::string_view line : orvix::citation) {
+        text += "REMARK ";
+        text.append(line) += '\n';
+    }
+    text += " \nDATA FIRST_RESID " + std::to_string(run.inTable.firstResid) + "\n \n";
+    return text;
+}
+
+}  // namespace
+
+void ORVIX::runSS_Prediction() {
+    seqSSResult = runShiftNetwork(*this, "ss", 0, annInput);
+    ssCenterResult = runShiftNetwork(*this, "ss.center", 2, annInput);
+    ssPrevResult = runShiftNetwork(*this, "ss.prev", 1, annInput);
+    ssNextResult = runShiftNetwork(*this, "ss.next", 3, annInput);
+    const ValuesByResidue five =
+        runShiftNetwork(*this, "ss5", 5, orvix::residueFirst(annInput));
+
+    std::map<int, std::vector<double>> sequenceInput;
+    for (const auto& [residue, letter] : seq) {
+        ClassValues values =
+            outOfRange(*this, residue) ? zeroValues : selectValues(*this, seqSSResult, residue);
+        const auto wide = five.find(residue);
+        if (wide != five.end() && wide->second.size() == 3 && values != zeroValues) {
+            values = combine(wide->second, values);
+        }
+        ssShiftResult[residue] = std::move(values);
+
+        const auto scores = blosumRaw.find(orvix::baseLetter(letter));
+        if (scores != blosumRaw.end() && scores->second.size() == 20) {
+            sequenceInput[residue] = scores->second;
+        }
+    }
+    SSANN sequenceNetwork(272, 60, 3, 51, 15, 3, tabDir, "seqSS");
+    sequenceNetwork.setKNOWN_SS(ssShiftResult);
+    sequenceNetwork.runANN(sequenceInput);
+    seqSSResult = std::move(sequenceNetwork.level2Output);
+
+    const std::string file = outBase + "SS.tab";
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> out(std::fopen(file.c_str(), "w"),
+                                                              &std::fclose);
+    if (out == nullptr) {
+        std::cerr << "\tCan't open write file " << file << " !!!\n";
+        return;
+    }
+    orvix::ClassBlocks blocks("");
+    std::string rows;
+    for (const auto& [residue, shiftValues] : ssShiftResult) {
+        const bool decidedByShifts =
+            std::max({shiftValues[0], shiftValues[1], shiftValues[2]}) != 0.0;
+        const bool end = isChainEnd(*this, residue);
+        orvix::ClassCall call;
+        ClassValues shown = shiftValues;
+        if (decidedByShifts) {
+            call = orvix::callClass(shiftValues, "HEL");
+            if (end) {
+                call.letter = "L";
+                call.confidence = 0.0;
+            }
+        } else {
+            call = orvix::callClass(valuesAt(seqSSResult, residue), "hec");
+        }
+        call.confidence = orvix::shownConfidence(call.confidence);
+        if (call.letter == "h" || call.letter == "e" || call.letter == "c") {
+            shown = seqSSResult[residue];
+        } else if (end) {
+            shown.assign(3, 0.3333);
+        }
+        const std::string letter = seqName(residue);
+        blocks.add(letter, call.letter, call.confidence);
+
+        const auto original = seqOrig.find(residue);
+        if (original == seqOrig.end() || original->second.empty()) {
+            continue;
+        }
+        char line[200];
+        std::snprintf(line, sizeof line, " %4d %1s %2d %2d %8.3f %8.3f %8.3f %4.2f %s\n", residue,
+                      residueLabel(residue).c_str(),
+                      18 - missingAt(residue - 1) - missingAt(residue) - missingAt(residue + 1),
+                      6 - missingAt(residue), shown[0], shown[1], shown[2], call.confidence,
+                      call.letter.c_str());
+        rows += line;
+    }
+    const std::string text =
+        tableHeader(*this) + blocks.finish() +
+        "VARS RESID RESNAME CS_CNT CS_CNT_R2 Q_H Q_E Q_L CONFIDENCE SS_CLASS\n"
+        "FORMAT %4d %1s %2d %2d %8.3f %8.3f %8.3f %4.2f %s\n\n" +
+        rows;
+    std::fwrite(text.data(), 1, text.size(), out.get());
+}

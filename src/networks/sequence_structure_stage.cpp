@@ -1,0 +1,98 @@
+#include <algorithm>
+#include <cstdio>
+#include <iostream>
+#include <memory>
+
+#include "networks/check_file.h"
+#include "networks/secondary_structure.h"
+#include "networks/ssann.h"
+#include "run/orvix.h"
+#include "run/process.h"
+
+namespace {
+
+/// Reads the profile of the run; residues are numbered from `first`.
+std::map<int, std::vector<double>> readProfile(ORVIX& run, int first) {
+    run.seq.clear();
+    orvix::SequenceProfile profile;
+    int length = 0, extraRows = 0;
+    const orvix::CheckFileStatus status =
+        orvix::readCheckFile(run.blastCheckFile, profile, length, extraRows);
+    if (status == orvix::CheckFileStatus::cannotOpen) {
+        std::cout << "Unable to open file";
+        orvix::endProcess(-1);
+    }
+    if (status == orvix::CheckFileStatus::badLength) {
+        orvix::endProcess(-1, "\tCheck file " + run.blastCheckFile + " has a sequence length of " +
+                                  std::to_string(length) + ", expected 0 to " +
+                                  std::to_string(orvix::checkFileLengthLimit) + "\n");
+    }
+    if (extraRows > 0) {
+        std::cerr << "\tCheck file " << run.blastCheckFile << " has " << extraRows
+                  << " rows beyond its sequence, they are dropped\n";
+    }
+    std::map<int, std::vector<double>> input;
+    for (std::size_t i = 0; i < profile.rows.size(); ++i) {
+        const int residue = first + static_cast<int>(i);
+        std::vector<double>& vector = input[residue];
+        for (double value : profile.rows[i]) {
+            vector.push_back(value * 100.0);
+        }
+        run.seq[residue] = std::string(1, profile.sequence[i]);
+    }
+    return input;
+}
+
+}  // namespace
+
+void ORVIX::runSeqSS_Prediction() {
+    std::cout << "Secondary structure prediction ..." << std::endl;
+    int first = 1;
+    if (!inFile.empty()) {
+        inTable.loadGDB(inFile);
+        seq = inTable.residList;
+        first = inTable.firstResid;
+    }
+    std::map<int, std::vector<double>> profile;
+    if (!blastCheckFile.empty()) {
+        profile = readProfile(*this, first);
+    }
+    SSANN network(314, 70, 3, 59, 15, 3, tabDir, "seqSS15");
+    network.setOrder(5);
+    network.runANN(profile);
+    seqSSResult = std::move(network.level2Output);
+
+    const std::string file = outBase + "SS.tab";
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> out(std::fopen(file.c_str(), "w"),
+                                                              &std::fclose);
+    if (out == nullptr) {
+        std::cerr << "\tCan't open write file " << file << " !!!\n";
+        return;
+    }
+    orvix::ClassBlocks blocks("\n");
+    std::string rows;
+    for (const auto& [residue, values] : seqSSResult) {
+        orvix::ClassCall call = orvix::callClass(values, "hec");
+        if (call.letter == "x") {
+            call.letter = "c";
+        }
+        call.confidence = orvix::shownConfidence(call.confidence);
+        const std::string& letter = seqName(residue);
+        blocks.add(letter, call.letter, call.confidence);
+        char line[200];
+        std::snprintf(line, sizeof line, " %4d %1s %8.3f %8.3f %8.3f %4.2f %s\n", residue,
+                      letter.c_str(), values[0], values[1], values[2], call.confidence,
+                      call.letter.c_str());
+        rows += line;
+    }
+    const std::string text =
+        "REMARK  Neural network secondary structure prediction for " + inTitle +
+        "\nREMARK  Predictions using amino acid sequence alone\n"
+        "REMARK     h-Helix    e-Strand   c-Coil \n\n"
+        "DATA FIRST_RESID " +
+        std::to_string(first) + "\n\n" + blocks.finish() +
+        "VARS RESID RESNAME Q_H Q_E Q_L CONFIDENCE SS_CLASS\n"
+        "FORMAT %4d %1s %8.3f %8.3f %8.3f %4.2f %s\n\n" +
+        rows;
+    std::fwrite(text.data(), 1, text.size(), out.get());
+}

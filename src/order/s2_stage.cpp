@@ -1,0 +1,47 @@
+#include <cstdio>
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "order/rci.h"
+#include "run/orvix.h"
+
+namespace {
+
+struct FileCloser {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+// What the method leaves of rigidity: S2 = 1 - (its value), with this constant in place of 1.
+constexpr double s2Base = 1.003;
+
+}  // namespace
+
+void ORVIX::runS2_Prediction() {
+    std::cout << "RCI prediction ...\n";
+
+    RCI engine;
+    engine.runRCI(annInput, secShift, seq);
+    s2 = engine.s2;
+
+    const std::string name = outBase + "S2.tab";
+    const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(name.c_str(), "w"));
+    if (!file) {
+        std::cerr << "\tCan't open file " << name << " !!!\n";
+        return;
+    }
+    std::fprintf(file.get(),
+                 "REMARK  Predicted order parameter (S2) from backbone chemical shifts for %s\n"
+                 "REMARK    from Ivar Halvorn's RCI method, JACS, 127(43), 14970-14971\n"
+                 "\n"
+                 "VARS RESID RESNAME CS_CNT CS_CNT_R2 S2 \n"
+                 "FORMAT %%4d %%1s %%2d %%2d %%8.3f \n"
+                 "\n",
+                 inTitle.c_str());
+    for (const auto& [residue, value] : s2) {
+        const int own = missingAt(residue);
+        const int around = own + missingAt(residue - 1) + missingAt(residue + 1);
+        std::fprintf(file.get(), " %4d %1s %2d %2d %8.3f\n", residue, residueLabel(residue).c_str(),
+                     18 - around, 6 - own, value > 999.0 ? 9999.0 : s2Base - value);
+    }
+}

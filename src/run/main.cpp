@@ -1,0 +1,40 @@
+#include <cstdio>
+#include <ctime>
+#include <iostream>
+#include <memory>
+#include <string>
+
+#include "run/command_line.h"
+#include "run/orvix.h"
+
+int main(int argc, char** argv) {
+    auto run = std::make_unique<ORVIX>();
+    run->printInfo();
+    if (argc <= 1) {
+        run->printSyntax();
+    }
+    std::string joined;
+    for (int i = 1; i < argc; ++i) {
+        joined += ' ';
+        joined += argv[i];
+    }
+    const orvix::CommandLine commandLine = orvix::parseCommandLine(joined, run->argNames);
+    for (const std::string& name : commandLine.unknown) {
+        std::cerr << " Invaid arg name -" << name << '\n';
+    }
+
+    const std::clock_t start = std::clock();
+    run->setArgs(commandLine.options);
+    if (commandLine.sequenceOnly) {
+        run->runSeqSS_Prediction();
+    } else {
+        run->orvixPredict();
+    }
+    const std::clock_t end = std::clock();
+
+    // The time line counts in whole milliseconds of the process clock.
+    const std::clock_t ticks = (end - start) / (CLOCKS_PER_SEC / 1000);
+    std::fflush(stdout);
+    std::cout << " Running time: " << static_cast<float>(ticks) * 0.001F << " seconds" << std::endl;
+    return 0;
+}

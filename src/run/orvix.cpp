@@ -1,0 +1,111 @@
+#include "run/orvix.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "networks/chi1ann.h"
+#include "run/angles.h"
+#include "search/db.h"
+#include "structure/pdb.h"
+
+namespace {
+
+/// Data directory and directory separator from the environment.
+struct Places {
+    std::string directory = ".";
+    std::string separator;
+};
+
+Places placesFromEnvironment() {
+    Places places;
+    if (const char* set = std::getenv("ORVIXN_DIR")) {
+        if (std::strchr(set, '/') != nullptr) {
+            return {set, "/"};
+        }
+        if (std::strchr(set, '\\') != nullptr) {
+            return {set, "\\"};
+        }
+        return places;
+    }
+    const char* path = std::getenv("PATH");
+    if (path == nullptr) {
+        places.separator = "\\";
+    } else if (std::strchr(path, '/') != nullptr) {
+        places.separator = "/";
+    } else if (std::strchr(path, '\\') != nullptr) {
+        places.separator = "\\";
+    }
+    return places;
+}
+
+}  // namespace
+
+ORVIX::ORVIX()
+    : argNames{"orvixDir", "orvixNDir", "orvixnDir",   "shiftDir",      "pdbDir",
+               "tabDir",   "predDir",   "in",          "inTitle",       "star",
+               "bmrb",     "auto",      "noauto",      "graph",         "nograph",
+               "ref",      "refTitle",  "pdb",         "sum",           "all",
+               "out",      "homo",      "iso",         "noiso",         "autoproton",
+               "noproton", "proton",    "offset",      "map",           "db",
+               "w",        "rand",      "adj",         "prev",          "next",
+               "limits",   "noautoExcl", "autoExcl",   "excl",          "first",
+               "last",     "thresh",    "count",       "clip",          "noclip",
+               "path",     "nopath",    "nofast",      "verb",          "noverb",
+               "tpct",     "dbpct",     "s2Thresh",    "check",         "blast_check",
+               "seqSS",    "help",      "alignLen",    "len",           "np",
+               "OxiCysCheck", "noOxiCysCheck"},
+      atomNames{{1, "N"}, {2, "HA"}, {3, "C"}, {4, "CA"}, {5, "CB"}, {6, "HN"}} {
+    const Places places = placesFromEnvironment();
+    orvixDir = places.directory;
+    pathSep = places.separator;
+    for (char letter : std::string("CDEFHIKLMNQRSTVWY")) {
+        chi1Nets[std::string(1, letter)] = nullptr;
+    }
+}
+
+ORVIX::~ORVIX() {
+    delete refPDB;
+    delete db;
+    for (auto& [letter, network] : chi1Nets) {
+        delete network;
+    }
+    // Both matrices are one block with a table of row pointers into it.
+    if (shiftMatrix != nullptr) {
+        delete[] shiftMatrix[0];
+        delete[] shiftMatrix;
+    }
+    if (obsShift != nullptr) {
+        delete[] obsShift[0];
+        delete[] obsShift;
+    }
+    if (obsResName != nullptr) {
+        delete[] obsResName[0];
+        delete[] obsResName;
+    }
+}
+
+double ORVIX::getDiff(double a, double b) { return orvix::angleDifference(a, b); }
+double ORVIX::getAVGAngle2(std::vector<double>& v) { return orvix::meanAngle(v); }
+double ORVIX::getSTDAngle(std::vector<double>& v) { return orvix::angleSpread(v); }
+double ORVIX::getAverage(std::vector<double>& v) { return orvix::mean(v); }
+double ORVIX::getSTDev(std::vector<double>& v) { return orvix::sampleDeviation(v); }
+double ORVIX::getConfidence(std::vector<double>& v) { return orvix::classMargin(v); }
+std::string ORVIX::getChi1Rotamer(float chi1) { return std::string(orvix::chi1Rotamer(chi1)); }
+
+const std::string& ORVIX::seqName(int res) const {
+    static const std::string none;
+    const auto found = seq.find(res);
+    return found == seq.end() ? none : found->second;
+}
+
+std::string ORVIX::residueLabel(int res) const {
+    const auto found = seqOrig.find(res);
+    return found != seqOrig.end() && found->second.size() == 1 ? found->second : "?";
+}
+
+int ORVIX::missingAt(int res) const {
+    const auto found = missingCount.find(res);
+    return found == missingCount.end() ? 0 : found->second;
+}
+
+std::string ORVIX::tablePath(const std::string& name) const { return tabDir + pathSep + name; }

@@ -1,0 +1,130 @@
+#include <iostream>
+
+#include "networks/chi1ann.h"
+#include "run/orvix.h"
+#include "tables/number_text.h"
+
+namespace {
+
+/// Cell `column` of the row of `table` whose RESNAME is `row`; `missing` without that row, 0.0 for
+/// a row without that cell.
+double lookUp(GDB& table, const std::string& row, const std::string& column, double missing) {
+    const std::map<std::string, std::string> entry = table.getEntry("RESNAME", row, 1);
+    if (entry.empty()) {
+        return missing;
+    }
+    const auto cell = entry.find(column);
+    return cell == entry.end() ? 0.0 : orvix::textToDouble(cell->second);
+}
+
+std::string cellText(const std::map<std::string, std::string>& row, const std::string& column) {
+    const auto cell = row.find(column);
+    return cell == row.end() ? std::string() : cell->second;
+}
+
+constexpr const char* chi1Letters = "CDEFHIKLMNQRSTVWY";
+
+}  // namespace
+
+double ORVIX::getWeight(const std::string& row, const std::string& col) {
+    return lookUp(weightTable, row, col, 9999.0);
+}
+
+double ORVIX::getRC(const std::string& res, const std::string& atom) {
+    return lookUp(randCoilTable, res, atom, 9999.0);
+}
+
+double ORVIX::getRCadj(const std::string& res, const std::string& atom) {
+    return lookUp(rcAdjTable, res, atom, 0.0);
+}
+
+double ORVIX::getPrevRCadj(const std::string& res, const std::string& atom) {
+    return lookUp(rcPrevTable, res, atom, 0.0);
+}
+
+double ORVIX::getNextRCadj(const std::string& res, const std::string& atom) {
+    return lookUp(rcNextTable, res, atom, 0.0);
+}
+
+void ORVIX::init() {
+    const auto load = [this](GDB& table, const std::string& file, const char* status) {
+        if (!noPath) {
+            std::cout << status << file << '\n';
+        }
+        table.loadGDB(file);
+    };
+
+    inTable.loadGDB(inFile);
+    if (!exclList.empty()) {
+        std::cout << "Excluding Sources in Database: " << exclList << '\n';
+    }
+    load(randCoilTable, randCoilFile, "Reading Random Coil Shifts from ");
+    load(rcAdjTable, rcAdjFile, "Reading RC Adjustments from ");
+    load(rcPrevTable, rcPrevFile, "Reading Previous Residue RC Adjustments from ");
+    load(rcNextTable, rcNextFile, "Reading Next Residue RC Adjustments from ");
+    if (isoCorrect) {
+        isoAdjTable.loadGDB(isoAdjFile);
+        for (const auto& [number, row] : isoAdjTable.entries) {
+            std::map<std::string, double>& adjustment = isoAdj[cellText(row, "RESNAME")];
+            adjustment["CA"] = orvix::textToDouble(cellText(row, "CA"));
+            adjustment["CB"] = orvix::textToDouble(cellText(row, "CB"));
+        }
+    }
+    load(ssLimitTable, ssLimitFile, "Reading Secondary Shift Limits from ");
+    load(homologyTable, homologyFile, "Reading Homology Values from ");
+    load(weightTable, weightFile, "ORVIX Weight Factors from ");
+
+    int index = 1;
+    for (int position = 1; position <= 3; ++position) {
+        const std::string row = "R" + std::to_string(position);
+        for (const auto& [key, atom] : atomNames) {
+            atomPosWeight[index++] = getWeight(row, atom);
+        }
+        posWeight[position] = getWeight(row, "W");
+    }
+    const double averageWeight = getWeight("AVG", "W");
+    for (const auto& [key, atom] : atomNames) {
+        atomWeight[key] = averageWeight * getWeight("AVG", atom);
+    }
+
+    for (const auto& [number, row] : homologyTable.entries) {
+        std::map<std::string, double>& values = homology[cellText(row, "RESNAME")];
+        for (const auto& [column, cell] : row) {
+            if (column != "RESNAME") {
+                values[column] = orvix::textToDouble(cell);
+            }
+        }
+    }
+
+    blosumLetters1 = "A C D E F G H I K L M N P Q R S T V W Y";
+    blosumLetters2 = "ARNDCQEGHILKMFPSTWYV";
+    GDB blosumTable;
+    blosumTable.loadGDB(tablePath("BLOSUM62.tab"));
+    for (const auto& [number, row] : blosumTable.entries) {
+        const std::string name = cellText(row, "RESNAME");
+        for (const auto& [column, cell] : row) {
+            if (column.empty() || blosumLetters1.find(column) == std::string::npos) {
+                continue;
+            }
+            const double score = orvix::textToDouble(cell);
+            blosumScaled[name].push_back(score * 0.1);
+            if (!name.empty()) {
+                blosum[name[0]][column[0]] = score;
+            }
+        }
+        for (char letter : blosumLetters2) {
+            blosumRaw[name].push_back(
+                orvix::textToDouble(cellText(row, std::string(1, letter))));
+        }
+    }
+    for (const char* unknown : {"x", "X", "?"}) {
+        blosumRaw[unknown].insert(blosumRaw[unknown].end(), blosumLetters2.size(), 0.0);
+    }
+
+    for (char letter : std::string(chi1Letters)) {
+        const std::string name(1, letter);
+        delete chi1Nets[name];
+        chi1Nets[name] = nullptr;
+        chi1Nets[name] = new CHI1ANN(39, 15, 1, tabDir, "chi1_" + name);
+    }
+}

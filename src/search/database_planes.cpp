@@ -1,0 +1,117 @@
+#include "search/database_planes.h"
+
+#include <algorithm>
+
+#include "search/db.h"
+
+namespace orvix {
+
+namespace {
+
+/// Up to this size the content is compared before planes are used again.
+constexpr int smallDatabase = 100000;
+
+std::uint64_t hashContent(const DB& db) {
+    if (db.dbSize > smallDatabase) {
+        return 0;
+    }
+    std::uint64_t hash = 0x9E3779B97F4A7C15U;
+    const auto mix = [&hash](int value) {
+        hash = (hash ^ static_cast<std::uint32_t>(value)) * 0x100000001B3U;
+        hash ^= hash >> 29;
+    };
+    for (int i = 0; i < db.dbSize; ++i) {
+        mix(db.resids[i]);
+        mix(db.boxes[i]);
+        mix(db.resNames[i]);
+    }
+    return hash;
+}
+
+struct SlotTable {
+    SlotTable() {
+        for (int box = 0; box < boxCount; ++box) {
+            const int row = box / 18;
+            const int column = box % 18;
+            slots[static_cast<std::size_t>(box)] =
+                (row / 4 * 5 + column / 4) * 16 + row % 4 * 4 + column % 4;
+        }
+    }
+    std::array<int, boxCount> slots;
+};
+
+bool inOrder(std::span<const ProteinBlock> blocks) {
+    int behind = 0;
+    for (const ProteinBlock& block : blocks) {
+        if (block.last < block.first) {
+            continue;
+        }
+        if (block.first < behind) {
+            return false;
+        }
+        behind = block.last + 1;
+    }
+    return true;
+}
+
+}  // namespace
+
+int slotOfBox(int box) {
+    static const SlotTable table;
+    return box >= 0 && box < boxCount ? table.slots[static_cast<std::size_t>(box)]
+                                      : strayTile * 16;
+}
+
+DatabasePlanes::DatabasePlanes(const DB& db, std::span<const ProteinBlock> blocks, int halfWidth)
+    : rows_(db.dbSize),
+      halfWidth_(halfWidth),
+      contentHash_(hashContent(db)),
+      blocks_(blocks.begin(), blocks.end()) {
+    const std::size_t size = static_cast<std::size_t>(rows_) + 2 * margin;
+    tile_.assign(size, strayTile);
+    place_.assign(size, 0);
+    letter_.assign(size, noLetter);
+    centre_.assign(size, noLetter);
+    usable_ = inOrder(blocks);
+
+    std::array<int, 256> codes;
+    codes.fill(-1);
+    for (int i = 0; i < rows_; ++i) {
+        const std::size_t at = static_cast<std::size_t>(i) + margin;
+        const int slot = slotOfBox(db.boxes[i]);
+        tile_[at] = static_cast<std::uint8_t>(slot / 16);
+        place_[at] = static_cast<std::uint8_t>(slot % 16);
+        hasStrayBoxes_ = hasStrayBoxes_ || slot == strayTile * 16;
+        int& code = codes[static_cast<unsigned char>(db.resNames[i])];
+        if (code < 0) {
+            code = std::min(static_cast<int>(letters_.size()), noLetter);
+            usable_ = usable_ && code < noLetter;
+            if (code < noLetter) {
+                letters_.push_back(db.resNames[i]);
+            }
+        }
+        letter_[at] = static_cast<std::uint8_t>(code);
+    }
+
+    for (const ProteinBlock& block : blocks) {
+        // Rows behind the last gap in numbering, up to and with the row looked at.
+        int run = 0;
+        for (int i = block.first; i <= block.last; ++i) {
+            const bool follows =
+                i > block.first && static_cast<long long>(db.resids[i]) - db.resids[i - 1] == 1;
+            run = follows ? run + 1 : 1;
+            if (run >= 2 * halfWidth + 1) {
+                const std::size_t middle = static_cast<std::size_t>(i - halfWidth) + margin;
+                centre_[middle] = letter_[middle];
+            }
+        }
+    }
+}
+
+bool DatabasePlanes::fit(const DB& db, std::span<const ProteinBlock> blocks, int halfWidth) const {
+    return rows_ == db.dbSize && halfWidth_ == halfWidth &&
+           std::equal(blocks.begin(), blocks.end(), blocks_.begin(), blocks_.end()) &&
+           contentHash_ == hashContent(db);
+}
+
+}  // namespace orvix

@@ -1,0 +1,79 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+class DB;
+
+namespace orvix {
+
+/// Rows first..last of one protein.
+struct ProteinBlock {
+    int first;
+    int last;
+    bool operator==(const ProteinBlock&) const = default;
+};
+
+/// Boxes are kept as a tile of 4 x 4 boxes and the place in it, so that the values of the boxes of a
+/// tile fit one 16 byte table. 25 tiles cover the 18 x 18 grid; one more stands for any index that
+/// is no box.
+inline constexpr int tileCount = 26;
+inline constexpr int strayTile = 25;
+inline constexpr int slotCount = tileCount * 16;
+inline constexpr int boxCount = 324;
+
+/// Tile * 16 + place of a box index, or of any other int (the first slot of the stray tile).
+int slotOfBox(int box);
+
+/// Letters are kept as codes in order of first appearance. The last code stands for no letter, and
+/// in the plane of centres for a row that can't be the middle of a window.
+inline constexpr int letterCodes = 32;
+inline constexpr int noLetter = letterCodes - 1;
+
+/// The columns of a database that the scan looks at, one byte a row, for one window half-width.
+/// Read-only once built; belongs to the content that it was built from.
+class DatabasePlanes {
+  public:
+    /// Rows readable before the first and behind the last one.
+    static constexpr int margin = 64;
+
+    /// `halfWidth` 0..3. Blocks must lie inside the rows of `db`.
+    DatabasePlanes(const DB& db, std::span<const ProteinBlock> blocks, int halfWidth);
+
+    /// Whether these planes still describe `db` for these blocks and this half-width. The content of
+    /// a small database is compared; of a large one only its size, since a load drops the planes.
+    bool fit(const DB& db, std::span<const ProteinBlock> blocks, int halfWidth) const;
+
+    /// Whether the fast scan can be used: blocks in rising order without overlap, and few letters.
+    bool usable() const { return usable_; }
+    int rows() const { return rows_; }
+    int halfWidth() const { return halfWidth_; }
+    std::span<const ProteinBlock> blocks() const { return blocks_; }
+    /// Whether some row has a box index that is no box.
+    bool hasStrayBoxes() const { return hasStrayBoxes_; }
+    /// Letter of each code in use.
+    const std::string& letters() const { return letters_; }
+
+    const std::uint8_t* tile() const { return tile_.data() + margin; }
+    const std::uint8_t* place() const { return place_.data() + margin; }
+    const std::uint8_t* letter() const { return letter_.data() + margin; }
+    /// Letter code of the rows that can be the middle of a window: h rows inside their block, with
+    /// residue numbers that run on without a gap. noLetter elsewhere.
+    const std::uint8_t* centre() const { return centre_.data() + margin; }
+
+  private:
+    int rows_;
+    int halfWidth_;
+    bool usable_ = true;
+    bool hasStrayBoxes_ = false;
+    std::uint64_t contentHash_ = 0;
+    std::vector<ProteinBlock> blocks_;
+    std::string letters_;
+    std::vector<std::uint8_t> tile_, place_, letter_, centre_;
+};
+
+}  // namespace orvix

@@ -1,0 +1,298 @@
+#include "search/db_reader.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <mutex>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "run/parallel.h"
+#include "search/db.h"
+#include "search/db_text.h"
+#include "search/text_blocks.h"
+
+namespace orvix {
+
+namespace {
+
+/// Consecutive rows of one source word.
+struct SourceRun {
+    int firstRow;
+    std::string source;
+};
+
+DatabaseRow cellsOf(DB& db, int row) {
+    DatabaseRow cells;
+    cells.shifts = db.shifts[row];
+    cells.angles = db.angles[row];
+    cells.resid = &db.resids[row];
+    cells.box = &db.boxes[row];
+    cells.letter = &db.resNames[row];
+    return cells;
+}
+
+void clearRow(DB& db, int row) {
+    std::fill_n(db.shifts[row], 12, 0.0F);
+    std::fill_n(db.angles[row], 3, 0.0F);
+    db.resids[row] = 0;
+    db.boxes[row] = 0;
+    db.resNames[row] = '\0';
+}
+
+bool isExcluded(const std::string& exclList, std::string_view source) {
+    return !exclList.empty() && exclList.find(source) != std::string::npos;
+}
+
+std::string describe(const std::string& path, std::int64_t line, LineResult result) {
+    return "\tDatabase file " + path + ", line " + std::to_string(line) +
+           (result == LineResult::sourceTooLong
+                ? ": source word of more than " + std::to_string(maxSourceLength) + " characters\n"
+                : ": not the " + std::to_string(databaseFields) + " fields of a residue\n");
+}
+
+void appendSource(std::vector<SourceRun>& runs, int row, std::string_view source) {
+    if (runs.empty() || runs.back().source != source) {
+        runs.push_back({row, std::string(source)});
+    }
+}
+
+/// Fills the source column from the runs of all rows, in order of rows.
+void storeSources(const std::vector<SourceRun>& runs, int rows, DB& db) {
+    for (std::size_t k = 0; k < runs.size(); ++k) {
+        if (runs[k].source != db.sources.names.back()) {
+            db.sources.names.push_back(runs[k].source);
+        }
+        const int end = k + 1 < runs.size() ? runs[k + 1].firstRow : rows;
+        std::fill(db.sources.protein.data() + runs[k].firstRow, db.sources.protein.data() + end,
+                  static_cast<int>(db.sources.names.size()) - 1);
+    }
+}
+
+struct LineCount {
+    int rows = 0;            ///< lines that hold a row
+    std::int64_t lines = 0;  ///< all lines
+};
+
+LineCount countLines(const std::vector<char>& block) {
+    LineCount count;
+    const char* const end = block.data() + block.size();
+    for (const char* p = block.data(); p < end; ++count.lines) {
+        const char* const feed =
+            static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)));
+        if (static_cast<unsigned char>(*p) > '#' ||
+            !isSkippedLine(std::string_view(p, static_cast<std::size_t>(feed - p)))) {
+            ++count.rows;
+        }
+        p = feed + 1;
+    }
+    return count;
+}
+
+/// The state that the readers of one file share.
+class Reading {
+  public:
+    Reading(TextBlocks& text, const std::string& path, const std::string& exclList, int capacity,
+            DB& db)
+        : text_(text), path_(path), exclList_(exclList), capacity_(capacity), db_(db) {}
+
+    /// Reads blocks until the text ends. Several threads may do so at once when nothing is
+    /// excluded: each block is counted before the next is handed out, so its rows are known.
+    void work(bool countFirst) {
+        std::vector<char> block;
+        for (;;) {
+            Part part;
+            {
+                const std::lock_guard<std::mutex> hold(mutex_);
+                if (stop_ || !text_.next(block)) {
+                    return;
+                }
+                part.firstRow = nextRow_;
+                part.firstLine = nextLine_;
+                if (countFirst) {
+                    const LineCount count = countLines(block);
+                    nextLine_ += count.lines;
+                    nextRow_ += std::min(count.rows, capacity_ - nextRow_);
+                    stop_ = stop_ || (nextRow_ == capacity_ && count.rows > 0);
+                }
+            }
+            readPart(block, part);
+            const std::lock_guard<std::mutex> hold(mutex_);
+            if (!countFirst) {
+                nextRow_ = part.row;
+                nextLine_ = part.line;
+            }
+            stop_ = stop_ || part.full || !part.problem.empty();
+            parts_.push_back(std::move(part));
+        }
+    }
+
+    DatabaseReading finish() {
+        std::sort(parts_.begin(), parts_.end(),
+                  [](const Part& a, const Part& b) { return a.firstLine < b.firstLine; });
+        DatabaseReading result;
+        result.opened = true;
+        std::vector<SourceRun> runs;
+        for (Part& part : parts_) {
+            if (!part.problem.empty()) {
+                result.problem = part.problem;
+                return result;
+            }
+            result.full = result.full || part.full;
+            std::move(part.runs.begin(), part.runs.end(), std::back_inserter(runs));
+        }
+        if (text_.lineTooLong() && !result.full) {
+            result.problem = describe(path_, nextLine_, LineResult::tooFewFields);
+            return result;
+        }
+        result.rows = nextRow_;
+        storeSources(runs, result.rows, db_);
+        if (result.rows < capacity_) {
+            // What an excluded last row left behind.
+            clearRow(db_, result.rows);
+        }
+        return result;
+    }
+
+  private:
+    struct Part {
+        int firstRow = 0;
+        std::int64_t firstLine = 1;
+        int row = 0;            ///< behind the last row read
+        std::int64_t line = 1;  ///< behind the last line
+        bool full = false;
+        std::string problem;
+        std::vector<SourceRun> runs;
+    };
+
+    void readPart(const std::vector<char>& block, Part& part) {
+        const char* p = block.data();
+        const char* const end = p + block.size();
+        part.row = part.firstRow;
+        for (part.line = part.firstLine; p < end; ++part.line) {
+            if (*p == '\n' || *p == '#') {
+                p = nextLine(p, end);
+                continue;
+            }
+            if (part.row >= capacity_) {
+                // Only a capacity of 0 gets here with a row still to read.
+                part.full = !isSkippedLine(lineAt(p, end));
+                if (part.full) {
+                    return;
+                }
+                p = nextLine(p, end);
+                continue;
+            }
+            DatabaseRow cells = cellsOf(db_, part.row);
+            LineResult result = LineResult::row;
+            const char* feed = readDatabaseLineFast(p, cells);
+            if (feed == nullptr) {
+                const std::string_view line = lineAt(p, end);
+                result = readDatabaseLinePlain(line, cells);
+                feed = line.data() + line.size();
+            }
+            p = feed + 1;
+            if (result == LineResult::blank) {
+                continue;
+            }
+            if (result != LineResult::row) {
+                part.problem = describe(path_, part.line, result);
+                return;
+            }
+            if (isExcluded(exclList_, cells.source)) {
+                continue;
+            }
+            appendSource(part.runs, part.row, cells.source);
+            ++part.row;
+            if (part.row == capacity_) {
+                part.full = true;
+                return;
+            }
+        }
+    }
+
+    static std::string_view lineAt(const char* p, const char* end) {
+        const void* const feed = std::memchr(p, '\n', static_cast<std::size_t>(end - p));
+        return {p, static_cast<std::size_t>(static_cast<const char*>(feed) - p)};
+    }
+
+    static const char* nextLine(const char* p, const char* end) {
+        const std::string_view line = lineAt(p, end);
+        return line.data() + line.size() + 1;
+    }
+
+    TextBlocks& text_;
+    const std::string& path_;
+    const std::string& exclList_;
+    const int capacity_;
+    DB& db_;
+    std::mutex mutex_;
+    bool stop_ = false;
+    int nextRow_ = 0;
+    std::int64_t nextLine_ = 1;
+    std::vector<Part> parts_;
+};
+
+/// Below this size a second thread is not worth its start.
+constexpr std::size_t severalThreadsFrom = std::size_t{16} << 20;
+
+}  // namespace
+
+DatabaseReading readDatabase(const std::string& path, const std::string& exclList, int capacity,
+                             int threads, DB& db) {
+    TextBlocks text(path);
+    if (!text.isOpen()) {
+        return {};
+    }
+    if (text.fileSize() > TextBlocks::blockSize * 4) {
+        db.shifts.useLargePages();
+        db.angles.useLargePages();
+    }
+    Reading reading(text, path, exclList, capacity, db);
+    if (threads > 1 && exclList.empty() && text.fileSize() >= severalThreadsFrom) {
+        parallelFor(threads, threads, [&](int) { reading.work(true); });
+    } else {
+        reading.work(false);
+    }
+    return reading.finish();
+}
+
+DatabaseReading readDatabasePlain(const std::string& path, const std::string& exclList,
+                                  int capacity, DB& db) {
+    DatabaseReading result;
+    std::ifstream file(path);
+    result.opened = static_cast<bool>(file);
+    std::vector<SourceRun> runs;
+    std::string line;
+    for (std::int64_t number = 1; std::getline(file, line); ++number) {
+        if (isSkippedLine(line)) {
+            continue;
+        }
+        if (result.rows >= capacity) {
+            result.full = true;
+            break;
+        }
+        DatabaseRow cells = cellsOf(db, result.rows);
+        const LineResult fit = readDatabaseLinePlain(line, cells);
+        if (fit != LineResult::row) {
+            result.problem = describe(path, number, fit);
+            return result;
+        }
+        if (isExcluded(exclList, cells.source)) {
+            clearRow(db, result.rows);
+            continue;
+        }
+        appendSource(runs, result.rows, cells.source);
+        if (++result.rows == capacity) {
+            result.full = true;
+            break;
+        }
+    }
+    storeSources(runs, result.rows, db);
+    return result;
+}
+
+}  // namespace orvix

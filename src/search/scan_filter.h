@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+
+/// A safe filter in front of the exact score: bounds what each row of a window falls short of the
+/// best score that is possible, in whole units of 8 bits.
+///
+/// This header is all that the units with their own instruction set see of the system, so that no
+/// inline function shared with other units gets compiled there.
+namespace orvix {
+
+inline constexpr int filterTiles = 26;
+inline constexpr int filterPositions = 7;
+
+/// Shortfalls at one window position. A row falls short by `base` less what its box saves, and by
+/// the value of its letter. 255 stands for "too far" and for forbidden letters.
+struct FilterPosition {
+    alignas(32) std::uint8_t tile[filterTiles][32];    ///< number of a listed tile, repeated
+    alignas(32) std::uint8_t saving[filterTiles][32];  ///< by place in it, twice 16
+    alignas(32) std::uint8_t lowLetters[32];           ///< shortfall of letter codes 0..15, twice
+    alignas(32) std::uint8_t highLetters[32];          ///< of letter codes 16..31, twice
+    int offset;       ///< from the centre row
+    int tiles;        ///< listed tiles
+    std::uint8_t base;
+    bool hasLetters;  ///< whether any letter falls short
+};
+
+/// The positions of a window, the centre first. A row survives when the sum of its shortfalls, cut
+/// off at 255, is at most `limit`, which is below 255.
+struct RowFilter {
+    FilterPosition position[filterPositions];
+    int positions;
+    std::uint8_t limit;
+};
+
+/// The planes as the filter reads them: from 64 rows before the first row to 64 behind the last.
+struct FilterPlanes {
+    const std::uint8_t* tile;
+    const std::uint8_t* place;
+    const std::uint8_t* letter;
+    const std::uint8_t* centre;  ///< letter plane of the centre position
+};
+
+/// Writes the rows of first..last - 1 that survive to `rows`, in rising order, and returns their
+/// number. Looks at whole groups of 32 rows: rows behind the last one, up to 31, may be reported
+/// too, as far as their centre letter allows. `rows` has room for last - first + 32 entries.
+int filterRowsAvx2(const RowFilter& filter, const FilterPlanes& planes, int first, int last,
+                   int* rows);
+
+}  // namespace orvix

@@ -1,0 +1,66 @@
+#include "shifts/offset_fit.h"
+
+#include <cmath>
+
+#include "run/angles.h"
+
+namespace orvix {
+
+LineFit fitLine(std::span<const double> x, std::span<const double> y) {
+    const auto n = static_cast<double>(x.size());
+    std::vector<double> xy(x.size());
+    std::vector<double> xx(x.size());
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        xy[i] = x[i] * y[i];
+        xx[i] = x[i] * x[i];
+    }
+    const double meanX = mean(x);
+    const double meanY = mean(y);
+    LineFit fit;
+    fit.slope = (n * mean(xy) - n * meanY * meanX) / (n * mean(xx) - n * meanX * meanX);
+    fit.intercept = meanY - fit.slope * meanX;
+    std::vector<double> residuals(x.size());
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        residuals[i] = y[i] - (fit.intercept + fit.slope * x[i]);
+    }
+    fit.error = sampleDeviation(residuals) / std::sqrt(n);
+    return fit;
+}
+
+OffsetEstimate estimateOffset(const OffsetGroup& negative, const OffsetGroup& positive) {
+    constexpr std::size_t leastGroup = 10;
+    constexpr int leastPoints = 11;
+    constexpr double errorsOffZero = 5.0;
+
+    const auto fitted = [](const OffsetGroup& group) {
+        LineFit fit = fitLine(group.x, group.y);
+        fit.intercept -= group.expected;
+        return fit;
+    };
+    const bool useNegative = negative.x.size() >= leastGroup;
+    const bool usePositive = positive.x.size() >= leastGroup;
+    const auto below = static_cast<double>(negative.x.size());
+    const auto above = static_cast<double>(positive.x.size());
+
+    OffsetEstimate estimate;
+    estimate.size = static_cast<int>(negative.x.size() + positive.x.size());
+    estimate.enough = useNegative || usePositive;
+    if (useNegative && usePositive) {
+        const LineFit minus = fitted(negative);
+        const LineFit plus = fitted(positive);
+        estimate.offset = (plus.intercept * above + minus.intercept * below) / (above + below);
+        const double errorAbove = above * plus.error;
+        const double errorBelow = below * minus.error;
+        estimate.error = std::sqrt(errorAbove * errorAbove + errorBelow * errorBelow) /
+                         (above + below);
+    } else if (estimate.enough) {
+        const LineFit fit = fitted(usePositive ? positive : negative);
+        estimate.offset = fit.intercept;
+        estimate.error = fit.error;
+    }
+    estimate.accepted = std::fabs(estimate.offset) > errorsOffZero * estimate.error &&
+                        estimate.error > 0.0 && estimate.size >= leastPoints;
+    return estimate;
+}
+
+}  // namespace orvix

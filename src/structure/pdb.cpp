@@ -1,0 +1,194 @@
+#include "structure/pdb.h"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <limits>
+#include <string_view>
+#include <utility>
+
+#include "tables/gdb.h"
+#include "tables/number_text.h"
+
+namespace {
+
+// Columns before the temperature factor, which alone may be absent.
+constexpr std::size_t leastColumns = 60;
+constexpr float bondLimit = 2.5F;      // angstrom between the SG of a disulfide
+constexpr long long leastSeparation = 3;  // residues; bonded partners lie further apart
+
+// Narrowing with a defined result for numbers that no float holds.
+float toFloat(double value) {
+    constexpr double limit = std::numeric_limits<float>::max();
+    if (value > limit) {
+        return std::numeric_limits<float>::infinity();
+    }
+    if (value < -limit) {
+        return -std::numeric_limits<float>::infinity();
+    }
+    return static_cast<float>(value);
+}
+
+bool isCysteine(const std::string& letter) { return letter == "C" || letter == "c"; }
+
+}  // namespace
+
+PDB::PDB(const std::string& path) : fileName(path) { loaded = loadPDB(path); }
+
+bool PDB::isNull() { return !loaded; }
+
+bool PDB::loadPDB(const std::string& path) {
+    std::error_code ignored;
+    std::ifstream file;
+    if (!std::filesystem::is_directory(path, ignored)) {
+        file.open(path, std::ios::binary);
+    }
+    if (!file.is_open()) {
+        std::cerr << "\tPDB error:: Can't open PDB file " << path << " for reading\n";
+        return false;
+    }
+    atomsByNum.clear();
+    atoms.clear();
+    residName3.clear();
+    residName1.clear();
+    firstRes = 9999;
+    lastRes = -9999;
+
+    std::map<int, CORdata> byNumber;
+    long long tooShort = 0;
+    std::string line;
+    while (std::getline(file, line)) {
+        if (!line.empty() && line.back() == '\r') {
+            line.pop_back();
+        }
+        const std::string_view start(line);
+        if (start.starts_with("TER") || start.starts_with("END")) {
+            break;
+        }
+        if (!start.starts_with("ATOM")) {
+            continue;
+        }
+        if (line.size() < leastColumns) {
+            ++tooShort;
+            continue;
+        }
+        CORdata atom;
+        loadPDB_Entry(line, atom);
+        storeAtom(atom, byNumber);
+    }
+    atomsByNum[1] = std::move(byNumber);
+    if (tooShort > 0) {
+        std::cerr << "\tPDB warning:: " << tooShort << " ATOM line(s) shorter than " << leastColumns
+                  << " columns skipped in PDB file " << path << "\n";
+    }
+    assignDisulfides();
+    return true;
+}
+
+void PDB::loadPDB_Entry(const std::string& line, CORdata& out) {
+    out = CORdata();
+    if (line.size() < leastColumns) {
+        return;
+    }
+    const auto number = [&line](std::size_t column, std::size_t length) {
+        return toFloat(orvix::textToDouble(line.substr(column, length)));
+    };
+    out.atomNum = orvix::textToInt(line.substr(6, 5));
+    out.atomName = GDB::simplifyWhiteSpace(line.substr(11, 5));
+    out.resName = GDB::simplifyWhiteSpace(line.substr(17, 3));
+    out.chainName = line.substr(21, 1);
+    out.resNum = orvix::textToInt(line.substr(22, 4));
+    for (std::size_t k = 0; k < 3; ++k) {
+        out.coor[k] = number(30 + 8 * k, 8);
+        out.coorCopy[k] = out.coor[k];
+    }
+    out.tempFactor = number(60, 6);
+
+    if (out.atomName == "H") {
+        out.atomName = "HN";
+    }
+    // Old files put the number of a hydrogen in front: 1HB for HB1.
+    if (!out.atomName.empty() && out.atomName[0] >= '1' && out.atomName[0] <= '3') {
+        std::rotate(out.atomName.begin(), out.atomName.begin() + 1, out.atomName.end());
+    }
+}
+
+void PDB::storeAtom(const CORdata& atom, std::map<int, CORdata>& byNumber) {
+    byNumber[atom.atomNum] = atom;
+    atoms[1][atom.resNum][atom.atomName] = atom;
+    residName3[atom.resNum] = atom.resName;
+    residName1[atom.resNum] = getOneAAName(atom.resName);
+    firstRes = std::min(firstRes, atom.resNum);
+    lastRes = std::max(lastRes, atom.resNum);
+}
+
+void PDB::assignDisulfides() {
+    // A partner that is c already still counts, so both ends of a bond are found.
+    for (auto& [residue, letter] : residName1) {
+        if (letter == "C" && isSSBonded(1, residue)) {
+            letter = "c";
+            residName3[residue] = "cys";
+        }
+    }
+}
+
+bool PDB::isSSBonded(int /*model*/, int res) {
+    const auto own = residName1.find(res);
+    if (own == residName1.end() || !isCysteine(own->second)) {
+        return false;
+    }
+    CORdata sulfur = findAtom(1, res, "SG");
+    if (sulfur.atomName.empty()) {
+        return false;
+    }
+    for (const auto& [other, letter] : residName1) {
+        const long long apart = static_cast<long long>(other) - res;
+        if (!isCysteine(letter) || std::abs(apart) <= leastSeparation) {
+            continue;
+        }
+        CORdata partner = findAtom(1, other, "SG");
+        if (!partner.atomName.empty() && getDist(sulfur.coorCopy, partner.coorCopy) <= bondLimit) {
+            return true;
+        }
+    }
+    return false;
+}
+
+float PDB::getDist(float* a, float* b) {
+    double sum = 0.0;
+    for (int k = 0; k < 3; ++k) {
+        const double d = static_cast<double>(a[k]) - b[k];
+        sum += d * d;
+    }
+    return toFloat(std::sqrt(sum));
+}
+
+const CORdata& PDB::findAtom(int model, long long res, const std::string& name) const {
+    static const CORdata none;
+    if (res < std::numeric_limits<int>::min() || res > std::numeric_limits<int>::max()) {
+        return none;
+    }
+    const auto inModel = atoms.find(model);
+    if (inModel == atoms.end()) {
+        return none;
+    }
+    const auto inResidue = inModel->second.find(static_cast<int>(res));
+    if (inResidue == inModel->second.end()) {
+        return none;
+    }
+    const auto atom = inResidue->second.find(name);
+    return atom == inResidue->second.end() ? none : atom->second;
+}
+
+std::string PDB::getOneAAName(const std::string& name) {
+    static const std::map<std::string, std::string> letters = {
+        {"ALA", "A"},  {"CYS", "C"}, {"cys", "c"},  {"ASP", "D"}, {"GLU", "E"},  {"PHE", "F"},
+        {"GLY", "G"},  {"HIS", "H"}, {"HIS+", "H"}, {"his", "h"}, {"ILE", "I"},  {"LYS", "K"},
+        {"LYS+", "K"}, {"LEU", "L"}, {"MET", "M"},  {"ASN", "N"}, {"PRO", "P"},  {"GLN", "Q"},
+        {"ARG", "R"},  {"ARG+", "R"}, {"SER", "S"}, {"THR", "T"}, {"VAL", "V"},  {"TRP", "W"},
+        {"TYR", "Y"}};
+    const auto found = letters.find(name);
+    return found == letters.end() ? "X" : found->second;
+}

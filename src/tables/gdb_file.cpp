@@ -1,0 +1,159 @@
+#include <algorithm>
+#include <iostream>
+#include <utility>
+
+#include "run/process.h"
+#include "tables/cell_format.h"
+#include "tables/gdb.h"
+#include "tables/line_reader.h"
+#include "tables/number_text.h"
+#include "tables/table_text.h"
+#include "tables/text_writer.h"
+
+namespace {
+
+constexpr std::size_t sequenceChunk = 55;
+
+// Where the words of a row go, in the order of the row's map, so that each cell is appended behind
+// the one before it. Of two columns of one name the later one has the cell.
+class RowLayout {
+  public:
+    void build(const std::map<int, std::string>& vars, int count) {
+        std::map<std::string, std::size_t> places;
+        for (int i = 0; i < count; ++i) {
+            const auto name = vars.find(i);
+            places[name == vars.end() ? std::string() : name->second] =
+                static_cast<std::size_t>(i);
+        }
+        columns_.assign(places.begin(), places.end());
+    }
+
+    void fill(GDB::Entry& row, const std::vector<std::string_view>& words) const {
+        row.clear();
+        for (const auto& [name, place] : columns_) {
+            row.emplace_hint(row.end(), name, words[place]);
+        }
+    }
+
+  private:
+    std::vector<std::pair<std::string, std::size_t>> columns_;
+};
+
+void writeSequence(orvix::TextWriter& out, const std::string& value) {
+    const std::string sequence = orvix::simplifyWhiteSpace(value);
+    for (std::size_t at = 0; at < sequence.size(); at += sequenceChunk) {
+        out.text() += "DATA SEQUENCE ";
+        out.text().append(sequence, at, sequenceChunk);
+        out.endLine();
+    }
+}
+
+void writeHeader(orvix::TextWriter& out, const GDB& table) {
+    for (const std::string& remark : table.remarks) {
+        out.text() += "REMARK " + remark;
+        out.endLine();
+    }
+    out.endLine();
+    for (const std::string& line : table.dataLines) {
+        const std::size_t blank = std::min(line.find(' '), line.size());
+        if (line.compare(0, blank, "SEQUENCE") == 0) {
+            writeSequence(out, line.substr(blank));
+        } else {
+            out.text() += "DATA " + line;
+            out.endLine();
+        }
+    }
+    out.endLine();
+    out.text() += "VARS   ";
+    for (const auto& [index, name] : table.vars) {
+        out.text() += name + " ";
+    }
+    out.endLine();
+    out.text() += "FORMAT ";
+    for (const auto& [index, spec] : table.formats) {
+        out.text() += spec;
+    }
+    out.endLine();
+    out.endLine();
+}
+
+void writeRows(orvix::TextWriter& out, const GDB& table) {
+    // Columns are those of index 0 to the count of names, whatever keys a caller has set.
+    std::vector<std::pair<std::string, orvix::CellFormat>> columns;
+    for (int i = 0; i < static_cast<int>(table.vars.size()); ++i) {
+        const auto name = table.vars.find(i);
+        const auto spec = table.formats.find(i);
+        columns.emplace_back(name == table.vars.end() ? std::string() : name->second,
+                             orvix::CellFormat(spec == table.formats.end() ? std::string_view()
+                                                                           : spec->second));
+    }
+    for (const auto& [number, row] : table.entries) {
+        for (const auto& [name, format] : columns) {
+            const auto cell = row.find(name);
+            format.appendCell(out.text(), cell == row.end() ? std::string_view() : cell->second);
+        }
+        out.endLine();
+    }
+}
+
+}  // namespace
+
+void GDB::loadGDB(const std::string& file) {
+    fileName = file;
+    orvix::LineReader reader(file);
+    if (!reader.isOpen()) {
+        orvix::endProcess(0, "\tCan't open file " + file + " for reading\n");
+    }
+
+    int rowNumber = 1;
+    bool formatSeen = false;
+    RowLayout layout;
+    std::string_view line;
+    std::vector<std::string_view> words;
+    while (reader.next(line)) {
+        orvix::splitWords(line, words);
+        if (words.empty()) {
+            continue;
+        }
+        // A row isn't done with yet: it may act as a keyword line too.
+        if (formatSeen && varsCount > 0 && words.size() == static_cast<std::size_t>(varsCount)) {
+            layout.fill(entries.emplace_hint(entries.end(), rowNumber, Entry())->second, words);
+            ++rowNumber;
+        }
+
+        const std::string_view keyword = words[0];
+        const std::string_view behind =
+            line.substr(static_cast<std::size_t>(keyword.data() + keyword.size() - line.data()));
+        if (orvix::equalsFolded(keyword, "REMARK")) {
+            remarks.emplace_back(behind.substr(behind.empty() ? 0 : 1));
+        } else if (orvix::equalsFolded(keyword, "DATA")) {
+            dataLines.push_back(orvix::joinWords(words, 1));
+        } else if (orvix::equalsFolded(keyword, "VARS")) {
+            varsLine = orvix::joinWords(words, 1);
+            VARS_str_parser(varsLine);
+            layout.build(vars, varsCount);
+        } else if (orvix::equalsFolded(keyword, "FORMAT")) {
+            formatLine = behind;
+            FORMAT_str_parser(formatLine);
+            layout.build(vars, varsCount);
+            formatSeen = true;
+        }
+    }
+    reader.close();
+
+    const std::string first = getData("FIRST_RESID");
+    firstResid = first.empty() ? 1 : orvix::textToInt(first);
+    orvix::appendSequence(getData("SEQUENCE"), firstResid, residList);
+}
+
+void GDB::saveGDB(const std::string& file) {
+    orvix::TextWriter out(file);
+    if (!out.isOpen()) {
+        std::cerr << "\tCan't save file " << file << "\n";
+        return;
+    }
+    if (!plainText) {
+        writeHeader(out, *this);
+    }
+    writeRows(out, *this);
+}

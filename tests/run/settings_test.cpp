@@ -1,0 +1,135 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+
+#include "run/command_line.h"
+#include "run/orvix.h"
+
+namespace {
+
+using Args = std::map<std::string, std::string>;
+
+/// A run object with the settings of `args`, in an environment without a data directory.
+std::unique_ptr<ORVIX> settled(const Args& args) {
+    unsetenv("ORVIXN_DIR");
+    auto run = std::make_unique<ORVIX>();
+    run->setArgs(args);
+    return run;
+}
+
+TEST(CommandLine, CutsAtBlankMinus) {
+    const ORVIX run;
+    const auto parse = [&](const std::string& text) {
+        return orvix::parseCommandLine(text, run.argNames);
+    };
+    EXPECT_EQ(run.argNames.size(), 62U);
+
+    orvix::CommandLine line = parse(" -in  a.tab -inTitle my  first\ttry -verb -check foo");
+    EXPECT_EQ(line.options["in"], "a.tab");
+    EXPECT_EQ(line.options["inTitle"], "my first try");
+    EXPECT_EQ(line.options["verb"], "verb");
+    EXPECT_EQ(line.options["check"], "true");
+    EXPECT_TRUE(line.unknown.empty());
+
+    // A value can't begin with a minus sign, and the second of two equal names counts.
+    line = parse(" -first -5 -rc x -nodetail -in a -in b -seqSS no");
+    EXPECT_EQ(line.options["first"], "first");
+    EXPECT_EQ(line.options["in"], "b");
+    EXPECT_EQ(line.options["nodetail"], "true");
+    EXPECT_TRUE(line.sequenceOnly);
+    EXPECT_EQ(line.unknown, (std::vector<std::string>{"5", "rc", "nodetail"}));
+
+    // Text in front of the first option has an empty name.
+    line = parse(" stray -in a");
+    EXPECT_EQ(line.options[""], "stray");
+    EXPECT_EQ(line.unknown, (std::vector<std::string>{""}));
+}
+
+TEST(Settings, DirectoriesFromEnvironment) {
+    struct Case {
+        const char *directory, *path, *expectedDirectory, *expectedSeparator;
+    };
+    const std::string keptPath = std::getenv("PATH") ? std::getenv("PATH") : "";
+    const Case cases[] = {
+        {"/opt/orvixn", "/bin", "/opt/orvixn", "/"}, {"C:\\orvixn", "/bin", "C:\\orvixn", "\\"},
+        {"word", "/bin", ".", ""},                   {nullptr, "/bin", ".", "/"},
+        {nullptr, "C:\\bin", ".", "\\"},             {nullptr, "word", ".", ""},
+        {nullptr, nullptr, ".", "\\"}};
+    for (const Case& c : cases) {
+        c.directory != nullptr ? setenv("ORVIXN_DIR", c.directory, 1) : unsetenv("ORVIXN_DIR");
+        c.path != nullptr ? setenv("PATH", c.path, 1) : unsetenv("PATH");
+        const ORVIX run;
+        EXPECT_EQ(run.orvixDir, c.expectedDirectory);
+        EXPECT_EQ(run.pathSep, c.expectedSeparator);
+    }
+    setenv("PATH", keptPath.c_str(), 1);
+    unsetenv("ORVIXN_DIR");
+}
+
+TEST(Settings, FileNames) {
+    auto run = settled({});
+    EXPECT_EQ(run->inTitle, "None");
+    EXPECT_EQ(run->tabDir, "./tab");
+    EXPECT_EQ(run->dbFile, "./tab/orvix.tab");
+    EXPECT_EQ(run->allFile, "predAll.tab");
+    EXPECT_EQ(run->refPDB, nullptr);
+
+    run = settled({{"in", "a"}, {"star", "b"}, {"sum", "out/result.tab"}, {"out", "c"}});
+    EXPECT_EQ(run->inFile, "b");
+    EXPECT_EQ(run->inTitle, "a");
+    EXPECT_EQ(run->outBase, "out/result");
+    EXPECT_EQ(run->allFile, "out/resultAll.tab");
+
+    run = settled({{"out", "a.b/c"}, {"tabDir", "t"}, {"orvixNDir", "n"}, {"rc", "x"}, {"rand", "y"}});
+    EXPECT_EQ(run->outBase, "a");
+    EXPECT_EQ(run->orvixDir, "n");
+    EXPECT_EQ(run->rcAdjFile, "t/rcadj.tab");
+    EXPECT_EQ(run->randCoilFile, "x");
+
+    run = settled({{"ref", "none"}, {"pdb", "x.pdb"}});
+    EXPECT_EQ(run->refFile, "");
+    EXPECT_EQ(run->refTitle, "None");
+}
+
+TEST(Settings, NumbersAndSwitches) {
+    struct Case {
+        const char* value;
+        double limit;
+    };
+    for (const Case& c : {Case{"0.6", 1.0 - 0.6}, {"1.5", 0.4}, {"0", 1.0}, {"x", 1.0}, {"nan", 0.4}}) {
+        EXPECT_EQ(settled({{"s2Thresh", c.value}})->s2Limit, c.limit) << c.value;
+    }
+    auto run = settled({{"count", "0"}, {"first", "first"}, {"np", "2"}, {"nproc", "4"},
+                        {"len", "5"}, {"alignLen", "3"}});
+    EXPECT_EQ(run->count, 10);
+    EXPECT_EQ(run->firstResid, 0);
+    EXPECT_EQ(run->lastResid, 999999);
+    EXPECT_EQ(run->nProc, 2);
+    EXPECT_EQ(run->alignLen, 3);
+
+    run = settled({{"verb", "verb"}, {"noverb", "noverb"}, {"path", "path"}, {"nopath", "nopath"},
+                   {"proton", "proton"}, {"noproton", "noproton"}, {"noOxiCysCheck", "x"},
+                   {"OxiCysCheck", "x"}});
+    EXPECT_FALSE(run->noVerb);
+    EXPECT_TRUE(run->noPath);
+    EXPECT_TRUE(run->noProton);
+    EXPECT_FALSE(run->noOxiCysCheck);
+}
+
+TEST(SettingsDeathTest, EndsOfTheProcess) {
+    EXPECT_EXIT(settled({{"help", "help"}}), testing::ExitedWithCode(255),
+                "^Input Options:\n -in           \\[None\\]         Input Shift Table.\n");
+    for (const char* length : {"2", "9", "0", "-3", "x"}) {
+        EXPECT_EXIT(settled({{"len", length}}), testing::ExitedWithCode(255), "out of range");
+    }
+    // A reference that can't be read is reported and the run goes on.
+    EXPECT_EXIT(
+        {
+            settled({{"ref", "missing.pdb"}});
+            std::exit(7);
+        },
+        testing::ExitedWithCode(7), "\tNo reference structure loaded!\n");
+}
+
+}  // namespace

@@ -1,0 +1,212 @@
+"""Shared parts of the network trainers: members, input folding, weight tables, the phi/psi grid, resumable training.
+
+A member is the three-layer perceptron that the program evaluates: a square tanh layer at the width of the
+input, a tanh layer of the hidden width, a linear output layer. It is trained on standardised inputs; the
+standardisation is folded into the first layer when the weights are written, so the program sees raw inputs.
+"""
+import os
+import sys
+import time
+
+import numpy as np
+import torch
+from torch import nn
+
+torch.set_num_threads(int(os.environ.get("OMP_NUM_THREADS", "2")))
+
+# Share of residues by 20 degree box of the phi/psi plane (rows phi, columns psi, from -180), times 1e5. The program
+# multiplies the network's output by the square root of the share, or by 0.03 where that is smaller.
+_BOX_SHARE = (
+    "1602 514 133 45 32 45 72 106 146 167 155 172 275 582 1430 2888 3929 3255 "
+    "2562 686 158 68 74 129 246 444 689 780 632 543 801 1787 4258 7542 8671 6117 "
+    "2883 738 185 102 146 352 879 1655 2389 2437 1654 1050 1417 3472 8126 12799 12539 7641 "
+    "2710 731 208 124 303 1402 3702 5715 6217 4975 2727 1344 1697 4454 10240 14922 13205 7387 "
+    "2584 694 188 128 957 5177 13347 16829 12597 6903 2827 1221 1566 4076 9398 13883 12447 7011 "
+    "2063 488 117 165 1909 10731 26618 29894 17294 6413 1824 717 992 2665 6825 11257 10781 6035 "
+    "991 197 46 139 1798 9856 23518 24731 12458 3542 696 234 362 1173 3572 6490 6298 3300 "
+    "242 39 15 58 742 3831 8727 8734 4062 984 133 42 80 327 1120 2082 1942 928 "
+    "24 7 9 24 127 648 1376 1303 568 91 20 24 27 62 193 336 290 122 "
+    "11 22 31 30 30 48 74 56 29 66 142 167 106 48 34 34 23 10 "
+    "60 114 143 100 46 25 21 42 150 413 729 733 394 125 38 19 17 28 "
+    "195 300 331 215 88 46 69 213 627 1287 1754 1463 691 201 61 40 55 106 "
+    "349 403 366 225 98 75 171 559 1359 2071 2057 1343 549 162 72 78 129 234 "
+    "370 323 222 124 65 76 230 747 1536 1810 1299 624 216 78 69 109 187 300 "
+    "293 215 111 50 31 50 167 511 913 886 490 175 54 36 58 107 185 269 "
+    "265 184 81 28 16 26 77 199 306 259 123 37 18 26 45 89 167 249 "
+    "360 221 89 27 12 17 38 68 83 64 33 19 22 34 66 151 290 392 "
+    "740 330 110 33 16 21 35 46 49 43 36 41 66 127 312 711 1140 1152 "
+)
+BOX_SHARE = np.array([float(w) for w in _BOX_SHARE.split()]) * 1e-5
+BOX_PRIOR = np.maximum(0.03, np.sqrt(BOX_SHARE)).astype(np.float32)
+BOX_CENTRES = np.arange(-170.0, 180.0, 20.0)
+
+PROFILE_LETTERS = "ACDEFGHIKLMNPQRSTVWY"
+
+
+def log(text):
+    print(time.strftime("%H:%M:%S"), text, flush=True)
+
+
+class Member(nn.Module):
+    """One ensemble member; `live` is the number of first-layer units that are not held at zero."""
+
+    def __init__(self, inputs, hidden, outputs, live=None, drop=0.0, in_drop=0.0):
+        super().__init__()
+        self.inputs, self.live = inputs, live or inputs
+        self.wi = nn.Linear(inputs, self.live)
+        self.wl1 = nn.Linear(self.live, hidden)
+        self.wl2 = nn.Linear(hidden, outputs)
+        self.drop, self.in_drop = nn.Dropout(drop), nn.Dropout(in_drop)
+        self.register_buffer("mean", torch.zeros(inputs))
+        self.register_buffer("scale", torch.ones(inputs))
+
+    def standardise_on(self, sample, floor=1e-3):
+        """Takes the input's mean and spread from a sample of windows; columns that never vary stay as they are."""
+        sd = sample.std(0)
+        self.mean.copy_(sample.mean(0))
+        self.scale.copy_(torch.where(sd > floor, sd, torch.ones_like(sd)))
+
+    def forward(self, x):
+        x = self.in_drop((x - self.mean) / self.scale)
+        return self.wl2(self.drop(torch.tanh(self.wl1(self.drop(torch.tanh(self.wi(x)))))))
+
+    def layers(self, output_scale=None):
+        """(weights, biases) of the three layers as the program needs them, in double precision."""
+        d = lambda p: p.detach().double().numpy()
+        mean, scale = d(self.mean), d(self.scale)
+        wi = np.zeros((self.inputs, self.inputs))
+        bi = np.zeros(self.inputs)
+        wi[: self.live] = d(self.wi.weight) / scale
+        bi[: self.live] = d(self.wi.bias) - wi[: self.live] @ mean
+        w1 = np.zeros((self.wl1.out_features, self.inputs))
+        w1[:, : self.live] = d(self.wl1.weight)
+        w2, b2 = d(self.wl2.weight), d(self.wl2.bias)
+        if output_scale is not None:
+            w2, b2 = w2 * output_scale[:, None], b2 * output_scale
+        return (wi, bi), (w1, d(self.wl1.bias)), (w2, b2)
+
+
+def _number(value, threshold):
+    if abs(value) < threshold:
+        return "0"
+    text = "%.4g" % value
+    if "e" in text:
+        mantissa, exponent = text.split("e")
+        text = "%se%d" % (mantissa, int(exponent))
+    return text
+
+
+def write_layer(path, members, note):
+    """Writes one layer of all members as a weight table: a row a neuron, columns 1..C and b."""
+    columns = members[0][0].shape[1]
+    empty = " ".join(["0"] * (columns + 1)) + "\n"
+    with open(path + ".part", "w") as out:
+        out.write("REMARK %s\n\n" % note)
+        out.write("VARS " + " ".join(str(c) for c in range(1, columns + 1)) + " b\n")
+        out.write("FORMAT" + " %f" * (columns + 1) + "\n\n")
+        for weights, biases in members:
+            threshold = 2e-5 * (np.sqrt(np.mean(weights[np.any(weights != 0, 1)] ** 2)) if np.any(weights) else 1.0)
+            for row, bias in zip(weights, biases):
+                if bias == 0.0 and not np.any(row):
+                    out.write(empty)
+                else:
+                    out.write(" ".join(_number(v, threshold) for v in row) + " " + _number(bias, 1e-7) + "\n")
+    os.replace(path + ".part", path)
+
+
+def write_level(directory, name, level, members, output_scale=None):
+    """Writes the three layer tables of one level: `members` are trained Member objects, in ensemble order."""
+    os.makedirs(directory, exist_ok=True)
+    layers = [m.layers(output_scale) for m in members]
+    for index, suffix in enumerate(("WI", "WL1", "WL2")):
+        path = os.path.join(directory, "%s.level%d.%s.tab" % (name, level, suffix))
+        write_layer(path, [l[index] for l in layers], "%s level %d %s" % (name, level, suffix))
+
+
+def fit(net, state_path, epoch_batches, loss_of, validate, epochs, rate, decay=0.0, patience=8, label="", seed=0):
+    """Trains `net` with early stopping; resumes from, and finishes into, `state_path`.
+
+    epoch_batches(rng) yields batches, loss_of(net, batch) gives the loss, validate(net) a figure to be minimised.
+    The rate falls along a cosine. Returns the best validation figure; `net` holds the weights that gave it.
+    """
+    done = state_path + ".done.pt"
+    if os.path.exists(done):
+        saved = torch.load(done)
+        net.load_state_dict(saved["best"])
+        return saved["score"]
+    optimiser = torch.optim.AdamW(net.parameters(), lr=rate, weight_decay=decay)
+    start, best, best_score, best_epoch = 0, None, float("inf"), -1
+    partial = state_path + ".part.pt"
+    if os.path.exists(partial):
+        saved = torch.load(partial)
+        net.load_state_dict(saved["net"])
+        optimiser.load_state_dict(saved["optimiser"])
+        start, best, best_score, best_epoch = saved["next"], saved["best"], saved["score"], saved["best_epoch"]
+    last_save = time.time()
+    begun = time.time()
+    for epoch in range(start, epochs):
+        for group in optimiser.param_groups:
+            group["lr"] = rate * (0.02 + 0.98 * 0.5 * (1 + np.cos(np.pi * epoch / epochs)))
+        torch.manual_seed(seed * 1000 + epoch)
+        net.train()
+        total, count = 0.0, 0
+        for batch in epoch_batches(np.random.default_rng([seed, epoch])):
+            optimiser.zero_grad()
+            loss = loss_of(net, batch)
+            loss.backward()
+            optimiser.step()
+            total, count = total + float(loss.detach()), count + 1
+        net.eval()
+        with torch.no_grad():
+            score = float(validate(net))
+        if score < best_score:
+            best_score, best_epoch = score, epoch
+            best = {k: v.clone() for k, v in net.state_dict().items()}
+        if epoch % 5 == 4 or epoch + 1 == epochs:
+            log("%s epoch %d train %.5f held-out %.5f best %.5f (%d) %.0fs"
+                % (label, epoch + 1, total / max(1, count), score, best_score, best_epoch + 1, time.time() - begun))
+        if epoch - best_epoch >= patience:
+            break
+        if time.time() - last_save > 60:
+            torch.save({"net": net.state_dict(), "optimiser": optimiser.state_dict(), "next": epoch + 1, "best": best,
+                        "score": best_score, "best_epoch": best_epoch}, partial)
+            last_save = time.time()
+    net.load_state_dict(best)
+    torch.save({"best": best, "score": best_score}, done)
+    if os.path.exists(partial):
+        os.remove(partial)
+    return best_score
+
+
+def cluster_folds(clusters, folds, seed):
+    """Assigns whole clusters to folds of about equal residue counts; returns the fold of each residue."""
+    rng = np.random.default_rng(seed)
+    names, sizes = np.unique(clusters, return_counts=True)
+    order = np.lexsort((rng.random(len(names)), -np.minimum(sizes, 200)))
+    load, fold_of = np.zeros(folds), {}
+    for i in order:
+        f = int(np.argmin(load))
+        fold_of[names[i]] = f
+        load[f] += sizes[i]
+    return np.array([fold_of[c] for c in clusters])
+
+
+def window_index(chains, reach, padded):
+    """Rows of each residue's window of 2*reach+1 residues, -1 for a place beyond the chain's end.
+
+    Without `padded` only residues with a whole window are listed. Returns (centres, windows).
+    """
+    centres, windows = [], []
+    for start, stop in chains:
+        lead = 0 if padded else reach
+        for i in range(start + lead, stop - lead):
+            centres.append(i)
+            windows.append([j if start <= j < stop else -1 for j in range(i - reach, i + reach + 1)])
+    return np.array(centres, dtype=np.int64), np.array(windows, dtype=np.int64).reshape(len(centres), 2 * reach + 1)
+
+
+def load_features(work, name):
+    """Feature dump of one variant, through the data side's reader."""
+    sys.path.append(os.path.dirname(os.path.abspath(__file__)))
+    import dataset
+    return dataset.load_features(work, name)

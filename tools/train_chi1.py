@@ -1,0 +1,275 @@
+#!/usr/bin/python3
+"""Trains the chi1 networks (one a residue type) and fits the calibration table chi1.tab.
+
+A network sees a database fragment of three residues (backbone angles, chi1, scaled shift differences to the query)
+and estimates the probability that the fragment's rotamer is not the query's. It is trained on pairs like those the
+refined search hands it: fragments of the same type whose angles lie within 50 degrees of the query's over seven
+residues, from proteins of other clusters. The calibration is fitted on queries whose cluster the scoring network
+never saw: a conditional logit over the three rotamers with one strength for each bin of a group's mean score.
+"""
+import argparse
+import csv
+import gzip
+import os
+
+import numpy as np
+import torch
+
+import networks_common as nc
+
+LETTERS = "CDEFHIKLMNQRSTVWY"
+REACH, LIMIT, GROUP = 3, 50.0, 10
+SURVIVORS = 101
+
+
+class Database:
+    """The database file as arrays, with the cluster of each row and the centres whose windows are whole."""
+
+    def __init__(self, path, proteins, labels, clip=4.0):
+        cluster_of = {}
+        with open(proteins) as stream:
+            for row in csv.DictReader(stream, delimiter="\t"):
+                cluster_of[row["source"]] = (int(row["cluster30"]), row["id"])
+        trusted = None
+        if labels:
+            with gzip.open(labels, "rt") as stream:
+                trusted = {(r["id"], int(r["resid"])) for r in csv.DictReader(stream, delimiter="\t") if r["use_chi1"] == "1"}
+        source, letter, number, cells = [], [], [], []
+        opener = gzip.open if path.endswith(".gz") else open
+        with opener(path, "rt") as stream:
+            for line in stream:
+                w = line.split()
+                if len(w) == 19 and line[0] != "#":
+                    source.append(w[0])
+                    letter.append(w[1])
+                    number.append(int(w[2]))
+                    cells.append([float(v) for v in w[3:6] + w[7:]])
+        cells = np.array(cells)
+        self.letter, self.number, self.source = np.array(letter), np.array(number), np.array(source)
+        self.phi, self.psi, self.chi1 = cells[:, 0], cells[:, 1], cells[:, 2]
+        self.value, self.scale = cells[:, 3::2], cells[:, 4::2]
+        known = [cluster_of.get(s, (-1, "")) for s in source]
+        self.cluster = np.array([k[0] for k in known])
+        self.paired = self.cluster >= 0
+        self.trusted = self.chi1 < 999
+        if trusted is not None:
+            self.trusted &= np.array([(k[1], r) in trusted for k, r in zip(known, number)])
+        n = len(number)
+        i = np.arange(n)
+        self.whole = (i >= REACH) & (i < n - REACH)
+        for j in range(-REACH, REACH + 1):
+            k = np.clip(i + j, 0, n - 1)
+            self.whole &= (self.number[k] - self.number == j) & (self.source[k] == self.source)
+        self.rotamer = np.where(self.chi1 >= 999, 3, np.where((self.chi1 > -120) & (self.chi1 <= 0), 0,
+                                np.where((self.chi1 > 0) & (self.chi1 <= 120), 1, 2)))
+        a = np.deg2rad(np.stack([self.phi, self.psi, self.chi1], 1))
+        has = (self.chi1 < 999)[:, None]
+        chi = np.where(has, np.stack([np.sin(a[:, 2]), np.cos(a[:, 2]), 0 * a[:, 2]], 1), [0.0, 0.0, 1.0])
+        self.fixed = np.concatenate([np.stack([np.sin(a[:, 0]), np.cos(a[:, 0]), np.sin(a[:, 1]), np.cos(a[:, 1])], 1), chi],
+                                    1).astype(np.float32)
+
+    def inputs(self, query, fragment, dropped=None):
+        """Network inputs (n x 39) of pairs of rows; `dropped` (n x 3 x 6) marks query shifts taken away."""
+        parts = []
+        for j in (-1, 0, 1):
+            q, f = query + j, fragment + j
+            missing = (self.scale[q] == 0) | (self.scale[f] == 0)
+            if dropped is not None:
+                missing = missing | dropped[:, j + 1]
+            term = (self.value[f] - self.value[q]) / np.where(missing, 1.0, self.scale[f])
+            parts += [self.fixed[f], np.where(missing, 1.5, term).astype(np.float32)]
+        return torch.from_numpy(np.concatenate(parts, 1))
+
+
+def candidates(db, queries, pool, rng, spread, distrust, most):
+    """For each query up to `most` rows of `pool` of other clusters whose window lies near the query's noisy angles."""
+    noise = rng.normal(0, spread, (2, len(db.phi)))
+    skip = rng.random(len(db.phi)) < distrust
+    out = []
+    for start in range(0, len(queries), 256):
+        q = queries[start:start + 256]
+        ok = db.cluster[q][:, None] != db.cluster[pool][None, :]
+        for j in range(-REACH, REACH + 1):
+            near = np.ones_like(ok)
+            for angle, add in ((db.phi, noise[0]), (db.psi, noise[1])):
+                p, d = angle[q + j], angle[pool + j]
+                diff = np.abs((p + add[q + j])[:, None] - d[None, :])
+                diff = np.minimum(diff, np.abs(360.0 - diff))
+                near &= (diff <= LIMIT) & (p < 999)[:, None] & (d < 999)[None, :]
+            ok &= near | skip[q + j][:, None]
+        for row in ok:
+            found = pool[row]
+            out.append(rng.permutation(found)[:most])
+    return out
+
+
+def pairs_of(queries, found, per_query, rng):
+    a, b = [], []
+    for q, f in zip(queries, found):
+        f = f if len(f) <= per_query else rng.choice(f, per_query, replace=False)
+        a.append(np.full(len(f), q))
+        b.append(f)
+    return np.concatenate(a).astype(int), np.concatenate(b).astype(int)
+
+
+def train_one(db, args, state, train, held, seed):
+    """One member on (queries, candidate lists); stops on the held ones."""
+    torch.manual_seed(seed)
+    net = nc.Member(39, 15, 1, drop=0.05)
+    # A query of many candidates does not outweigh one of few.
+    hq, hf = pairs_of(*held, args.per_query, np.random.default_rng(5))
+    held_x, held_y = db.inputs(hq, hf), torch.from_numpy((db.rotamer[hq] != db.rotamer[hf]).astype(np.float32))
+    sq, sf = pairs_of(*train, 4, np.random.default_rng(6))
+    net.standardise_on(db.inputs(sq, sf), floor=0.02)
+
+    def epoch(rng):
+        q, f = pairs_of(*train, args.per_query, rng)
+        order = rng.permutation(len(q))
+        size = int(np.clip(len(order) // 60, 128, 1024))
+        for k in range(0, len(order) - size // 2, size):
+            i = order[k:k + size]
+            lose = rng.random(len(i)) < 0.4
+            dropped = (rng.random((len(i), 3, 6)) < 0.3) & lose[:, None, None]
+            yield db.inputs(q[i], f[i], dropped), torch.from_numpy((db.rotamer[q[i]] != db.rotamer[f[i]]).astype(np.float32))
+
+    loss_of = lambda model, b: ((model(b[0])[:, 0] - b[1]) ** 2).mean()
+    score = nc.fit(net, state, epoch, loss_of, lambda model: loss_of(model, (held_x, held_y)), args.epochs, args.rate, 0.05,
+                   args.patience, os.path.basename(state), seed)
+    net.eval()
+    return net, score
+
+
+def group_bins(db, nets, query, fragments):
+    """Calibration bins of the rotamer groups g-, g+, t of one query, as the run forms them."""
+    bins = [10, 10, 10]
+    if len(fragments) == 0:
+        return bins
+    with torch.no_grad():
+        x = db.inputs(np.full(len(fragments), query), fragments)
+        score = (sum(n(x)[:, 0] for n in nets) / len(nets)).numpy()
+    groups = ([], [], [])
+    for i in np.argsort(score, kind="stable"):
+        if all(len(g) >= GROUP for g in groups):
+            break
+        r = db.rotamer[fragments[i]]
+        if r < 3 and len(groups[r]) < GROUP:
+            groups[r].append(score[i])
+    for r, g in enumerate(groups):
+        if len(g) >= 3:
+            bins[r] = int(10 * np.clip(np.mean(g), 0, 1))
+    return bins
+
+
+def fit_strengths(bins, truth, centre, ridge):
+    """Conditional logit: strength of each bin so that softmax over the three rotamers' bins gives the true one."""
+    theta = torch.tensor(centre, dtype=torch.float64, requires_grad=True)
+    b, t, c = torch.tensor(bins), torch.tensor(truth), torch.tensor(centre, dtype=torch.float64)
+    optimiser = torch.optim.LBFGS([theta], max_iter=200, line_search_fn="strong_wolfe")
+
+    def closure():
+        optimiser.zero_grad()
+        smooth = ((theta[1:10] - c[1:10] - theta[:9] + c[:9]) ** 2).sum()
+        loss = torch.nn.functional.cross_entropy(theta[b], t, reduction="sum") + ridge * ((theta - c) ** 2).sum() + ridge * smooth
+        loss.backward()
+        return loss
+
+    optimiser.step(closure)
+    return theta.detach().numpy()
+
+
+def score_table(strengths, bins, truth):
+    p = np.exp(strengths[np.array(bins)])
+    p /= p.sum(1, keepdims=True)
+    called = p.max(1) >= 0.6
+    right = p.argmax(1) == np.array(truth)
+    return called, right
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
+    parser.add_argument("--database", required=True, help="database file of the paired proteins")
+    parser.add_argument("--proteins", required=True, help="proteins.tsv: source word, cluster of each protein")
+    parser.add_argument("--labels", default="", help="labels.tsv.gz: which chi1 angles are trusted")
+    parser.add_argument("--state", required=True)
+    parser.add_argument("--out", required=True)
+    parser.add_argument("--letters", default=LETTERS)
+    parser.add_argument("--exclude-clusters", default="", help="file of cluster numbers left out altogether")
+    parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--epochs", type=int, default=40)
+    parser.add_argument("--rate", type=float, default=2e-3)
+    parser.add_argument("--patience", type=int, default=6)
+    parser.add_argument("--per-query", type=int, default=24)
+    parser.add_argument("--folds", type=int, default=3)
+    args = parser.parse_args()
+    os.makedirs(args.state, exist_ok=True)
+    os.makedirs(args.out, exist_ok=True)
+    db = Database(args.database, args.proteins, args.labels)
+    excluded = np.zeros(len(db.phi), bool)
+    if args.exclude_clusters:
+        excluded = np.isin(db.cluster, [int(w) for w in open(args.exclude_clusters).read().split()])
+    fold = nc.cluster_folds(db.cluster, 12, args.seed)
+    nc.log("%d rows, %d with a trusted chi1" % (len(db.phi), db.trusted.sum()))
+    collected, everything = {}, []
+    for letter in args.letters:
+        rng = np.random.default_rng([args.seed, ord(letter)])
+        own = (db.letter == letter) | (db.letter == letter.lower()) if letter in "CH" else db.letter == letter
+        pool = np.flatnonzero(own & db.whole & (db.chi1 < 999) & ~excluded)
+        queries = pool[db.trusted[pool] & db.paired[pool]]
+        found = candidates(db, queries, pool, rng, args_spread, 0.08, 300)
+        keep = np.array([len(f) >= 3 for f in found])
+        queries, found = queries[keep], [f for f, k in zip(found, keep) if k]
+        part = lambda mask: (queries[mask], [f for f, m in zip(found, mask) if m])
+        path = lambda suffix: os.path.join(args.state, "chi1_%s%s" % (letter, suffix))
+        fold_of = fold[queries]
+        seed = args.seed * 10000 + ord(letter) * 10
+        members = [train_one(db, args, path(".m%d" % m), part(fold_of != m), part(fold_of == m), seed + m) for m in range(3)]
+        nc.write_level(args.out, "chi1_" + letter, 1, [m[0] for m in members])
+        bins, truth = [], []
+        for f in range(args.folds):
+            mine, stop = fold_of % args.folds == f, (fold_of % args.folds == (f + 1) % args.folds) & (fold_of < 6)
+            net, _ = train_one(db, args, path(".fold%d" % f), part(~mine & ~stop), part(stop), seed + 5 + f)
+            for q, fragments in zip(*part(mine)):
+                bins.append(group_bins(db, [net], q, fragments[:SURVIVORS]))
+                truth.append(int(db.rotamer[q]))
+        collected[letter] = (bins, truth)
+        everything += [(b, t) for b, t in zip(bins, truth)]
+        nc.log("%s: %d queries, held-out error %s (base %.4f)" % (letter, len(queries), " ".join("%.4f" % m[1] for m in members),
+               base_error(db, queries, found)))
+    centre = np.concatenate([np.linspace(3, -3, 10), [-3.0]])
+    pooled = fit_strengths([b for b, _ in everything], [t for _, t in everything], centre, 0.5)
+    rows, total = {}, np.zeros(3)
+    for letter, (bins, truth) in collected.items():
+        rows[letter] = fit_strengths(bins, truth, pooled, 4.0)
+        # The figures come from halves fitted on each other.
+        half = np.arange(len(truth)) % 2 == 0
+        called, right = np.zeros(len(truth), bool), np.zeros(len(truth), bool)
+        for side in (half, ~half):
+            s = fit_strengths([b for b, k in zip(bins, side) if not k], [t for t, k in zip(truth, side) if not k], pooled, 4.0)
+            called[side], right[side] = score_table(s, [b for b, k in zip(bins, side) if k], [t for t, k in zip(truth, side) if k])
+        total += [len(truth), called.sum(), (called & right).sum()]
+        nc.log("%s: classified %.1f %%, right among them %.1f %%, best guess right %.1f %%"
+               % (letter, 100 * called.mean(), 100 * right[called].mean() if called.any() else 0, 100 * right.mean()))
+    nc.log("all: classified %.1f %%, right among them %.1f %%" % (100 * total[1] / total[0], 100 * total[2] / max(1, total[1])))
+    with open(os.path.join(args.out, "chi1.tab.part"), "w") as out:
+        out.write("REMARK Relative likelihood of a rotamer by the mean network score of its best fragments, in tenths;\n")
+        out.write("REMARK column 10: fewer than three fragments, or a mean of 1 and above.\n\n")
+        out.write("VARS RESNAME " + " ".join(str(b) for b in range(11)) + "\n")
+        out.write("FORMAT %s" + " %.5f" * 11 + "\n\n")
+        for letter, theta in sorted(rows.items()):
+            out.write(letter + " " + " ".join("%.5f" % v for v in np.maximum(np.exp(theta - theta.max()), 1e-5)) + "\n")
+    os.replace(os.path.join(args.out, "chi1.tab.part"), os.path.join(args.out, "chi1.tab"))
+    nc.log("done")
+
+
+args_spread = 9.0  # degrees, error of the predicted angles that the candidates are selected by
+
+
+def base_error(db, queries, found):
+    """Squared error of the best constant, for comparison."""
+    q, f = pairs_of(queries, found, 24, np.random.default_rng(5))
+    y = (db.rotamer[q] != db.rotamer[f]).astype(float)
+    return float(y.mean() * (1 - y.mean()))
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,402 @@
+#!/usr/bin/python3
+"""Trains the phi/psi surface networks: surf20 (two levels) and surf20_hyb (one level).
+
+The output of a box is trained, after the fixed prior, towards the height of a round bump at the residue's true
+phi/psi. Squared error makes the map the residue's smoothed posterior density: one high bump when the shifts
+decide, two with their shares when they leave a choice. The prior is divided out of the last layer on writing.
+
+Stages: level 1 members on folds (for honest level 2 input), level 1 members to ship, level 2 members, hybrid
+members. Every member is a state file of its own, so an interrupted run goes on where it stopped.
+"""
+import argparse
+import os
+
+import numpy as np
+import torch
+
+import networks_common as nc
+
+PRIOR = torch.from_numpy(nc.BOX_PRIOR)
+# Added to measured values in training: random error and a referencing error of the whole window (ppm, order
+# HN N HA C CA CB; CA and CB share theirs).
+NOISE = torch.tensor([0.04, 0.25, 0.03, 0.15, 0.15, 0.15])
+OFFSET = torch.tensor([0.02, 0.20, 0.015, 0.12, 0.12, 0.12])
+PAD_ROW = [0.0] * 20 + [0.0, 1.0] * 6
+
+
+class SurfaceData:
+    """Residue vectors of all variants in the order residue letters, shifts, with angles, folds and weights."""
+
+    def __init__(self, work, variants, seed):
+        first = nc.load_features(work, variants[0])
+        self.first = first
+        rows, has = [], []
+        for name in variants:
+            f = first if name == variants[0] else nc.load_features(work, name)
+            where = align(first, f)
+            x = np.where(where[:, None] >= 0, f["x"][where], 0).astype(np.float32)
+            ok = where >= 0
+            rows.append(np.concatenate([np.concatenate([x[:, 12:] * 10, x[:, :12]], 1), [PAD_ROW]]).astype(np.float32))
+            has.append(np.append(ok, True))
+        self.x = torch.from_numpy(np.stack(rows))
+        self.has = np.stack(has)
+        self.known = self.x[:, :, 21::2] == 0
+        self.variants = variants
+        self.pad = len(first["id"])
+        self.phi = torch.from_numpy(first["phi"].astype(np.float32))
+        self.psi = torch.from_numpy(first["psi"].astype(np.float32))
+        self.usable = (first["use_phipsi"] == 1) & (first["phi"] < 999) & (first["psi"] < 999)
+        self.fold = nc.cluster_folds(first["cluster30"], 20, seed)
+        self.dev = first["split"] == 1
+        self.weight = torch.from_numpy(first["weight"].astype(np.float32))
+
+    def windows(self, padded):
+        """Centres and windows of residues with trusted angles whose window exists in every variant."""
+        centres, windows = nc.window_index(self.first["chains"], 2, padded)
+        ok = self.usable[centres]
+        if padded:
+            ok &= (windows[:, 1] >= 0) & (windows[:, 3] >= 0)
+        windows = np.where(windows < 0, self.pad, windows)
+        ok &= self.has[0][windows].all(1)
+        return centres[ok], windows[ok]
+
+    def batch(self, variant, windows, noisy):
+        """Network input (n x 160) for windows (n x 5) taken from the variant of each sample."""
+        v = variant[:, None]
+        x = self.x[v, windows]
+        if noisy:
+            n = len(windows)
+            shift = torch.randn(n, 5, 6) * NOISE
+            common = torch.randn(n, 1, 6)
+            common[:, :, 5] = common[:, :, 4]
+            shift = (shift + common * OFFSET) * self.known[v, windows]
+            x = x.clone()
+            x[:, :, 20::2] += shift
+        return x.reshape(len(windows), 160)
+
+
+def align(a, b):
+    """For each residue of dump a its place in dump b, or -1."""
+    place = {(i, r): k for k, (i, r) in enumerate(zip(b["id"], b["resid"]))}
+    return np.array([place.get(key, -1) for key in zip(a["id"], a["resid"])])
+
+
+def bumps(phi, psi, sigma, height):
+    """Target maps: a circular Gaussian bump at (phi, psi), n x 324."""
+    centres = torch.from_numpy(nc.BOX_CENTRES.astype(np.float32))
+    def axis(angle):
+        d = torch.remainder(angle[:, None] - centres + 180.0, 360.0) - 180.0
+        return torch.exp(-0.5 * (d / sigma) ** 2)
+    return (height * axis(phi)[:, :, None] * axis(psi)[:, None, :]).reshape(len(phi), 324)
+
+
+def surface_loss(q, target, weight):
+    residual = q - target
+    # The program clamps at zero: going below it where nothing is expected costs little.
+    residual = torch.where((q < 0) & (target < 0.01), 0.2 * residual, residual)
+    return (weight[:, None] * residual ** 2).sum() / weight.sum()
+
+
+def train_members(data, args, state, count, train_of, held_of, padded, mix, seed):
+    """Level 1 members; `train_of(m)`/`held_of(m)` select residues, `mix` is the share of each variant."""
+    centres, windows = data.windows(padded)
+    windows_t = torch.from_numpy(windows)
+    mix = np.array([mix(name) for name in data.variants])
+    mix = mix / mix.sum()
+    members = []
+    for m in range(count):
+        train = np.flatnonzero(train_of(m)[centres])
+        held = np.flatnonzero(held_of(m)[centres])
+        torch.manual_seed(seed + m)
+        net = nc.Member(160, 180, 324, drop=args.drop)
+        net.standardise_on(data.batch(torch.randint(len(mix), (len(train),)), windows_t[train], False))
+        nn_init_output(net, data, centres[train], args)
+        held_variant = np.random.default_rng(7).choice(len(mix), len(held), p=mix)
+
+        def epoch(rng):
+            order = rng.permutation(train)
+            variant = rng.choice(len(mix), len(order), p=mix)
+            for k in range(0, len(order) - args.batch // 2, args.batch):
+                i = order[k:k + args.batch]
+                c = centres[i]
+                yield (data.batch(torch.from_numpy(variant[k:k + args.batch]), windows_t[i], True),
+                       bumps(data.phi[c], data.psi[c], args.sigma, args.height), data.weight[c])
+
+        def loss_of(model, batch):
+            return surface_loss(model(batch[0]), batch[1], batch[2])
+
+        def validate(model):
+            c = centres[held]
+            q = model(data.batch(torch.from_numpy(held_variant), windows_t[held], False))
+            return surface_loss(q.clamp(min=0), bumps(data.phi[c], data.psi[c], args.sigma, args.height), data.weight[c])
+
+        score = nc.fit(net, "%s.m%d" % (state, m), epoch, loss_of, validate, args.epochs, args.rate,
+                       args.decay, args.patience, os.path.basename(state) + ".m%d" % m, seed + m)
+        nc.log("%s.m%d held-out %.5f" % (os.path.basename(state), m, score))
+        net.eval()
+        members.append(net)
+    return members
+
+
+def nn_init_output(net, data, centres, args):
+    """Starts the output at the mean map."""
+    c = centres[:: max(1, len(centres) // 4000)]
+    with torch.no_grad():
+        net.wl2.weight.mul_(0.3)
+        net.wl2.bias.copy_(bumps(data.phi[c], data.psi[c], args.sigma, args.height).mean(0))
+
+
+def level1_maps(data, variant, members_of_fold):
+    """Mean level 1 maps (after the prior) of every residue of a variant, with the chain's mean where there is no
+    window. members_of_fold(residue rows) gives the members for a chain."""
+    v = data.variants.index(variant)
+    out = torch.zeros(data.pad + 1, 324)
+    with torch.no_grad():
+        for start, stop in data.first["chains"]:
+            if stop - start < 5 or not data.has[v][start:stop].all():
+                continue
+            members = members_of_fold(start)
+            idx = torch.from_numpy(np.array([range(i - 2, i + 3) for i in range(start + 2, stop - 2)]))
+            x = data.batch(torch.full((len(idx),), v), idx, False)
+            q = sum(m(x) for m in members) / len(members)
+            out[start:stop] = q.mean(0)
+            out[start + 2:stop - 2] = q
+    return out
+
+
+def train_level2(data, args, state, maps, count, train_of, held_of, mix, seed):
+    """Level 2 members on the five-residue windows of level 1 maps (one tensor per variant)."""
+    centres, windows = data.windows(False)
+    whole = np.array([data.has[:, w].all() for w in windows])
+    centres, windows = centres[whole], windows[whole]
+    windows_t = torch.from_numpy(windows)
+    boxes = np.flatnonzero(nc.BOX_SHARE >= args.box_floor)
+    narrow = [m[:, boxes].contiguous() for m in maps]
+    mix = np.array([mix(name) for name in data.variants])
+    mix = mix / mix.sum()
+    members = []
+    for m in range(count):
+        train = np.flatnonzero(train_of(m)[centres])
+        held = np.flatnonzero(held_of(m)[centres])
+        torch.manual_seed(seed + m)
+        net = nc.Member(5 * len(boxes), 360, 324, live=args.live, drop=args.drop2)
+        net.standardise_on(narrow[0][windows_t[train]].reshape(len(train), -1), floor=0.004)
+        nn_init_output(net, data, centres[train], args)
+        held_variant = np.random.default_rng(7).choice(len(mix), len(held), p=mix)
+
+        def gather(variant, i):
+            x = torch.empty(len(i), 5 * len(boxes))
+            for v in np.unique(variant):
+                k = np.flatnonzero(variant == v)
+                x[k] = narrow[v][windows_t[i[k]]].reshape(len(k), -1)
+            return x
+
+        def epoch(rng):
+            order = rng.permutation(train)
+            variant = rng.choice(len(mix), len(order), p=mix)
+            for k in range(0, len(order) - args.batch // 2, args.batch):
+                i = order[k:k + args.batch]
+                c = centres[i]
+                yield (gather(variant[k:k + args.batch], i), bumps(data.phi[c], data.psi[c], args.sigma, args.height),
+                       data.weight[c])
+
+        def loss_of(model, batch):
+            return surface_loss(model(batch[0]), batch[1], batch[2])
+
+        def validate(model):
+            c = centres[held]
+            q = torch.cat([model(gather(held_variant[k:k + 2000], held[k:k + 2000])) for k in range(0, len(held), 2000)])
+            return surface_loss(q.clamp(min=0), bumps(data.phi[c], data.psi[c], args.sigma, args.height), data.weight[c])
+
+        score = nc.fit(net, "%s.m%d" % (state, m), epoch, loss_of, validate, args.epochs2, args.rate2,
+                       args.decay2, args.patience, os.path.basename(state) + ".m%d" % m, seed + m)
+        nc.log("%s.m%d held-out %.5f" % (os.path.basename(state), m, score))
+        net.eval()
+        members.append(net)
+    return members, boxes
+
+
+def widen_level2(net, boxes):
+    """The member with all 1620 inputs, in raw level 1 outputs (before the prior)."""
+    full = nc.Member(1620, 360, 324, live=net.live)
+    full.load_state_dict({k: v for k, v in net.state_dict().items() if k not in ("wi.weight", "mean", "scale")},
+                         strict=False)
+    columns = np.concatenate([p * 324 + boxes for p in range(5)])
+    prior = torch.from_numpy(np.tile(nc.BOX_PRIOR, 5)[columns])
+    with torch.no_grad():
+        full.wi.weight.zero_()
+        full.wi.weight[:, columns] = net.wi.weight
+        full.mean[columns] = net.mean / prior
+        full.scale[columns] = net.scale / prior
+    return full
+
+
+# --- figures ---------------------------------------------------------------------------------------------------------
+
+def map_clusters(q):
+    """Islands of a map as the program finds them: list of member lists, best seed first, and the support boxes."""
+    mean, sd = q.mean(), q.std(ddof=1)
+    peaks = [b for b in np.argsort(-q, kind="stable") if q[b] >= mean + sd]
+    if not peaks or sd == 0:
+        return [], set()
+    rows, cols = np.array(peaks) // 18, np.array(peaks) % 18
+    dr, dc = abs(rows[:, None] - rows), abs(cols[:, None] - cols)
+    near = np.minimum(dr, 18 - dr) ** 2 + np.minimum(dc, 18 - dc) ** 2 <= 36
+    visited, owner, clusters = set(), {}, []
+    for a, box in enumerate(peaks):
+        if box in visited:
+            continue
+        visited.add(box)
+        neighbours = [peaks[b] for b in np.flatnonzero(near[a]) if b != a]
+        if len(neighbours) <= 4:
+            continue
+        members = [box]
+        was = owner.get(box)
+        owner[box] = len(clusters)
+        for b in neighbours:
+            visited.add(b)
+            if b not in owner:
+                owner[b] = len(clusters)
+                members.append(b)
+        if len(members) >= 5:
+            clusters.append(members)
+        else:
+            for b in members:
+                owner.pop(b, None)
+            if was is not None:
+                owner[box] = was
+    return clusters, {b for b in owner if (q[b] - mean) / sd >= 1.0}
+
+
+def box_of(phi, psi):
+    return int((phi + 180) // 20) % 18 * 18 + int((psi + 180) // 20) % 18
+
+
+def figures(q, phi, psi):
+    """What the later stages will see of maps q (n x 324): shares and the error of the first cluster's centre."""
+    angles = np.deg2rad(nc.BOX_CENTRES)
+    opened = inside = first_inside = wrong = considered = 0
+    size, squares = [], []
+    for k in range(len(q)):
+        clusters, support = map_clusters(q[k])
+        if not clusters:
+            opened += 1
+            continue
+        seeds = [c[0] for c in clusters]
+        confidence = q[k][seeds[0]] / q[k][seeds].sum()
+        limit = 0.65 if 7 <= seeds[0] % 18 <= 15 and seeds[0] > 161 else 0.6
+        if len(clusters) > 1 and confidence < limit:
+            opened += 1
+            continue
+        considered += 1
+        size.append(len(support))
+        box = box_of(phi[k], psi[k])
+        inside += box in support
+        first_inside += box in clusters[0]
+        w = q[k][clusters[0]]
+        r, c = np.array(clusters[0]) // 18, np.array(clusters[0]) % 18
+        f = np.rad2deg(np.arctan2((w * np.sin(angles[r])).sum(), (w * np.cos(angles[r])).sum()))
+        s = np.rad2deg(np.arctan2((w * np.sin(angles[c])).sum(), (w * np.cos(angles[c])).sum()))
+        df, ds = (f - phi[k] + 180) % 360 - 180, (s - psi[k] + 180) % 360 - 180
+        if df * df + ds * ds >= (3600 if nc.BOX_SHARE[box] >= 0.06 else 6400):
+            wrong += 1
+        else:
+            squares.append((df * df, ds * ds))
+    rms = np.sqrt(np.mean(squares, 0)) if squares else (0, 0)
+    n = max(1, considered)
+    return ("n %d open %.3f | of the others: box inside %.3f in first cluster %.3f wrong %.3f rms phi %.1f psi %.1f boxes "
+            "%.1f peak %.2f" % (len(q), opened / len(q), inside / n, first_inside / n, wrong / n, rms[0], rms[1],
+                                np.mean(size), np.median(q.max(1))))
+
+
+def report(data, name, variant, q, centres):
+    nc.log("%s on %s: %s" % (name, variant, figures(q.clamp(min=0).numpy(), data.phi[centres].numpy(), data.psi[centres].numpy())))
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
+    parser.add_argument("--work", default="work", help="work directory with the feature dumps")
+    parser.add_argument("--state", required=True, help="directory of the resumable member states")
+    parser.add_argument("--out", required=True, help="directory that gets the weight tables")
+    parser.add_argument("--variants", default="full,noproton,dropA,dropB,dropC,dropD")
+    parser.add_argument("--train", choices=["all", "split"], default="all", help="split: leave the dev clusters out and report on them")
+    parser.add_argument("--only", default="", help="level1, level2 or hybrid alone")
+    parser.add_argument("--folds", type=int, default=4)
+    parser.add_argument("--fold-members", type=int, default=2)
+    parser.add_argument("--members", type=int, default=3)
+    parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--sigma", type=float, default=22.0)
+    parser.add_argument("--height", type=float, default=1.1)
+    parser.add_argument("--epochs", type=int, default=40)
+    parser.add_argument("--epochs2", type=int, default=15)
+    parser.add_argument("--batch", type=int, default=256)
+    parser.add_argument("--rate", type=float, default=1e-3)
+    parser.add_argument("--rate2", type=float, default=5e-4)
+    parser.add_argument("--decay", type=float, default=0.01)
+    parser.add_argument("--decay2", type=float, default=0.05)
+    parser.add_argument("--drop", type=float, default=0.1)
+    parser.add_argument("--drop2", type=float, default=0.2)
+    parser.add_argument("--patience", type=int, default=8)
+    parser.add_argument("--live", type=int, default=224)
+    parser.add_argument("--box-floor", type=float, default=0.0012)
+    args = parser.parse_args()
+    os.makedirs(args.state, exist_ok=True)
+    data = SurfaceData(args.work, args.variants.split(","), args.seed)
+    pool = ~data.dev if args.train == "split" else np.ones(data.pad, bool)
+    dev_centres, dev_windows = data.windows(False)
+    keep = data.dev[dev_centres]
+    dev_centres, dev_windows = dev_centres[keep], torch.from_numpy(dev_windows[keep])
+    nc.log("%d residues, %d variants, training on %d, dev windows %d"
+           % (data.pad, len(data.variants), pool.sum(), keep.sum()))
+
+    def on_dev(name, members):
+        if args.train == "split":
+            for v, variant in enumerate(data.variants):
+                with torch.no_grad():
+                    x = data.batch(torch.full((len(dev_windows),), v), dev_windows, False)
+                    report(data, name, variant, sum(m(x) for m in members) / len(members), dev_centres)
+
+    # Two of the twenty small folds stop each shipped member: a different pair for each.
+    train_of = lambda m: pool & ~np.isin(data.fold, (2 * m, 2 * m + 1))
+    held_of = lambda m: pool & np.isin(data.fold, (2 * m, 2 * m + 1))
+    standard = lambda name: {"full": 3.0, "noproton": 0.0}.get(name, 0.5)
+    scale = 1.0 / nc.BOX_PRIOR.astype(np.float64)
+    path = lambda name: os.path.join(args.state, name)
+
+    if args.only in ("", "level1", "level2"):
+        level1 = train_members(data, args, path("surf20.l1"), args.members, train_of, held_of, False, standard, args.seed * 100)
+        on_dev("level 1", level1)
+        nc.write_level(args.out, "surf20", 1, level1, scale)
+    if args.only in ("", "hybrid"):
+        heavy = lambda name: {"full": 1.0, "noproton": 2.0}.get(name, 0.8)
+        hybrid = train_members(data, args, path("surf20_hyb"), args.members, train_of, held_of, True, heavy, args.seed * 100 + 50)
+        on_dev("hybrid", hybrid)
+        nc.write_level(args.out, "surf20_hyb", 1, hybrid, scale)
+    if args.only in ("", "level2"):
+        # Level 2 must see level 1 as unseen proteins will: each residue's map comes from members that never saw its
+        # cluster.
+        of_fold = {}
+        for f in range(args.folds):
+            inside = data.fold % args.folds == f
+            # Held-out for stopping: one small fold of the others.
+            stop = (data.fold % args.folds == (f + 1) % args.folds) & (data.fold < args.folds)
+            of_fold[f] = train_members(data, args, path("surf20.fold%d" % f), args.fold_members,
+                                       lambda m: pool & ~inside & ~stop, lambda m: pool & stop, False, standard,
+                                       args.seed * 100 + 10 * (f + 1))
+        members_at = lambda row: level1 if not pool[row] else of_fold[data.fold[row] % args.folds]
+        used = [v for v in data.variants if standard(v) > 0]
+        maps = [level1_maps(data, v, members_at) if v in used else torch.zeros(1, 324).expand(data.pad + 1, 324)
+                for v in data.variants]
+        level2, boxes = train_level2(data, args, path("surf20.l2"), maps, args.members, train_of, held_of, standard, args.seed * 100 + 5)
+        if args.train == "split":
+            for v, variant in enumerate(data.variants):
+                if variant in used:
+                    with torch.no_grad():
+                        x = maps[v][:, boxes][dev_windows].reshape(len(dev_windows), -1)
+                        report(data, "level 2", variant, sum(m(x) for m in level2) / len(level2), dev_centres)
+        nc.write_level(args.out, "surf20", 2, [widen_level2(m, boxes) for m in level2], scale)
+    nc.log("done")
+
+
+if __name__ == "__main__":
+    main()
