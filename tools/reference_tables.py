@@ -24,6 +24,14 @@ MISSING = 9999.0
 # Value of each nucleus expected at CA - CB = 0 by the referencing check, for differences below and from 0 on.
 CHECK = {CA: (0.094, 0.459), HA: (0.089, -0.008), C: (-0.272, 0.226)}
 
+# Weights of the averaging of missing shifts, found by predicting shifts that were hidden from triplets of proteins of
+# other sequence clusters: share of the two neighbours, weight of the residue distance by position, price of a missing
+# shift in mean squares, and factors of the six atoms.
+NEIGHBOUR_SHARE = 0.4
+POSITION_WEIGHT = (0.35, 1.05, 0.49)
+MISSING_PRICE = 4.1
+ATOM_FACTOR = np.array([1.0, 1.0, 0.7, 1.4, 1.0, 0.7])
+
 RANDOM_COIL_SOURCE = "Wishart DS, Bigam CG, Holm A, Hodges RS, Sykes BD (1995) J Biomol NMR 5:67-81"
 NEIGHBOUR_SOURCE = "Nielsen JT, Mulder FAA (2018) J Biomol NMR 70:141-165"
 ISOTOPE_SOURCE = "Venters RA, Farmer BT, Fierke CA, Spicer LD (1996) J Mol Biol 264:1101-1116"
@@ -173,6 +181,32 @@ def limits(proteins, tables, share=0.2, least=60):
     return out
 
 
+def search_scales(proteins, tables, factor=1.0):
+    """[20, 6] divisors of the search in ppm: spread of the difference of two shifts of equal conformation.
+
+    The difference of two residues that agree in the angles around them has the spread of what is left after the common
+    structure terms, times the square root of two.
+    """
+    x, y, codes = [], [], []
+    for p in proteins:
+        x.append(common_terms(p)[p.use_phipsi])
+        y.append(secondary_shifts(p, tables)[p.use_phipsi])
+        codes.append(np.array([LETTERS.find(s) for s in p.seq])[p.use_phipsi])
+    x, y, codes = (np.concatenate(v) for v in (x, y, codes))
+    x = np.concatenate([np.ones((len(x), 1)), x], axis=1)
+    scales = np.zeros((20, 6))
+    for a in range(6):
+        ok = ~np.isnan(y[:, a])
+        beta, spread = dataset.ridge(x[ok], y[ok, a], np.full(x.shape[1], 8.0))
+        rest = np.abs(y[ok, a] - x[ok] @ beta)
+        for k in range(20):
+            mine = rest[codes[ok] == k]
+            n = len(mine)
+            own = 1.4826 * np.median(mine) if n else spread
+            scales[k, a] = factor * np.sqrt(2.0) * np.sqrt((n * own**2 + 100 * spread**2) / (n + 100))
+    return scales
+
+
 # ---------------------------------------------------------------- writing
 
 
@@ -195,6 +229,36 @@ def write_blosum(source, path):
     columns = [c for c in rows[0] if c != "res1"]
     write(path, ["BLOSUM62 substitution scores, half bits", BLOSUM_SOURCE], ["RESNAME"] + columns,
           ["%4s"] + ["%4d"] * len(columns), [[r["res1"]] + [int(r[c]) for c in columns] for r in rows])
+
+
+def blosum(source):
+    rows = list(dataset.read_tsv(os.path.join(source, "reference", "blosum62.tsv")))
+    return {(r["res1"], c): float(r[c]) for r in rows for c in r if c != "res1"}
+
+
+def write_homology(source, path):
+    """Distance of residues: its square is the mean of the two self scores less the mutual score, mean over pairs 1."""
+    score = blosum(source)
+    base = lambda x: PARENT.get(x, x)  # noqa: E731
+    square = np.array([[0.5 * (score[base(x), base(x)] + score[base(y), base(y)]) - score[base(x), base(y)] for y in ROWS]
+                       for x in ROWS])
+    distance = np.sqrt(square / square[:20, :20].mean())
+    # a cysteine in the other state is no longer the same residue
+    reduced, oxidised = ROWS.index("C"), ROWS.index("c")
+    distance[reduced, oxidised] = distance[oxidised, reduced] = 0.5
+    write(path, ["Distance of residues in the averaging of missing shifts", "From BLOSUM62, " + BLOSUM_SOURCE],
+          ["RESNAME", *ROWS], ["%4s"] + ["%7.4f"] * len(ROWS), [[r, *distance[i]] for i, r in enumerate(ROWS)])
+
+
+def write_weights(proteins, tables, path):
+    values = np.concatenate([secondary_shifts(p, tables)[p.use_phipsi] for p in proteins])
+    spread = np.nanstd(values, axis=0)
+    atom = ATOM_FACTOR / spread**2
+    rows = [["R1", *(NEIGHBOUR_SHARE * atom), POSITION_WEIGHT[0]], ["R2", *atom, POSITION_WEIGHT[1]],
+            ["R3", *(NEIGHBOUR_SHARE * atom), POSITION_WEIGHT[2]], ["AVG", *spread**2, MISSING_PRICE]]
+    write(path, ["Weights of the averaging of missing shifts", "R1 to R3: per squared ppm and position; W: of the residue distance",
+                 "AVG: variance of the secondary shifts (ppm squared); W: price of a missing shift in these variances"],
+          ["RESNAME", *ATOMS, "W"], ["%4s"] + ["%9.4f"] * 7, rows)
 
 
 def write_isotope(source, path):
@@ -234,7 +298,14 @@ def main():
           ["RESNAME"] + [f"{a}_{m}" for a in ATOMS for m in ("MIN", "MAX")], ["%4s"] + ["%8.3f"] * 12,
           [[letter, *bounds[i].ravel()] for i, letter in enumerate(ROWS)])
     write_blosum(args.source, path("BLOSUM62.tab"))
+    write_homology(args.source, path("homology.tab"))
+    write_weights(proteins, tables, path("weight.tab"))
     write_isotope(args.source, path("isoadj.tab"))
+    scales = search_scales(proteins, tables)
+    with open(os.path.join(args.work, "scales.tsv"), "w") as out:
+        out.write("letter\t" + "\t".join(ATOMS) + "\n")
+        for letter, row in zip(LETTERS, scales):
+            out.write(letter + "".join(f"\t{v:.3f}" for v in row) + "\n")
     print("mean offset left: " + ", ".join(f"{ATOMS[a]} {v:+.3f}" for a, v in rest.items()))
 
 

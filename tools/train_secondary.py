@@ -405,9 +405,10 @@ def train_sequence_network(args, name, data, held, excluded, sizes, members, kno
     seed = args.seed * 1000 + 500 + 20 * members
     level1 = [level1_member(path(".l1.m%d" % m), train_all, seed + m) for m in range(members)]
     values = torch.zeros(data.count + 1, 3)
+    of_fold = [level1_member(path(".fold%d" % f), np.flatnonzero(usable & ~held[data.chain] & (folds != f)), seed + 50 + f)
+               for f in range(args.seq_folds)]
     with torch.no_grad():
-        for f in range(args.seq_folds):
-            net = level1_member(path(".fold%d" % f), np.flatnonzero(usable & ~held[data.chain] & (folds != f)), seed + 50 + f)
+        for f, net in enumerate(of_fold):
             rows = np.flatnonzero((folds == f) & ~held[data.chain])
             for k in range(0, len(rows), 8000):
                 values[rows[k:k + 8000]] = net(data.level1_input(rows[k:k + 8000]))

@@ -5,7 +5,7 @@
 #include "run/orvix.h"
 #include "run/parallel.h"
 #include "search/db.h"
-#include "search/triplet_search.h"
+#include "search/search_context.h"
 
 namespace {
 

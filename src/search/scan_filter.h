@@ -41,6 +41,9 @@ struct FilterPlanes {
     const std::uint8_t* centre;  ///< letter plane of the centre position
 };
 
+/// Whether filterRowsAvx2 was built with its instructions.
+extern const bool avx2FilterBuilt;
+
 /// Writes the rows of first..last - 1 that survive to `rows`, in rising order, and returns their
 /// number. Looks at whole groups of 32 rows: rows behind the last one, up to 31, may be reported
 /// too, as far as their centre letter allows. `rows` has room for last - first + 32 entries.

@@ -8,6 +8,8 @@
 
 namespace orvix {
 
+const bool avx2FilterBuilt = true;
+
 namespace {
 
 inline __m256i loadAt(const std::uint8_t* p) {
@@ -79,7 +81,9 @@ int filterRowsAvx2(const RowFilter& filter, const FilterPlanes& planes, int firs
 
 namespace orvix {
 
-// Never called on a processor without the instructions; there for the linker.
+const bool avx2FilterBuilt = false;
+
+// Never called then; there for the linker.
 int filterRowsAvx2(const RowFilter&, const FilterPlanes&, int, int, int*) { return 0; }
 
 }  // namespace orvix

@@ -181,7 +181,7 @@ void checkSequence(ORVIX& run) {
         const char first = name.empty() ? '\0' : name[0];
         if (!(first >= 'A' && first <= 'Y') &&
             std::string_view("cph?").find(first) == std::string_view::npos) {
-            name = "X";
+            name.assign(1, 'X');
         }
         if (!run.noOxiCysCheck && (isCysteine(letter) || isCysteine(name))) {
             name = letter;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 
 #include "run/angles.h"
 #include "shifts/shift_average_rows.h"
@@ -53,25 +54,22 @@ void NearestRows::offer(float score, int row) {
     if (!(score < scoreLimit) || wanted_ == 0) {
         return;
     }
-    const auto place = std::lower_bound(
-        rows_.begin(), rows_.end(), score,
-        [](const ScoredRow& entry, float value) { return entry.score < value; });
-    if (place != rows_.end() && place->score == score) {
-        place->row = row;
-        return;
+    // A score that was pushed out can't come back: the limit only falls.
+    ranking_[score] = row;
+    if (ranking_.size() > wanted_) {
+        ranking_.erase(std::prev(ranking_.end()));
     }
-    if (rows_.size() == wanted_) {
-        if (place == rows_.end()) {
-            return;
-        }
-        std::move_backward(place, rows_.end() - 1, rows_.end());
-        *place = {score, row};
-    } else {
-        rows_.insert(place, {score, row});
+    if (ranking_.size() == wanted_) {
+        limit_ = ranking_.rbegin()->first;
     }
-    if (rows_.size() == wanted_) {
-        limit_ = rows_.back().score;
+}
+
+std::vector<ScoredRow> NearestRows::rows() const {
+    std::vector<ScoredRow> sorted;
+    for (const auto& [score, row] : ranking_) {
+        sorted.push_back({score, row});
     }
+    return sorted;
 }
 
 RowScorer::RowScorer(const TripletQuery& triplet, const AverageWeights& weights,
@@ -138,29 +136,35 @@ std::vector<ScoredRow> nearestRowsPortable(const ObservedRows& rows, const Tripl
     return nearestRowsBy(scoreRowsPortable, rows, query, weights, homology, wanted);
 }
 
+float scoreTriplet(const double* shifts, const std::string* names, const TripletQuery& query,
+                   const AverageWeights& weights, const Homology& homology) {
+    float score = 0.0F;
+    for (std::size_t p = 0; p < 3; ++p) {
+        for (std::size_t key = 1; key <= atomKeys; ++key) {
+            const std::size_t j = p * atomKeys + key;
+            const double o = shifts[j - 1];
+            const double x = query.shifts[j - 1];
+            if (o > missingLimit || x > missingLimit) {
+                score = addTerm(score, weights.atomPosition[j] * weights.atom[key]);
+            } else {
+                score = addTerm(score, (o - x) * (o - x) * weights.atomPosition[j]);
+            }
+        }
+        const auto similarity = homology.find(query.names[p]);
+        const double h = similarityOf(similarity == homology.end() ? nullptr : &similarity->second,
+                                      names[p + 1]);
+        score = addTerm(score, h * h * weights.position[p + 1]);
+    }
+    return score;
+}
+
 std::vector<ScoredRow> nearestRowsPlain(const ObservedRows& rows, const TripletQuery& query,
                                         const AverageWeights& weights, const Homology& homology,
                                         int wanted) {
     std::map<float, int> ranking;
     for (int row = 0; row < rows.count; ++row) {
-        float score = 0.0F;
-        for (std::size_t p = 0; p < 3; ++p) {
-            for (std::size_t key = 1; key <= atomKeys; ++key) {
-                const std::size_t j = p * atomKeys + key;
-                const double o = rows.shifts[row][j - 1];
-                const double x = query.shifts[j - 1];
-                if (o > missingLimit || x > missingLimit) {
-                    score = addTerm(score, weights.atomPosition[j] * weights.atom[key]);
-                } else {
-                    score = addTerm(score, (o - x) * (o - x) * weights.atomPosition[j]);
-                }
-            }
-            const auto similarity = homology.find(query.names[p]);
-            const double h = similarityOf(
-                similarity == homology.end() ? nullptr : &similarity->second,
-                rows.names[row][p + 1]);
-            score = addTerm(score, h * h * weights.position[p + 1]);
-        }
+        const float score =
+            scoreTriplet(rows.shifts[row], rows.names[row], query, weights, homology);
         if (score < scoreLimit) {
             ranking[score] = row;
         }

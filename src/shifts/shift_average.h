@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <map>
 #include <span>
 #include <string>
@@ -65,6 +66,11 @@ std::vector<ScoredRow> nearestRowsPortable(const ObservedRows& rows, const Tripl
                                            const AverageWeights& weights,
                                            const Homology& homology, int wanted);
 
+/// The score of one triplet, written down plainly. `shifts` and `names` as of a row of
+/// ObservedRows.
+float scoreTriplet(const double* shifts, const std::string* names, const TripletQuery& query,
+                   const AverageWeights& weights, const Homology& homology);
+
 /// Rows with a score from here on are no neighbours.
 inline constexpr float scoreLimit = 200.0F;
 
@@ -78,12 +84,12 @@ class NearestRows {
     float limit() const { return limit_; }
     void offer(float score, int row);
     /// Best first.
-    const std::vector<ScoredRow>& rows() const { return rows_; }
+    std::vector<ScoredRow> rows() const;
 
   private:
     std::size_t wanted_;
     float limit_ = scoreLimit;
-    std::vector<ScoredRow> rows_;
+    std::map<float, int> ranking_;
 };
 
 }  // namespace orvix

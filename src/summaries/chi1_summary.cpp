@@ -1,4 +1,5 @@
 #include <iostream>
+#include <limits>
 
 #include "run/angles.h"
 #include "run/citation.h"
@@ -29,7 +30,11 @@ std::map<std::string, orvix::RotamerCalibration> readCalibration(const std::stri
     for (auto& [number, row] : table.entries) {
         orvix::RotamerCalibration& bins = calibration[row["RESNAME"]];
         for (std::size_t i = 0; i < bins.size(); ++i) {
-            bins[i] = static_cast<float>(orvix::textToDouble(row[std::to_string(i)]));
+            // A bin that the table lacks is not known to be 0, and must not pass for it.
+            const auto cell = row.find(std::to_string(i));
+            bins[i] = cell == row.end()
+                          ? std::numeric_limits<float>::quiet_NaN()
+                          : static_cast<float>(orvix::textToDouble(cell->second));
         }
     }
     return calibration;

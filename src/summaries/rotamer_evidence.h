@@ -9,7 +9,8 @@
 
 namespace orvix {
 
-/// Relative likelihood of a rotamer whose mean network score falls in bin 0..10.
+/// Relative likelihood of a rotamer whose mean network score falls in bin 0..10; NaN for a bin that
+/// is not known.
 using RotamerCalibration = std::array<float, 11>;
 
 /// Probabilities of the three rotamers of a side chain and what follows from them.
@@ -24,7 +25,8 @@ int scoreBin(std::span<const double> scores);
 
 /// Probabilities from the scores of the fragments by rotamer word. With `valine` the three groups
 /// change places by one rotamer: valine's chi1 is counted from CG1, which lies a third of a turn
-/// from where the branch of the other residues lies. A likelihood sum of 0 gives three zeros.
+/// from where the branch of the other residues lies. A likelihood sum of 0,
+/// or a bin that is not known, gives three zeros.
 RotamerPrediction predictRotamer(const std::map<std::string, std::vector<double>>& scores,
                                  const RotamerCalibration& calibration, bool valine);
 

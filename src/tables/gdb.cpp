@@ -1,5 +1,6 @@
 #include "tables/gdb.h"
 
+#include <algorithm>
 #include <cstring>
 #include <iostream>
 
@@ -57,6 +58,18 @@ bool columnHolds(const GDB& table, const std::string& name, char letter) {
 bool cellEquals(const GDB::Entry& row, const std::string& name, const std::string& value) {
     const auto cell = row.find(name);
     return cell == row.end() ? value.empty() : cell->second == value;
+}
+
+// A copy of the `n`-th row for which `matches` holds; empty when there is none.
+template <typename Matches>
+GDB::Entry nthRow(const std::map<int, GDB::Entry>& entries, int n, Matches matches) {
+    int count = 0;
+    for (const auto& [number, row] : entries) {
+        if (matches(row) && ++count == n) {
+            return row;
+        }
+    }
+    return {};
 }
 
 }  // namespace
@@ -200,22 +213,14 @@ GDB::Entry GDB::getEntry(int row) {
 }
 
 GDB::Entry GDB::getEntry(const std::string& name, const std::string& value, int n) const {
-    // The second condition of a single search is the first one again.
-    return getEntry(name, value, name, value, n);
+    return nthRow(entries, n, [&](const Entry& row) { return cellEquals(row, name, value); });
 }
 
 GDB::Entry GDB::getEntry(const std::string& name1, const std::string& value1,
                          const std::string& name2, const std::string& value2, int n) const {
-    int matches = 0;
-    for (const auto& [number, row] : entries) {
-        if (cellEquals(row, name1, value1) && cellEquals(row, name2, value2)) {
-            ++matches;
-            if (matches == n) {
-                return row;
-            }
-        }
-    }
-    return {};
+    return nthRow(entries, n, [&](const Entry& row) {
+        return cellEquals(row, name1, value1) && cellEquals(row, name2, value2);
+    });
 }
 
 bool GDB::checkFormat(const std::string& spec) {

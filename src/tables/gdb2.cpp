@@ -99,8 +99,7 @@ bool GDB2::formatStrParser(const std::string& specifiers) {
     const std::string text = " " + specifiers;
     if (contains(text, '%') != varsCount) {
         std::cerr << "GDB init error:: FORMAT and VARS lines contain different number of columns.";
-        errorText +=
-            "\tFormat Error: FORMAT and VARS lines contain different number of columns";
+        errorText += "\tFormat Error: FORMAT and VARS lines contain different number of columns";
         return false;
     }
     int index = 0;
@@ -124,8 +123,8 @@ bool GDB2::initNodes() {
     }
     if (varsCount > maxColumns) {
         std::cerr << "GDB init error:: a table has at most " << maxColumns << " columns.\n";
-        errorText += "\tFormat Error: a table has at most " + std::to_string(maxColumns) +
-                     " columns\n";
+        errorText +=
+            "\tFormat Error: a table has at most " + std::to_string(maxColumns) + " columns\n";
         return false;
     }
     for (int i = 0; i < varsCount; ++i) {
@@ -160,7 +159,8 @@ std::string GDB2::getData(const std::string& key) const {
     for (const std::string& line : headerLines) {
         orvix::splitWords(line, words);
         if (words.size() > 1 && words[0] == "DATA" && words[1] == key) {
-            values += " " + orvix::joinWords(words, 2);
+            values += ' ';
+            values += orvix::joinWords(words, 2);
         }
     }
     return values;

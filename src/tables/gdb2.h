@@ -8,8 +8,9 @@
 #include "tables/line_node.h"
 
 /// The typed twin of `GDB`: the same text format, read into rows of integers, 32-bit floats and
-/// texts. It doesn't end the process on a bad file: it reports on the standard error stream, gathers
-/// the report in `errorText` and answers false. Rows and columns count from 1 unless told otherwise.
+/// texts. It doesn't end the process on a bad file: it reports on the standard error stream,
+/// gathers the report in `errorText` and answers false. Rows and columns count from 1 unless told
+/// otherwise.
 ///
 /// Where a value travels as `void*` it points to an int, a float or a std::string, by the type of
 /// the column. A table owns its rows and is neither copied nor assigned.

@@ -196,8 +196,8 @@ bool GDB2::loadGDB(const std::string& file) {
     if (lineCount == 0) {
         return failLoad(*this, "Format Error: No valid data found and read from input file \n");
     }
-    const std::int64_t last = firstResid - std::int64_t{1} +
-                              static_cast<std::int64_t>(residList.size());
+    const std::int64_t last =
+        firstResid - std::int64_t{1} + static_cast<std::int64_t>(residList.size());
     lastResid = static_cast<int>(std::clamp<std::int64_t>(last, INT_MIN, INT_MAX));
     return true;
 }

@@ -105,8 +105,7 @@ bool assign(LineNode::Val* cell, const LineNode::Val& value) {
 }  // namespace
 
 LineNode* GDB2::getLineEntry(int row) const {
-    if (!lines || row < 1 || row > lineCount ||
-        static_cast<std::size_t>(row) > lines->size()) {
+    if (!lines || row < 1 || row > lineCount || static_cast<std::size_t>(row) > lines->size()) {
         return nullptr;
     }
     return (*lines)[static_cast<std::size_t>(row) - 1];
@@ -146,8 +145,7 @@ std::vector<int> GDB2::getLineEntryIndice(const std::string& name, float value) 
     return rowIndices(*this, name, LineNode::Val(value));
 }
 
-std::vector<int> GDB2::getLineEntryIndice(const std::string& name,
-                                          const std::string& value) const {
+std::vector<int> GDB2::getLineEntryIndice(const std::string& name, const std::string& value) const {
     return rowIndices(*this, name, LineNode::Val(value));
 }
 

@@ -18,17 +18,14 @@ constexpr std::size_t sequenceChunk = 55;
 // the one before it. Of two columns of one name the later one has the cell.
 class RowLayout {
   public:
-    void build(const std::map<int, std::string>& vars, int count) {
-        std::map<std::string, std::size_t> places;
-        for (int i = 0; i < count; ++i) {
-            const auto name = vars.find(i);
-            places[name == vars.end() ? std::string() : name->second] =
-                static_cast<std::size_t>(i);
-        }
-        columns_.assign(places.begin(), places.end());
-    }
+    /// To be called when columns may have changed; the next row takes them anew.
+    void reset() { built_ = false; }
 
-    void fill(GDB::Entry& row, const std::vector<std::string_view>& words) const {
+    void fill(GDB::Entry& row, const std::vector<std::string_view>& words, const GDB& table) {
+        if (!built_) {
+            build(table.vars, table.varsCount);
+            built_ = true;
+        }
         row.clear();
         for (const auto& [name, place] : columns_) {
             row.emplace_hint(row.end(), name, words[place]);
@@ -36,6 +33,16 @@ class RowLayout {
     }
 
   private:
+    void build(const std::map<int, std::string>& vars, int count) {
+        std::map<std::string, std::size_t> places;
+        for (int i = 0; i < count; ++i) {
+            const auto name = vars.find(i);
+            places[name == vars.end() ? std::string() : name->second] = static_cast<std::size_t>(i);
+        }
+        columns_.assign(places.begin(), places.end());
+    }
+
+    bool built_ = false;
     std::vector<std::pair<std::string, std::size_t>> columns_;
 };
 
@@ -83,9 +90,9 @@ void writeRows(orvix::TextWriter& out, const GDB& table) {
     for (int i = 0; i < static_cast<int>(table.vars.size()); ++i) {
         const auto name = table.vars.find(i);
         const auto spec = table.formats.find(i);
-        columns.emplace_back(name == table.vars.end() ? std::string() : name->second,
-                             orvix::CellFormat(spec == table.formats.end() ? std::string_view()
-                                                                           : spec->second));
+        columns.emplace_back(
+            name == table.vars.end() ? std::string() : name->second,
+            orvix::CellFormat(spec == table.formats.end() ? std::string_view() : spec->second));
     }
     for (const auto& [number, row] : table.entries) {
         for (const auto& [name, format] : columns) {
@@ -117,7 +124,8 @@ void GDB::loadGDB(const std::string& file) {
         }
         // A row isn't done with yet: it may act as a keyword line too.
         if (formatSeen && varsCount > 0 && words.size() == static_cast<std::size_t>(varsCount)) {
-            layout.fill(entries.emplace_hint(entries.end(), rowNumber, Entry())->second, words);
+            layout.fill(entries.emplace_hint(entries.end(), rowNumber, Entry())->second, words,
+                        *this);
             ++rowNumber;
         }
 
@@ -131,11 +139,11 @@ void GDB::loadGDB(const std::string& file) {
         } else if (orvix::equalsFolded(keyword, "VARS")) {
             varsLine = orvix::joinWords(words, 1);
             VARS_str_parser(varsLine);
-            layout.build(vars, varsCount);
+            layout.reset();
         } else if (orvix::equalsFolded(keyword, "FORMAT")) {
             formatLine = behind;
             FORMAT_str_parser(formatLine);
-            layout.build(vars, varsCount);
+            layout.reset();
             formatSeen = true;
         }
     }

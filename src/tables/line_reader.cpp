@@ -1,10 +1,11 @@
 #include "tables/line_reader.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstring>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace orvix {
 namespace {
@@ -113,12 +114,11 @@ bool readWholeFile(const std::string& path, std::string& text) {
     if (descriptor < 0) {
         return false;
     }
-    const off_t size = ::lseek(descriptor, 0, SEEK_END);
+    struct stat status;
     std::size_t room = blockSize;
-    if (size >= 0) {
-        ::lseek(descriptor, 0, SEEK_SET);
+    if (::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_size >= 0) {
         // One byte more than the size lets the last read see the end without growing the text.
-        room = static_cast<std::size_t>(size) + 1;
+        room = static_cast<std::size_t>(status.st_size) + 1;
     }
     std::size_t used = 0;
     ssize_t got = 0;

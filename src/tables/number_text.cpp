@@ -19,8 +19,8 @@ constexpr std::uint64_t exactLimit = std::uint64_t{1} << 53;
 constexpr std::uint64_t mantissaLimit = 1000000000000000000u;  // one digit more still fits
 
 // A decimal mantissa / 10^11 < 2^53 / 10^11, divided in double, can't round onto the midpoint of
-// two floats unless it is that midpoint: they lie at least 1 / mantissa (or 2^-51) apart in relative
-// terms, and the division errs by 2^-53 at most. With more places that no longer holds.
+// two floats unless it is that midpoint: they lie at least 1 / mantissa (or 2^-51) apart in
+// relative terms, and the division errs by 2^-53 at most. With more places that no longer holds.
 constexpr int lastFloatPlace = 11;
 
 bool isSpace(char c) {

@@ -2,9 +2,9 @@
 
 #include <string_view>
 
-/// Text to number, exactly as the C library does it in the C locale, but fast for the plain decimals
-/// that tables are made of. Whatever the fast forms don't cover (long mantissas, large exponents,
-/// hexadecimal, infinities, NaN) goes through the C function on a bounded copy.
+/// Text to number, exactly as the C library does it in the C locale, but fast for the plain
+/// decimals that tables are made of. Whatever the fast forms don't cover (long mantissas, large
+/// exponents, hexadecimal, infinities, NaN) goes through the C function on a bounded copy.
 ///
 /// The texts need no terminating NUL and may hold NUL bytes, which end a number like any other
 /// foreign character.
@@ -19,9 +19,9 @@ namespace orvix {
 const char* readDouble(const char* p, const char* end, double& out);
 const char* readFloat(const char* p, const char* end, float& out);
 
-/// Only the plain form: sign, digits with at most one point, no exponent, small enough for one exact
-/// division. A null pointer for anything else, and then `out` is untouched. The word must end at
-/// `end` or at white space. Bits as above.
+/// Only the plain form: sign, digits with at most one point, no exponent, small enough for one
+/// exact division. A null pointer for anything else, and then `out` is untouched. The word must end
+/// at `end` or at white space. Bits as above.
 const char* readPlainDouble(const char* p, const char* end, double& out) noexcept;
 const char* readPlainFloat(const char* p, const char* end, float& out) noexcept;
 

@@ -124,10 +124,15 @@ bool checkFormat(std::string_view spec) {
 
 std::vector<std::string> splitSpecifiers(std::string_view line, int count) {
     // The blank makes sure that there is a piece in front of the first percent sign.
-    const std::vector<std::string> pieces = split("%", " " + std::string(line));
+    std::string text(1, ' ');
+    text += line;
+    const std::vector<std::string> pieces = split("%", text);
     std::vector<std::string> specifiers;
     for (std::size_t i = 1; i <= static_cast<std::size_t>(std::max(count, 0)); ++i) {
-        specifiers.push_back("%" + (i < pieces.size() ? pieces[i] : std::string()));
+        specifiers.emplace_back(1, '%');
+        if (i < pieces.size()) {
+            specifiers.back() += pieces[i];
+        }
     }
     return specifiers;
 }
@@ -138,12 +143,11 @@ void appendSequence(std::string_view sequence, int firstResid,
         if (c == ' ') {
             continue;
         }
-        const bool known =
-            (c >= 'A' && c <= 'Y') || c == 'c' || c == 'p' || c == 'h' || c == '?';
+        const bool known = (c >= 'A' && c <= 'Y') || c == 'c' || c == 'p' || c == 'h' || c == '?';
         // A first number near the end of int leaves the rest of the sequence on the last number.
         const std::int64_t wanted = firstResid + static_cast<std::int64_t>(residues.size());
         const int resid = static_cast<int>(std::min<std::int64_t>(wanted, INT_MAX));
-        residues[resid] = std::string(1, known ? c : 'X');
+        residues.insert_or_assign(residues.end(), resid, std::string(1, known ? c : 'X'));
     }
 }
 

@@ -28,9 +28,9 @@ std::vector<std::string> splitWhiteSpace(std::string_view text);
 /// separates nothing.
 std::vector<std::string> split(std::string_view separator, std::string_view text);
 
-/// Pieces `start` to `end` of `split`, from 0 and both included, joined by the separator. Empty when
-/// `start` is past the last piece or above `end`; when `end` is past the last piece, a separator
-/// stands behind that.
+/// Pieces `start` to `end` of `split`, from 0 and both included, joined by the separator. Empty
+/// when `start` is past the last piece or above `end`; when `end` is past the last piece, a
+/// separator stands behind that.
 std::string section(std::string_view text, char separator, int start, int end);
 
 /// The number of positions at which `part` occurs, overlaps counted.

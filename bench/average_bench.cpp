@@ -1,0 +1,143 @@
+// The search for the observed triplets nearest to a query, over a full table of 23,999 rows: the
+// plain form, the fast one on the baseline instruction set, and the fast one as a run uses it. All
+// three are compared before anything is timed; a difference ends the program.
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "shifts/shift_average.h"
+
+namespace {
+
+constexpr int rowCount = 23999;
+constexpr int queryCount = 40;
+constexpr int wanted = 10;
+
+struct Data {
+    std::vector<double> cells;
+    std::vector<std::string> texts;
+    std::vector<double*> shifts;
+    std::vector<std::string*> names;
+    orvix::ObservedRows rows;
+    std::vector<orvix::TripletQuery> queries;
+    orvix::Homology homology;
+    std::vector<double> atomPosition, atom, position;
+
+    orvix::AverageWeights weights() const { return {atomPosition, atom, position}; }
+
+    Data() : cells(rowCount * 18), texts(rowCount * 4) {
+        std::mt19937 random(20240607);
+        std::normal_distribution<double> shift(0.0, 1.5);
+        std::uniform_real_distribution<double> unit(0.0, 1.0);
+        const std::string letters = "ACDEFGHIKLMNPQRSTVWY";
+        const auto letter = [&] {
+            return std::string(1, letters[static_cast<std::size_t>(unit(random) * 20.0)]);
+        };
+        const auto value = [&] { return unit(random) < 0.2 ? 9999.0 : shift(random); };
+        for (int row = 0; row < rowCount; ++row) {
+            shifts.push_back(cells.data() + row * 18);
+            names.push_back(texts.data() + row * 4);
+            for (int j = 0; j < 18; ++j) {
+                shifts.back()[j] = value();
+            }
+            for (int k = 1; k <= 3; ++k) {
+                names.back()[k] = letter();
+            }
+        }
+        rows = {shifts.data(), names.data(), rowCount};
+        for (int q = 0; q < queryCount; ++q) {
+            orvix::TripletQuery query;
+            for (double& x : query.shifts) {
+                x = value();
+            }
+            for (std::string& name : query.names) {
+                name = letter();
+            }
+            queries.push_back(query);
+        }
+        for (char a : letters) {
+            for (char b : letters) {
+                homology[std::string(1, a)][std::string(1, b)] = a == b ? 0.0 : 4.0 * unit(random);
+            }
+        }
+        for (int i = 0; i < 19; ++i) {
+            atomPosition.push_back(0.2 + unit(random));
+        }
+        for (int i = 0; i < 7; ++i) {
+            atom.push_back(1.0 + unit(random));
+        }
+        position = {0.0, 0.6, 1.0, 0.6};
+    }
+};
+
+const Data& data() {
+    static const Data instance;
+    return instance;
+}
+
+using Search = std::vector<orvix::ScoredRow> (*)(const orvix::ObservedRows&,
+                                                 const orvix::TripletQuery&,
+                                                 const orvix::AverageWeights&,
+                                                 const orvix::Homology&, int);
+
+void search(benchmark::State& state, Search form) {
+    const Data& input = data();
+    std::size_t q = 0;
+    for (auto _ : state) {
+        const orvix::TripletQuery& query = input.queries[q++ % input.queries.size()];
+        benchmark::DoNotOptimize(
+            form(input.rows, query, input.weights(), input.homology, wanted));
+    }
+}
+
+BENCHMARK_CAPTURE(search, plain, orvix::nearestRowsPlain)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(search, portable, orvix::nearestRowsPortable)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(search, fast, orvix::nearestRows)->Unit(benchmark::kMillisecond);
+
+// CPU time of the plain form over that of the fast one, query by query in turn.
+void ratio(benchmark::State& state) {
+    const Data& input = data();
+    std::clock_t plain = 0;
+    std::clock_t fast = 0;
+    const auto timed = [&](Search form, const orvix::TripletQuery& query) {
+        const std::clock_t start = std::clock();
+        benchmark::DoNotOptimize(
+            form(input.rows, query, input.weights(), input.homology, wanted));
+        return std::clock() - start;
+    };
+    for (auto _ : state) {
+        for (const orvix::TripletQuery& query : input.queries) {
+            plain += timed(orvix::nearestRowsPlain, query);
+            fast += timed(orvix::nearestRows, query);
+        }
+    }
+    state.counters["ratio"] = static_cast<double>(plain) / static_cast<double>(fast);
+}
+BENCHMARK(ratio)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const Data& input = data();
+    for (const orvix::TripletQuery& query : input.queries) {
+        const auto plain = orvix::nearestRowsPlain(input.rows, query, input.weights(),
+                                                   input.homology, wanted);
+        const auto run = [&](Search form) {
+            return form(input.rows, query, input.weights(), input.homology, wanted);
+        };
+        if (plain.empty() || run(orvix::nearestRowsPortable) != plain ||
+            run(orvix::nearestRows) != plain) {
+            std::fprintf(stderr, "the forms of the search differ\n");
+            return EXIT_FAILURE;
+        }
+    }
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return EXIT_SUCCESS;
+}

@@ -1,0 +1,156 @@
+// The database scan: the plain form on ordered maps against the fast one, on the same queries in one
+// process. Every measured residue is first compared bit for bit; a difference ends the program.
+//
+//   scan_bench [--rows=N] [--residues=N] [--maps=real|zero]
+//
+// --rows=full stands for a database of full size.
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+
+#include "search/search_context.h"
+#include "search/triplet_scan.h"
+#include "synthetic_database.h"
+
+namespace {
+
+constexpr int queryLength = 76;
+
+struct Setup {
+    ORVIX run;
+    std::vector<orvix::ProteinBlock> blocks;
+    std::vector<int> residues;
+
+    orvix::ScanQuery query(int res) const {
+        return {res, 3, run.seqChar, run.resWeight, run.blosum};
+    }
+};
+
+Setup* setup = nullptr;
+
+std::string takeOption(int& argc, char** argv, const std::string& name, const std::string& preset) {
+    const std::string start = "--" + name + "=";
+    std::string value = preset;
+    int kept = 1;
+    for (int i = 1; i < argc; ++i) {
+        if (std::strncmp(argv[i], start.c_str(), start.size()) == 0) {
+            value = argv[i] + start.size();
+        } else {
+            argv[kept++] = argv[i];
+        }
+    }
+    argc = kept;
+    return value;
+}
+
+/// Seconds of processor time, which other work on the machine disturbs least.
+double secondsOf(const auto& work) {
+    const std::clock_t start = std::clock();
+    work();
+    return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+}
+
+double median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+/// Compares all paths with the plain form and prints how their times relate.
+void compareAll() {
+    const orvix::DatabasePlanes planes(*setup->run.db, setup->blocks, 3);
+    std::vector<double> plainTimes, portableTimes, bestTimes;
+    std::size_t hits = 0;
+    for (int res : setup->residues) {
+        orvix::ScanHits plain, portable, best;
+        plainTimes.push_back(secondsOf([&] {
+            plain = orvix::scanPlain(setup->query(res), *setup->run.db, setup->blocks);
+        }));
+        portableTimes.push_back(secondsOf([&] {
+            portable =
+                orvix::scanFast(setup->query(res), planes, orvix::ScanPath::portable);
+        }));
+        bestTimes.push_back(
+            secondsOf([&] { best = orvix::scanFast(setup->query(res), planes); }));
+        if (plain.matches != portable.matches || plain.typeMatches != portable.typeMatches ||
+            plain.matches != best.matches || plain.typeMatches != best.typeMatches) {
+            std::fprintf(stderr, "results differ at residue %d\n", res);
+            std::exit(1);
+        }
+        hits += plain.matches.size();
+    }
+    std::printf("%d rows, %zu residues, all scores and rows equal (%zu matches)\n",
+                setup->run.db->dbSize, setup->residues.size(), hits);
+    std::printf("median ms/residue: plain %.3f, portable %.3f (ratio %.1f), %s %.3f (ratio %.1f)\n",
+                1e3 * median(plainTimes), 1e3 * median(portableTimes),
+                median(plainTimes) / median(portableTimes),
+                orvix::bestScanPath() == orvix::ScanPath::avx2 ? "avx2" : "best",
+                1e3 * median(bestTimes), median(plainTimes) / median(bestTimes));
+}
+
+void scanBench(benchmark::State& state, orvix::ScanPath path) {
+    const orvix::DatabasePlanes planes(*setup->run.db, setup->blocks, 3);
+    std::size_t next = 0;
+    for (auto _ : state) {
+        const int res = setup->residues[next++ % setup->residues.size()];
+        benchmark::DoNotOptimize(orvix::scanFast(setup->query(res), planes, path));
+    }
+}
+
+void wholeSearch(benchmark::State& state) {
+    const orvix::SearchContext context(setup->run);
+    std::size_t next = 0;
+    for (auto _ : state) {
+        const int res = setup->residues[next++ % setup->residues.size()];
+        benchmark::DoNotOptimize(orvix::searchResidue(context, res));
+    }
+}
+
+void makePlanes(benchmark::State& state) {
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(orvix::DatabasePlanes(*setup->run.db, setup->blocks, 3));
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::string rowsText = takeOption(argc, argv, "rows", "116505");
+    const int rows = rowsText == "full" ? synthetic::fullRows : std::atoi(rowsText.c_str());
+    const int residues = std::atoi(takeOption(argc, argv, "residues", "8").c_str());
+    const std::string maps = takeOption(argc, argv, "maps", "real");
+    if (rows < 1000 || residues < 1 || residues > queryLength - 2) {
+        std::fprintf(stderr, "at least 1000 rows, and 1 to %d residues\n", queryLength - 2);
+        return 1;
+    }
+    benchmark::Initialize(&argc, argv);
+    Setup made;
+    setup = &made;
+    DB* const db = new DB;
+    synthetic::fill(*db, rows, 20240501);
+    synthetic::prepareRun(made.run, db, queryLength, 7);
+    if (maps == "zero") {
+        for (auto& [res, map] : made.run.resWeight) {
+            for (auto& [box, value] : map) {
+                value = 0.0;
+            }
+        }
+    }
+    for (int k = 1; k < made.run.dbProteinCount; ++k) {
+        made.blocks.push_back({made.run.dbProteinFirst[k], made.run.dbProteinLast[k]});
+    }
+    for (int k = 0; k < residues; ++k) {
+        made.residues.push_back(2 + k * (queryLength - 2) / residues);
+    }
+    compareAll();
+    benchmark::RegisterBenchmark("scan/best", scanBench, orvix::bestScanPath());
+    benchmark::RegisterBenchmark("scan/portable", scanBench, orvix::ScanPath::portable);
+    benchmark::RegisterBenchmark("search/residue", wholeSearch);
+    benchmark::RegisterBenchmark("planes", makePlanes);
+    benchmark::RunSpecifiedBenchmarks();
+}

@@ -1,0 +1,145 @@
+#include "networks/chi1ann.h"
+
+#include <iostream>
+#include <utility>
+
+#include "networks/level_pass.h"
+#include "networks/weight_table.h"
+
+namespace {
+
+std::vector<double> meanOf(const orvix::EnsembleOutput& results, std::size_t window) {
+    std::vector<double> mean;
+    orvix::appendPlainMean(results[0][window], results[1][window], results[2][window], mean);
+    return mean;
+}
+
+double firstValue(const std::vector<double>& values) {
+    return values.empty() ? 0.0 : values.front();
+}
+
+}  // namespace
+
+CHI1ANN::CHI1ANN(int inputWidth1, int hiddenWidth1, int outputWidth1, const std::string& dir,
+                 const std::string& name)
+    : ANN(inputWidth1, hiddenWidth1, outputWidth1, dir, name), chi1Loaded(false) {}
+
+CHI1ANN::~CHI1ANN() = default;
+
+double CHI1ANN::runANNLevel1(std::vector<double> input) {
+    if (!chi1Loaded) {
+        loadWeights();
+    }
+    level1Input.clear();
+    level1Input[1] = std::move(input);
+    calcLevel1();
+    return firstValue(level1Output[1]);
+}
+
+std::vector<double> CHI1ANN::runANNLevel1Batch(const std::vector<std::vector<double>>& inputs) {
+    std::vector<double> scores;
+    if (inputs.empty()) {
+        return scores;
+    }
+    if (!chi1Loaded) {
+        loadWeights();
+    }
+    std::vector<const std::vector<double>*> windows;
+    std::vector<std::size_t> lengths;
+    for (const std::vector<double>& input : inputs) {
+        windows.push_back(&input);
+        lengths.push_back(input.size());
+    }
+    const auto members = orvix::ensembleWeights(*this, 1, 3);
+    if (const auto mismatch = orvix::checkEnsemble(members, lengths)) {
+        orvix::failLayerCheck(*mismatch);
+    }
+    const orvix::EnsembleOutput results =
+        orvix::runEnsemble(orvix::bestLayerKernel(), members, windows, 1);
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+        scores.push_back(firstValue(meanOf(results, i)));
+    }
+    level1Input.clear();
+    level1Input[1] = inputs.back();
+    level1Output[1] = meanOf(results, inputs.size() - 1);
+    return scores;
+}
+
+void CHI1ANN::runANN(std::map<int, std::vector<double>>& input) {
+    if (!chi1Loaded) {
+        loadWeights();
+    }
+    if (&input != &level1Input) {
+        level1Input = input;
+    }
+    calcLevel1();
+}
+
+void CHI1ANN::calcLevel1() {
+    const auto members = orvix::ensembleWeights(*this, 1, 3);
+    const orvix::EnsembleOutput results = orvix::evaluateLevel(members, level1Input, 1);
+    std::size_t at = 0;
+    for (const auto& [residue, window] : level1Input) {
+        level1Output[residue] = meanOf(results, at);
+        ++at;
+    }
+}
+
+void CHI1ANN::calcLevel1_single() {
+    const auto members = orvix::ensembleWeights(*this, 1, 1);
+    const orvix::EnsembleOutput results = orvix::evaluateLevel(members, level1Input, 1);
+    std::size_t at = 0;
+    for (const auto& [residue, window] : level1Input) {
+        level1Output[residue] = results[0][at];
+        ++at;
+    }
+}
+
+void CHI1ANN::applyVecAverage(std::vector<double>& a, std::vector<double>& b,
+                              std::vector<double>& c, std::vector<double>& out) {
+    orvix::appendPlainMean(a, b, c, out);
+}
+
+void CHI1ANN::loadWeights() {
+    const std::string base = annDir + slashChar + annName;
+    loadWeightBias3(base + ".level1.WI.tab", level1WI[0], level1BI[0], level1WI[1], level1BI[1],
+                    level1WI[2], level1BI[2], inputSize1, inputSize1);
+    loadWeightBias3(base + ".level1.WL1.tab", level1WL1[0], level1BL1[0], level1WL1[1],
+                    level1BL1[1], level1WL1[2], level1BL1[2], hiddenSize1, inputSize1);
+    loadWeightBias3(base + ".level1.WL2.tab", level1WL2[0], level1BL2[0], level1WL2[1],
+                    level1BL2[1], level1WL2[2], level1BL2[2], outputSize1, hiddenSize1);
+    chi1Loaded = true;
+}
+
+void CHI1ANN::loadWeights1() {
+    const std::string base = annDir + slashChar + annName;
+    loadWeightBias1(base + ".level1.WI.bin", level1WI[0], level1BI[0], inputSize1, inputSize1);
+    loadWeightBias1(base + ".level1.WL1.bin", level1WL1[0], level1BL1[0], hiddenSize1, inputSize1);
+    loadWeightBias1(base + ".level1.WL2.bin", level1WL2[0], level1BL2[0], outputSize1,
+                    hiddenSize1);
+}
+
+void CHI1ANN::loadWeightBias3(const std::string& file, std::map<int, std::vector<double>>& w0,
+                              std::vector<double>& b0, std::map<int, std::vector<double>>& w1,
+                              std::vector<double>& b1, std::map<int, std::vector<double>>& w2,
+                              std::vector<double>& b2, int rows, int cols) {
+    const orvix::LayerWeights members[] = {{&w0, &b0}, {&w1, &b1}, {&w2, &b2}};
+    orvix::distributeRows(orvix::readWeightTable(file, orvix::WeightRules::text, cols), members,
+                          rows);
+}
+
+void CHI1ANN::loadWeightBias1(const std::string& file, std::map<int, std::vector<double>>& w,
+                              std::vector<double>& b, int rows, int cols) {
+    const orvix::LayerWeights member[] = {{&w, &b}};
+    if (!orvix::loadBinaryRows(file, member, rows, cols)) {
+        std::cerr << " unable to open ANN parameter file " << file << "\n";
+    }
+}
+
+void CHI1ANN::loadWeightBiasBIN3(const std::string& file, std::map<int, std::vector<double>>& w0,
+                                 std::vector<double>& b0, std::map<int, std::vector<double>>& w1,
+                                 std::vector<double>& b1, std::map<int, std::vector<double>>& w2,
+                                 std::vector<double>& b2, int rows, int cols) {
+    const orvix::LayerWeights members[] = {{&w0, &b0}, {&w1, &b1}, {&w2, &b2}};
+    orvix::loadBinaryRows(file, members, rows, cols);
+}

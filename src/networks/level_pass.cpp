@@ -1,0 +1,54 @@
+#include "networks/level_pass.h"
+
+#include "run/process.h"
+
+namespace orvix {
+
+MemberWeights memberWeights(ANN& network, int level, int member) {
+    if (level == 1) {
+        return {{{&network.level1WI[member], &network.level1BI[member]},
+                 {&network.level1WL1[member], &network.level1BL1[member]},
+                 {&network.level1WL2[member], &network.level1BL2[member]}}};
+    }
+    return {{{&network.level2WI[member], &network.level2BI[member]},
+             {&network.level2WL1[member], &network.level2BL1[member]},
+             {&network.level2WL2[member], &network.level2BL2[member]}}};
+}
+
+std::vector<MemberWeights> ensembleWeights(ANN& network, int level, int count) {
+    std::vector<MemberWeights> members;
+    for (int m = 0; m < count; ++m) {
+        members.push_back(memberWeights(network, level, m));
+    }
+    return members;
+}
+
+void failLayerCheck(const LayerMismatch& mismatch) {
+    endProcess(0, mismatch.text());
+}
+
+EnsembleOutput evaluateLevel(std::span<const MemberWeights> members,
+                             const ANN::ResidueMap& windows, int threads) {
+    std::vector<const std::vector<double>*> inputs;
+    std::vector<std::size_t> lengths;
+    for (const auto& [residue, window] : windows) {
+        inputs.push_back(&window);
+        lengths.push_back(window.size());
+    }
+    if (const auto mismatch = checkEnsemble(members, lengths)) {
+        failLayerCheck(*mismatch);
+    }
+    return runEnsemble(bestLayerKernel(), members, inputs, threads);
+}
+
+void appendPlainMean(std::span<const double> a, std::span<const double> b,
+                     std::span<const double> c, std::vector<double>& out) {
+    if (a.size() != b.size() || a.size() != c.size()) {
+        return;
+    }
+    for (std::size_t k = 0; k < a.size(); ++k) {
+        out.push_back((a[k] + b[k] + c[k]) * 0.3333333333333333);
+    }
+}
+
+}  // namespace orvix

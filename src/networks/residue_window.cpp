@@ -1,0 +1,53 @@
+#include "networks/residue_window.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace orvix {
+
+PositionTable::PositionTable(const std::map<int, std::vector<double>>& residues) {
+    for (const auto& [residue, vector] : residues) {
+        residues_.emplace_hint(residues_.end(), ++size_, residue);
+        lowest_ = std::min(lowest_, residue);
+        highest_ = std::max(highest_, residue);
+    }
+}
+
+int PositionTable::at(int position) const {
+    const auto found = residues_.find(position);
+    return found == residues_.end() ? 0 : found->second;
+}
+
+bool PositionTable::contiguous(int position, int residue, int reach) const {
+    for (int k = -reach; k <= reach; ++k) {
+        if (static_cast<long long>(at(position + k)) != static_cast<long long>(residue) + k) {
+            return false;
+        }
+    }
+    return true;
+}
+
+const std::vector<double>& vectorOf(const std::map<int, std::vector<double>>& vectors,
+                                    long long residue) {
+    static const std::vector<double> none;
+    if (residue < std::numeric_limits<int>::min() || residue > std::numeric_limits<int>::max()) {
+        return none;
+    }
+    const auto found = vectors.find(static_cast<int>(residue));
+    return found == vectors.end() ? none : found->second;
+}
+
+void append(std::vector<double>& whole, const std::vector<double>& part) {
+    whole.insert(whole.end(), part.begin(), part.end());
+}
+
+std::vector<double> paddingVector() {
+    std::vector<double> padding(20, 0.0);
+    for (int atom = 0; atom < 6; ++atom) {
+        padding.push_back(0.0);
+        padding.push_back(1.0);
+    }
+    return padding;
+}
+
+}  // namespace orvix

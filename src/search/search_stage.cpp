@@ -1,0 +1,31 @@
+#include <cstddef>
+#include <iostream>
+#include <utility>
+
+#include "run/orvix.h"
+#include "search/map_clusters.h"
+#include "search/search_context.h"
+
+int ORVIX::getClusterInfo(std::vector<double>& map, ClusterData& out) {
+    return orvix::clusterMap(map, out);
+}
+
+void ORVIX::searchDB(int res, std::map<double, int>& matches, std::map<double, int>& typeMatches) {
+    orvix::TripletResult result = orvix::searchResidue(orvix::SearchContext(*this), res);
+    storeTripletResult(res, result);
+    matches = std::move(result.matches);
+    typeMatches = std::move(result.typeMatches);
+}
+
+void ORVIX::storeTripletResult(int res, const orvix::TripletResult& result) {
+    matchPhi[res] = result.phi;
+    matchPsi[res] = result.psi;
+    matchScore[res] = result.score;
+    for (std::size_t k = 0; k < result.index.size(); ++k) {
+        matchIndex[res][static_cast<int>(k) + 1] = result.index[k];
+    }
+    if (result.typeSpecific) {
+        matchChi1[res] = result.chi1;
+    }
+    std::cout << result.verboseText;
+}

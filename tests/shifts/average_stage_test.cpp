@@ -1,0 +1,145 @@
+#include "search/db.h"
+#include "shift_fixture.h"
+
+namespace {
+
+/// Three alanines whose own shifts are all 0 but for the CB of the middle, which is missing, and
+/// four observed triplets.
+class AverageStage : public ShiftRun {
+  protected:
+    AverageStage() {
+        std::string rows;
+        for (int r = 1; r <= 5; ++r) {
+            for (const auto& [key, atom] : run.atomNames) {
+                if (r != 3 || atom != "CB") {
+                    rows += std::to_string(r) + " A " + atom + " 0\n";
+                }
+            }
+        }
+        for (const auto& [key, atom] : run.atomNames) {
+            zeroReference_ += " 0";
+        }
+        run.rcAdjTable = run.rcPrevTable = run.rcNextTable = GDB();
+        run.randCoilTable = tableFrom(
+            "VARS RESNAME N HA C CA CB HN\nFORMAT %s %f %f %f %f %f %f\nA" + zeroReference_ + "\n");
+        setInput("AAAAA", rows);
+        prepare();
+        for (double& weight : run.atomPosWeight) {
+            weight = 1.0;
+        }
+        for (double& weight : run.atomWeight) {
+            weight = 2.0;
+        }
+        for (double& weight : run.posWeight) {
+            weight = 1.0;
+        }
+        run.homology["A"]["G"] = 10.0;
+    }
+    ~AverageStage() override = default;
+
+    /// Fills the observed triplets as the stage before does: CB and CA of the middle residue, all
+    /// other shifts 0.
+    void observe(const std::vector<std::pair<std::string, std::string>>& middles) {
+        std::string vars = "VARS", formats = "\nFORMAT";
+        for (int k = 1; k <= 3; ++k) {
+            for (const auto& [key, atom] : run.atomNames) {
+                vars += " " + atom + "_R" + std::to_string(k);
+                formats += " %f";
+            }
+        }
+        std::string rows;
+        for (const auto& [ca, cb] : middles) {
+            rows += "0 0 0 0 0 0 0 0 0 " + ca + " " + cb + " 0 0 0 0 0 0 0\n";
+        }
+        run.obsCSTable = tableFrom(vars + formats + "\n" + rows);
+        run.obsShift = new double*[24000];
+        run.obsShift[0] = new double[24000 * 18]();
+        run.obsResName = new std::string*[24000];
+        run.obsResName[0] = new std::string[24000 * 4];
+        for (int i = 0; i < 24000; ++i) {
+            run.obsShift[i] = run.obsShift[0] + i * 18;
+            run.obsResName[i] = run.obsResName[0] + i * 4;
+        }
+        for (const auto& [number, row] : run.obsCSTable.entries) {
+            run.obsShift[number][9] = std::stod(row.at("CA_R2"));
+            run.obsShift[number][10] = std::stod(row.at("CB_R2"));
+            for (int k = 1; k <= 3; ++k) {
+                run.obsResName[number][k] = "A";
+            }
+        }
+    }
+
+  private:
+    std::string zeroReference_;
+};
+
+TEST_F(AverageStage, MeansOverTheNearestRows) {
+    observe({{"3", "1"}, {"1", "7"}, {"2", "9999"}, {"1.5", "3"}, {"20", "50"}});
+    std::map<std::string, double> average;
+    ASSERT_TRUE(run.calcAverageCS_orig(3, average));
+    // CA 20 is too far. The other four: CB from three of them.
+    EXPECT_EQ(average, (std::map<std::string, double>{{"N", 0.0},
+                                                      {"HA", 0.0},
+                                                      {"C", 0.0},
+                                                      {"CA", (1.0 + 1.5 + 2.0 + 3.0) / 4.0},
+                                                      {"CB", (7.0 + 3.0 + 1.0) / 3.0},
+                                                      {"HN", 0.0}}));
+    run.count = 2;
+    ASSERT_TRUE(run.calcAverageCS_orig(3, average));
+    EXPECT_EQ(average["CB"], 5.0);
+    // Another residue name at the first place puts the nearest row behind.
+    run.obsResName[2][1] = "G";
+    ASSERT_TRUE(run.calcAverageCS_orig(3, average));
+    EXPECT_EQ(average["CB"], 3.0);
+}
+
+TEST_F(AverageStage, OnlyInsideTheRange) {
+    observe({{"1", "7"}});
+    std::map<std::string, double> average;
+    EXPECT_FALSE(run.calcAverageCS_orig(1, average));
+    EXPECT_FALSE(run.calcAverageCS_orig(5, average));
+    run.missingCount[2] = run.missingCount[3] = 6;
+    EXPECT_FALSE(run.calcAverageCS_orig(3, average));
+    EXPECT_TRUE(average.empty());
+    // A row whose shifts were put at a distance may still be near enough; its cells count.
+    run.missingCount[2] = run.missingCount[3] = 0;
+    run.atomPosWeight[10] = 1e-4;
+    run.obsShift[1][9] = 99.0;
+    ASSERT_TRUE(run.calcAverageCS_orig(3, average));
+    EXPECT_EQ(average["CA"], 1.0);
+    EXPECT_EQ(average["CB"], 7.0);
+}
+
+TEST_F(AverageStage, WithoutObservedTriplets) {
+    std::map<std::string, double> average;
+    ASSERT_TRUE(run.calcAverageCS_orig(3, average));
+    EXPECT_EQ(average.size(), 6U);
+    EXPECT_EQ(average["CB"], 0.0);
+}
+
+TEST_F(AverageStage, AgainstTheDatabase) {
+    const std::string path = testing::TempDir() + "average_stage.db";
+    std::ofstream file(path);
+    const auto residue = [&file](const std::string& source, int number, double cb, double scale) {
+        file << source << " A " << number << " -60 -40 180 120 0 1 0 1 0 1 0 1 " << cb << " "
+             << scale << " 0 1\n";
+    };
+    residue("one", 1, 1.0, 1.0);
+    residue("one", 2, 4.0, 1.0);
+    residue("one", 3, 1.0, 1.0);
+    residue("two", 1, 1.0, 1.0);   // no window across proteins
+    residue("two", 2, 2.0, 0.0);   // no shift of its own
+    residue("two", 3, 2.5, 1.0);
+    residue("two", 9, 100.0, 1.0); // nor across a gap
+    file.close();
+    DB database(path);
+    std::remove(path.c_str());
+    ASSERT_EQ(database.dbSize, 7);
+    std::map<std::string, double> average;
+    ASSERT_TRUE(run.calcAverageCS(3, average, &database));
+    EXPECT_EQ(average["CB"], 4.0);
+    EXPECT_EQ(average["CA"], 0.0);
+    EXPECT_FALSE(run.calcAverageCS(3, average, nullptr));
+}
+
+}  // namespace
