@@ -91,8 +91,7 @@ void search(benchmark::State& state, Search form) {
     std::size_t q = 0;
     for (auto _ : state) {
         const orvix::TripletQuery& query = input.queries[q++ % input.queries.size()];
-        benchmark::DoNotOptimize(
-            form(input.rows, query, input.weights(), input.homology, wanted));
+        benchmark::DoNotOptimize(form(input.rows, query, input.weights(), input.homology, wanted));
     }
 }
 
@@ -107,8 +106,7 @@ void ratio(benchmark::State& state) {
     std::clock_t fast = 0;
     const auto timed = [&](Search form, const orvix::TripletQuery& query) {
         const std::clock_t start = std::clock();
-        benchmark::DoNotOptimize(
-            form(input.rows, query, input.weights(), input.homology, wanted));
+        benchmark::DoNotOptimize(form(input.rows, query, input.weights(), input.homology, wanted));
         return std::clock() - start;
     };
     for (auto _ : state) {
@@ -126,8 +124,8 @@ BENCHMARK(ratio)->Unit(benchmark::kMillisecond);
 int main(int argc, char** argv) {
     const Data& input = data();
     for (const orvix::TripletQuery& query : input.queries) {
-        const auto plain = orvix::nearestRowsPlain(input.rows, query, input.weights(),
-                                                   input.homology, wanted);
+        const auto plain =
+            orvix::nearestRowsPlain(input.rows, query, input.weights(), input.homology, wanted);
         const auto run = [&](Search form) {
             return form(input.rows, query, input.weights(), input.homology, wanted);
         };

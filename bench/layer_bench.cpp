@@ -5,13 +5,12 @@
 // layer_bench [--full] [--repeat N]    --full: 1620-360-324 and 70 residues; else a sixteenth of it
 
 #include <algorithm>
-#include <bit>
 #include <chrono>
 #include <cmath>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <functional>
 #include <random>
 #include <string>
@@ -114,6 +113,7 @@ struct Form {
     std::string name;
     std::function<orvix::EnsembleOutput()> run;
     std::vector<double> seconds;
+    std::vector<double> cpu;
 };
 
 int measure(const Sizes& sizes, double zeroShare, int repeats) {
@@ -131,9 +131,9 @@ int measure(const Sizes& sizes, double zeroShare, int repeats) {
     }
 
     std::vector<Form> forms;
-    forms.push_back({"maps", [&] { return literalPass(network, windows); }, {}});
+    forms.push_back({"maps", [&] { return literalPass(network, windows); }, {}, {}});
     forms.push_back(
-        {"plain", [&] { return orvix::runEnsemblePlain(network.members, windows); }, {}});
+        {"plain", [&] { return orvix::runEnsemblePlain(network.members, windows); }, {}, {}});
     for (const orvix::LayerKernel* kernel : orvix::availableLayerKernels()) {
         for (const int threads : {1, 2, 10}) {
             forms.push_back({std::string(kernel->name) + " " + std::to_string(threads) + "T",
@@ -141,6 +141,7 @@ int measure(const Sizes& sizes, double zeroShare, int repeats) {
                                  return orvix::runEnsemble(*kernel, network.members, windows,
                                                            threads);
                              },
+                             {},
                              {}});
         }
     }
@@ -155,7 +156,9 @@ int measure(const Sizes& sizes, double zeroShare, int repeats) {
     for (int i = 0; i < repeats; ++i) {
         for (Form& form : forms) {
             const auto start = std::chrono::steady_clock::now();
+            const std::clock_t cpu = std::clock();
             form.run();
+            form.cpu.push_back(static_cast<double>(std::clock() - cpu) / CLOCKS_PER_SEC);
             form.seconds.push_back(
                 std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
         }
@@ -165,15 +168,16 @@ int measure(const Sizes& sizes, double zeroShare, int repeats) {
                              1.0 * sizes.outputs * sizes.hidden);
     std::printf("\n%d-%d-%d, %d residues, %.0f %% zero weights, bits equal\n", sizes.inputs,
                 sizes.hidden, sizes.outputs, sizes.residues, 100 * zeroShare);
-    std::printf("%-14s %12s %12s %12s %12s %10s\n", "form", "median ms", "min ms", "max ms",
-                "products/ns", "ratio");
+    std::printf("%-14s %12s %12s %12s %12s %10s %12s %10s\n", "form", "median ms", "min ms",
+                "max ms", "products/ns", "ratio", "CPU ms", "CPU ratio");
     const double base = median(forms[0].seconds);
     for (const Form& form : forms) {
         const double time = median(form.seconds);
-        std::printf("%-14s %12.3f %12.3f %12.3f %12.2f %10.1f\n", form.name.c_str(), 1e3 * time,
-                    1e3 * *std::min_element(form.seconds.begin(), form.seconds.end()),
+        std::printf("%-14s %12.3f %12.3f %12.3f %12.2f %10.1f %12.3f %10.1f\n", form.name.c_str(),
+                    1e3 * time, 1e3 * *std::min_element(form.seconds.begin(), form.seconds.end()),
                     1e3 * *std::max_element(form.seconds.begin(), form.seconds.end()),
-                    1e-9 * products / time, base / time);
+                    1e-9 * products / time, base / time, 1e3 * median(form.cpu),
+                    median(forms[0].cpu) / median(form.cpu));
     }
     return 0;
 }

@@ -455,6 +455,9 @@ def clean(source, log=lambda text: None, rounds=3):
         residuals = best.shift - model.predict(best)
         mark_doubtful(best, residuals, model.spread)
         best.info["ratio"] = ratio[best.id]
+        for i, letter in enumerate(best.seq):
+            if letter == "C" and not np.isnan(best.shift[i, CB]):
+                best.oxidised[i] = best.shift[i, CB] >= 34.0
         proteins.append(best)
     proteins.sort(key=lambda p: p.id)
     return proteins, model

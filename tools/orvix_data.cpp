@@ -7,7 +7,8 @@
 //     orvix-data features  WORK TABLES NAME [full|noproton|drop SEED]
 //
 // WORK is the directory that tools/dataset.py writes: proteins.tsv, labels.tsv.gz unpacked as
-// labels.tsv, scales.tsv, tables/<id>.tab, ref/<id>.pdb. TABLES is the table directory of a run.
+// labels.tsv, scales.tsv, tables/<id>.tab, ref/<id>.pdb, perhaps chains.tsv. TABLES is the table
+// directory of a run.
 
 #include <algorithm>
 #include <array>
@@ -27,6 +28,7 @@
 #include <string>
 #include <vector>
 
+#include "data_files.h"
 #include "networks/network_input.h"
 #include "run/angles.h"
 #include "run/orvix.h"
@@ -36,78 +38,17 @@
 namespace {
 
 namespace fs = std::filesystem;
+using orvix::tool::fail;
+using orvix::tool::NewFile;
+using orvix::tool::Quiet;
+using orvix::tool::readTsv;
+using orvix::tool::Row;
+using orvix::tool::ScratchDirectory;
 
 constexpr int atomCount = 6;
 constexpr int observedLimit = 24000;  // rows that a run has room for, row 0 unused
 constexpr std::array<const char*, 6> networkAtoms = {"HN", "N", "HA", "C", "CA", "CB"};
 const std::string knownLetters = "ACDEFGHIKLMNPQRSTVWYch";
-
-[[noreturn]] void fail(const std::string& text) {
-    std::cerr << "orvix-data: " << text << '\n';
-    std::exit(1);
-}
-
-// ---- text tables --------------------------------------------------------------------------------
-
-using Row = std::map<std::string, std::string>;
-
-std::vector<Row> readTsv(const fs::path& path) {
-    std::ifstream in(path);
-    if (!in) {
-        fail("can't open " + path.string());
-    }
-    const auto cells = [](const std::string& line) {
-        std::vector<std::string> out(1);
-        for (const char c : line) {
-            if (c == '\t') {
-                out.emplace_back();
-            } else {
-                out.back() += c;
-            }
-        }
-        return out;
-    };
-    std::string line;
-    std::getline(in, line);
-    const std::vector<std::string> names = cells(line);
-    std::vector<Row> rows;
-    while (std::getline(in, line)) {
-        const std::vector<std::string> values = cells(line);
-        Row row;
-        for (std::size_t i = 0; i < std::min(names.size(), values.size()); ++i) {
-            row[names[i]] = values[i];
-        }
-        rows.push_back(std::move(row));
-    }
-    return rows;
-}
-
-using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
-
-/// A file that gets its final name only when it is complete.
-class NewFile {
-  public:
-    explicit NewFile(const fs::path& path)
-        : path_(path),
-          part_(path.string() + ".part"),
-          file_(std::fopen(part_.c_str(), "wb"), &std::fclose) {
-        if (file_ == nullptr) {
-            fail("can't write " + part_.string());
-        }
-    }
-    std::FILE* get() const { return file_.get(); }
-    void finish() {
-        const bool bad = std::ferror(file_.get()) != 0;
-        if (std::fclose(file_.release()) != 0 || bad) {
-            fail("can't write " + part_.string());
-        }
-        fs::rename(part_, path_);
-    }
-
-  private:
-    fs::path path_, part_;
-    File file_;
-};
 
 // ---- the work directory -------------------------------------------------------------------------
 
@@ -134,45 +75,6 @@ std::map<char, std::array<double, atomCount>> readScales(const fs::path& work, c
     }
     return scales;
 }
-
-/// Silences the progress lines of a run while it lives.
-class Quiet {
-  public:
-    Quiet() : out_(std::cout.rdbuf(nullptr)), err_(std::cerr.rdbuf(nullptr)) {}
-    ~Quiet() {
-        std::cout.rdbuf(out_);
-        std::cerr.rdbuf(err_);
-        std::cout.clear();
-        std::cerr.clear();
-    }
-    Quiet(const Quiet&) = delete;
-    Quiet& operator=(const Quiet&) = delete;
-
-  private:
-    std::streambuf *out_, *err_;
-};
-
-/// Where the runs leave the tables that nobody wants.
-class ScratchDirectory {
-  public:
-    ScratchDirectory() {
-        std::string name = (fs::temp_directory_path() / "orvix-data-XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr) {
-            fail("can't make a directory for temporary files");
-        }
-        path_ = name;
-    }
-    ~ScratchDirectory() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    ScratchDirectory(const ScratchDirectory&) = delete;
-    ScratchDirectory& operator=(const ScratchDirectory&) = delete;
-    fs::path path() const { return path_; }
-
-  private:
-    fs::path path_;
-};
 
 /// A run of `table` up to its secondary shifts. `change` may alter the input in between.
 std::unique_ptr<ORVIX> runToSecondaryShifts(const fs::path& table, const std::string& tables,
@@ -249,6 +151,27 @@ std::map<std::string, std::map<int, bool>> readTrusted(const fs::path& work) {
     return trusted;
 }
 
+int boxOf(double phi, double psi) {
+    return orvix::angleBin(phi) * 18 + orvix::angleBin(psi);
+}
+
+/// Rows of chains that have a structure but no shifts; their number.
+int appendChains(const fs::path& path, std::FILE* out) {
+    if (!fs::exists(path)) {
+        return 0;
+    }
+    int rows = 0;
+    for (Row& row : readTsv(path)) {
+        const double phi = orvix::textToDouble(row["phi"]);
+        const double psi = orvix::textToDouble(row["psi"]);
+        std::fprintf(out, "%s %s %s %.1f %.1f %.1f %d 9999 0 9999 0 9999 0 9999 0 9999 0 9999 0\n",
+                     row["source"].c_str(), row["letter"].c_str(), row["resid"].c_str(), phi, psi,
+                     orvix::textToDouble(row["chi1"]), boxOf(phi, psi));
+        ++rows;
+    }
+    return rows;
+}
+
 int database(const std::vector<std::string>& args) {
     if (args.size() != 3) {
         fail("database WORK TABLES OUT");
@@ -276,8 +199,7 @@ int database(const std::vector<std::string>& args) {
                 continue;
             }
             const float chi1 = chi1Trusted ? structure.getChi1(1, residue) : 9999.0F;
-            const int box = orvix::angleBin(static_cast<double>(phi)) * 18 +
-                            orvix::angleBin(static_cast<double>(psi));
+            const int box = boxOf(static_cast<double>(phi), static_cast<double>(psi));
             std::fprintf(out.get(), "%s %s %d %.1f %.1f %.1f %d", protein.source.c_str(),
                          letter.c_str(), residue, static_cast<double>(phi),
                          static_cast<double>(psi), static_cast<double>(chi1), box);
@@ -296,6 +218,7 @@ int database(const std::vector<std::string>& args) {
             ++rows;
         }
     }
+    rows += appendChains(work / "chains.tsv", out.get());
     out.finish();
     std::cout << rows << " database rows\n";
     return 0;

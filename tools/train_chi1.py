@@ -20,12 +20,13 @@ import networks_common as nc
 LETTERS = "CDEFHIKLMNQRSTVWY"
 REACH, LIMIT, GROUP = 3, 50.0, 10
 SURVIVORS = 101
+ANGLE_ERROR = 9.0  # degrees, of the predicted angles that candidates are selected by
 
 
 class Database:
     """The database file as arrays, with the cluster of each row and the centres whose windows are whole."""
 
-    def __init__(self, path, proteins, labels, clip=4.0):
+    def __init__(self, path, proteins, labels):
         cluster_of = {}
         with open(proteins) as stream:
             for row in csv.DictReader(stream, delimiter="\t"):
@@ -215,7 +216,7 @@ def main():
         own = (db.letter == letter) | (db.letter == letter.lower()) if letter in "CH" else db.letter == letter
         pool = np.flatnonzero(own & db.whole & (db.chi1 < 999) & ~excluded)
         queries = pool[db.trusted[pool] & db.paired[pool]]
-        found = candidates(db, queries, pool, rng, args_spread, 0.08, 300)
+        found = candidates(db, queries, pool, rng, ANGLE_ERROR, 0.08, 300)
         keep = np.array([len(f) >= 3 for f in found])
         queries, found = queries[keep], [f for f, k in zip(found, keep) if k]
         part = lambda mask: (queries[mask], [f for f, m in zip(found, mask) if m])
@@ -259,9 +260,6 @@ def main():
             out.write(letter + " " + " ".join("%.5f" % v for v in np.maximum(np.exp(theta - theta.max()), 1e-5)) + "\n")
     os.replace(os.path.join(args.out, "chi1.tab.part"), os.path.join(args.out, "chi1.tab"))
     nc.log("done")
-
-
-args_spread = 9.0  # degrees, error of the predicted angles that the candidates are selected by
 
 
 def base_error(db, queries, found):

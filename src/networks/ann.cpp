@@ -19,10 +19,11 @@ constexpr std::size_t classCount = 3;
 // The part of a neighbour's vector that window mode `code` takes; k is the place in the window.
 std::vector<double> cutVector(const std::vector<double>& vector, int code, int k) {
     std::vector<double> kept;
-    const bool dropShifts = (code == 1 && k == -1) || (code == 2 && k == 0) || (code == 3 && k == 1);
+    const bool dropShifts =
+        (code == 1 && k == -1) || (code == 2 && k == 0) || (code == 3 && k == 1);
     for (std::size_t j = 0; j < vector.size(); ++j) {
-        const bool drop = code == 4 ? j == 0 || j == 1 || j == 4 || j == 5
-                                    : dropShifts && j < shiftEntries;
+        const bool drop =
+            code == 4 ? j == 0 || j == 1 || j == 4 || j == 5 : dropShifts && j < shiftEntries;
         if (!drop) {
             kept.push_back(vector[j]);
         }

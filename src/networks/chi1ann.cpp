@@ -115,8 +115,7 @@ void CHI1ANN::loadWeights1() {
     const std::string base = annDir + slashChar + annName;
     loadWeightBias1(base + ".level1.WI.bin", level1WI[0], level1BI[0], inputSize1, inputSize1);
     loadWeightBias1(base + ".level1.WL1.bin", level1WL1[0], level1BL1[0], hiddenSize1, inputSize1);
-    loadWeightBias1(base + ".level1.WL2.bin", level1WL2[0], level1BL2[0], outputSize1,
-                    hiddenSize1);
+    loadWeightBias1(base + ".level1.WL2.bin", level1WL2[0], level1BL2[0], outputSize1, hiddenSize1);
 }
 
 void CHI1ANN::loadWeightBias3(const std::string& file, std::map<int, std::vector<double>>& w0,

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "networks/heap_reserve.h"
 #include "run/parallel.h"
 
 namespace orvix {
@@ -88,8 +89,7 @@ std::optional<LayerMismatch> checkEnsemble(std::span<const MemberWeights> member
     }
     for (const MemberWeights& member : members) {
         if (resultLength(member.layers[2]) < most) {
-            return LayerMismatch{resultLength(member.layers[1]),
-                                 (*member.layers[2].rows)[0].size(),
+            return LayerMismatch{resultLength(member.layers[1]), (*member.layers[2].rows)[0].size(),
                                  resultLength(member.layers[2]), member.layers[2].bias->size()};
         }
     }
@@ -138,6 +138,13 @@ EnsembleOutput runEnsemble(const LayerKernel& kernel, std::span<const MemberWeig
     for (std::vector<std::vector<double>>& result : results) {
         result.reserve(windows.size());
     }
+    std::size_t values = views[0][0].inputs;
+    for (const std::vector<LayerView>& member : views) {
+        for (const LayerView& layer : member) {
+            values += layer.rows.size();
+        }
+    }
+    reserveHeap(values * std::min(groupLanes, windows.size()) * sizeof(double));
     for (std::size_t first = 0; first < windows.size(); first += groupLanes) {
         const std::size_t lanes = std::min(groupLanes, windows.size() - first);
         LaneBatches input(views[0][0].inputs, lanes, kernel.batchLanes);

@@ -14,18 +14,22 @@ namespace orvix {
 /// [c * batchLanes + l]. Lanes beyond `lanes` are computed and have no meaning.
 /// All inputs must be finite.
 struct LayerBlock {
-    const double* const* rows;     ///< rowCount pointers to the weights of a row
-    const std::uint32_t* lengths;  ///< weights of each row, each at most `columns`
-    const double* bias;            ///< rowCount biases
-    std::size_t rowCount;          ///< 1 to layerBlockRows
-    std::size_t columns;           ///< length of an input vector
-    const double* inputs;          ///< first batch of inputs
-    std::size_t inputStride;       ///< doubles from batch to batch
-    double* sums;                  ///< row 0 of this block in the first batch of results
-    std::size_t sumStride;         ///< doubles from batch to batch
-    std::size_t lanes;             ///< number of input vectors
-    std::uint32_t* indexScratch;   ///< room for layerBlockRows * columns
-    double* valueScratch;          ///< the same
+    const double* const* rows;  ///< rowCount pointers to `columns` weights each
+    const double* bias;         ///< rowCount biases
+    std::size_t rowCount;       ///< 1 to layerBlockRows
+    std::size_t columns;        ///< length of an input vector
+    const double* inputs;       ///< first batch of inputs
+    std::size_t inputStride;    ///< doubles from batch to batch
+    double* sums;               ///< row 0 of this block in the first batch of results
+    std::size_t sumStride;      ///< doubles from batch to batch
+    std::size_t lanes;          ///< number of input vectors
+
+    // Instead of `rows`, if listIndex isn't null: per row the columns and weights that count, row r
+    // from r * listStride on, filled up to that length with column 0 and weight 0.0.
+    const std::uint32_t* listIndex;
+    const double* listValue;
+    const std::uint32_t* listCounts;
+    std::size_t listStride;
 };
 
 /// Rows that are worked on together: few enough that their weights stay in the second level cache

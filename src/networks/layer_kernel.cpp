@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 
 namespace orvix {
 namespace {
@@ -25,6 +26,57 @@ void runPlain(const LayerView& layer, std::size_t first, std::size_t count, Acti
             batch[(first + r) * out.batchLanes() + lane % out.batchLanes()] = results[r];
         }
     }
+}
+
+// The weights of a few rows that aren't zero, by row and column.
+struct SparseRows {
+    std::uint32_t counts[layerBlockRows] = {};
+    std::size_t stride = 0;
+    std::unique_ptr<std::uint32_t[]> index;
+    std::unique_ptr<double[]> value;
+};
+
+std::uint32_t countWeights(const double* row, std::size_t length) {
+    std::uint32_t count = 0;
+    for (std::size_t j = 0; j < length; ++j) {
+        count += row[j] != 0.0 ? 1u : 0u;
+    }
+    return count;
+}
+
+// Lists in place of rows that are zero for a quarter or more, or that end early. False where the
+// rows themselves are the better form.
+bool listRows(const LayerView& layer, std::size_t first, std::size_t count, SparseRows& lists) {
+    bool brief = false;
+    std::size_t weights = 0;
+    std::uint32_t longest = 0;
+    for (std::size_t r = 0; r < count; ++r) {
+        brief = brief || layer.lengths[first + r] < layer.inputs;
+        lists.counts[r] = countWeights(layer.rows[first + r], layer.lengths[first + r]);
+        weights += lists.counts[r];
+        longest = std::max(longest, lists.counts[r]);
+    }
+    if (!brief && weights * 4 > count * layer.inputs * 3) {
+        return false;
+    }
+    // One place more than the longest list: the loop below writes before it counts.
+    lists.stride = std::size_t{longest} + 1;
+    lists.index.reset(new std::uint32_t[count * lists.stride]);
+    lists.value.reset(new double[count * lists.stride]);
+    for (std::size_t r = 0; r < count; ++r) {
+        const double* const row = layer.rows[first + r];
+        std::uint32_t* const index = lists.index.get() + r * lists.stride;
+        double* const value = lists.value.get() + r * lists.stride;
+        std::size_t used = 0;
+        for (std::uint32_t j = 0; j < layer.lengths[first + r]; ++j) {
+            index[used] = j;
+            value[used] = row[j];
+            used += row[j] != 0.0 ? 1u : 0u;
+        }
+        std::fill(index + used, index + lists.stride, 0u);
+        std::fill(value + used, value + lists.stride, 0.0);
+    }
+    return true;
 }
 
 }  // namespace
@@ -93,17 +145,9 @@ void layerBatch(const LayerKernel& kernel, const LayerView& layer, std::size_t b
         runPlain(layer, first, count, activation, in, out);
         return;
     }
-    thread_local std::vector<std::uint32_t> indexScratch;
-    thread_local std::vector<double> valueScratch;
-    const std::size_t room = std::max<std::size_t>(1, layerBlockRows * layer.inputs);
-    if (valueScratch.size() < room) {
-        indexScratch.resize(room);
-        valueScratch.resize(room);
-    }
     const std::size_t lanes = kernel.batchLanes;
     LayerBlock job{};
     job.rows = layer.rows.data() + first;
-    job.lengths = layer.lengths.data() + first;
     job.bias = layer.bias + first;
     job.rowCount = count;
     job.columns = layer.inputs;
@@ -112,8 +156,13 @@ void layerBatch(const LayerKernel& kernel, const LayerView& layer, std::size_t b
     job.sums = out.batch(0) + first * lanes;
     job.sumStride = out.batchStride();
     job.lanes = in.lanes();
-    job.indexScratch = indexScratch.data();
-    job.valueScratch = valueScratch.data();
+    SparseRows lists;
+    if (listRows(layer, first, count, lists)) {
+        job.listIndex = lists.index.get();
+        job.listValue = lists.value.get();
+        job.listCounts = lists.counts;
+        job.listStride = lists.stride;
+    }
     kernel.run(job);
 
     for (std::size_t b = 0; b < out.batches(); ++b) {

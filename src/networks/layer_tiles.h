@@ -117,60 +117,20 @@ void sparseTile(const std::uint32_t* index, const double* value, const std::uint
     }
 }
 
-// Lists pay from about a quarter of zeros on. Short rows always take them.
-inline bool worthLists(const LayerBlock& block) {
-    std::size_t zeros = 0;
-    for (std::size_t r = 0; r < block.rowCount; ++r) {
-        if (block.lengths[r] < block.columns) {
-            return true;
-        }
-        const double* const row = block.rows[r];
-        std::size_t count = 0;
-        for (std::size_t j = 0; j < block.columns; ++j) {
-            count += row[j] == 0.0 ? 1u : 0u;
-        }
-        zeros += count;
-    }
-    return zeros * 4 > block.rowCount * block.columns;
-}
-
-inline void buildLists(const LayerBlock& block, std::uint32_t* counts) {
-    std::uint32_t longest = 0;
-    for (std::size_t r = 0; r < block.rowCount; ++r) {
-        const double* const row = block.rows[r];
-        std::uint32_t* const index = block.indexScratch + r * block.columns;
-        double* const value = block.valueScratch + r * block.columns;
-        std::uint32_t count = 0;
-        for (std::uint32_t j = 0; j < block.lengths[r]; ++j) {
-            index[count] = j;
-            value[count] = row[j];
-            count += row[j] != 0.0 ? 1u : 0u;
-        }
-        counts[r] = count;
-        longest = count > longest ? count : longest;
-    }
-    for (std::size_t r = 0; r < block.rowCount; ++r) {
-        for (std::uint32_t k = counts[r]; k < longest; ++k) {
-            block.indexScratch[r * block.columns + k] = 0;
-            block.valueScratch[r * block.columns + k] = 0.0;
-        }
-    }
-}
-
 template <class L, int V>
-void runBatch(const LayerBlock& block, const std::uint32_t* counts, const double* in, double* out) {
+void runBatch(const LayerBlock& block, const double* in, double* out) {
     constexpr std::size_t stride = static_cast<std::size_t>(batchVectors * L::width);
     constexpr int R = tileRows<L, V>();
     for (std::size_t r = 0; r < block.rowCount; r += R) {
         const std::size_t left = block.rowCount - r;
         const int valid = left < static_cast<std::size_t>(R) ? static_cast<int>(left) : R;
-        if (counts == nullptr) {
+        if (block.listIndex == nullptr) {
             denseTile<L, V, R>(block.rows + r, block.bias + r, valid, block.columns, in,
                                out + r * stride);
         } else {
-            sparseTile<L, V, R>(block.indexScratch + r * block.columns,
-                                block.valueScratch + r * block.columns, counts + r, block.columns,
-                                block.bias + r, valid, in, out + r * stride);
+            const std::size_t at = r * block.listStride;
+            sparseTile<L, V, R>(block.listIndex + at, block.listValue + at, block.listCounts + r,
+                                block.listStride, block.bias + r, valid, in, out + r * stride);
         }
     }
 }
@@ -179,22 +139,16 @@ template <class L>
 void runBlock(const LayerBlock& block) {
     constexpr std::size_t width = static_cast<std::size_t>(L::width);
     constexpr std::size_t batchLanes = batchVectors * width;
-    std::uint32_t countStore[layerBlockRows];
-    const std::uint32_t* counts = nullptr;
-    if (worthLists(block)) {
-        buildLists(block, countStore);
-        counts = countStore;
-    }
     const double* in = block.inputs;
     double* out = block.sums;
     for (std::size_t first = 0; first < block.lanes; first += batchLanes) {
         const std::size_t left = block.lanes - first;
         if (left > 2 * width) {
-            runBatch<L, 3>(block, counts, in, out);
+            runBatch<L, 3>(block, in, out);
         } else if (left > width) {
-            runBatch<L, 2>(block, counts, in, out);
+            runBatch<L, 2>(block, in, out);
         } else {
-            runBatch<L, 1>(block, counts, in, out);
+            runBatch<L, 1>(block, in, out);
         }
         in += block.inputStride;
         out += block.sumStride;

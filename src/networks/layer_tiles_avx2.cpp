@@ -25,7 +25,7 @@ struct Avx2Lanes {
     }
 };
 
-constexpr LayerKernel kernel = {"avx2", batchVectors * Avx2Lanes::width, runBlock<Avx2Lanes>};
+constexpr LayerKernel kernel = {"avx2", batchVectors* Avx2Lanes::width, runBlock<Avx2Lanes>};
 
 }  // namespace
 

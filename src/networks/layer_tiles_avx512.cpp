@@ -26,8 +26,7 @@ struct Avx512Lanes {
     }
 };
 
-constexpr LayerKernel kernel = {"avx512", batchVectors * Avx512Lanes::width,
-                                runBlock<Avx512Lanes>};
+constexpr LayerKernel kernel = {"avx512", batchVectors* Avx512Lanes::width, runBlock<Avx512Lanes>};
 
 }  // namespace
 

@@ -52,7 +52,7 @@ struct PortableLanes {
 };
 #endif
 
-constexpr LayerKernel kernel = {"portable", batchVectors * PortableLanes::width,
+constexpr LayerKernel kernel = {"portable", batchVectors* PortableLanes::width,
                                 runBlock<PortableLanes>};
 
 }  // namespace

@@ -27,8 +27,8 @@ void failLayerCheck(const LayerMismatch& mismatch) {
     endProcess(0, mismatch.text());
 }
 
-EnsembleOutput evaluateLevel(std::span<const MemberWeights> members,
-                             const ANN::ResidueMap& windows, int threads) {
+EnsembleOutput evaluateLevel(std::span<const MemberWeights> members, const ANN::ResidueMap& windows,
+                             int threads) {
     std::vector<const std::vector<double>*> inputs;
     std::vector<std::size_t> lengths;
     for (const auto& [residue, window] : windows) {

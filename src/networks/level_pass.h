@@ -19,8 +19,8 @@ std::vector<MemberWeights> ensembleWeights(ANN& network, int level, int count);
 
 /// One ensemble pass over windows by residue number: results by member, then in the order of the
 /// windows. Ends the process as the first window that doesn't fit would.
-EnsembleOutput evaluateLevel(std::span<const MemberWeights> members,
-                             const ANN::ResidueMap& windows, int threads);
+EnsembleOutput evaluateLevel(std::span<const MemberWeights> members, const ANN::ResidueMap& windows,
+                             int threads);
 
 /// Mean of three vectors with one factor, appended to `out`: (a + b + c) * 0.3333333333333333.
 /// Nothing if the lengths differ.

@@ -47,8 +47,8 @@ void combine(SSANN& network, const ANN::ResidueMap& windows, orvix::EnsembleOutp
         if (network.order == 3) {
             network.applyVecAverage(results[0][at], results[1][at], results[2][at], mean);
         } else if (network.order == 5) {
-            network.applyVecAverage5(results[0][at], results[1][at], results[2][at],
-                                     results[3][at], results[4][at], mean);
+            network.applyVecAverage5(results[0][at], results[1][at], results[2][at], results[3][at],
+                                     results[4][at], mean);
         }
         outputs[residue] = std::move(mean);
         ++at;
@@ -63,8 +63,8 @@ int memberCount(int order) {
 
 SSANN::SSANN() = default;
 
-SSANN::SSANN(int inputWidth1, int hiddenWidth1, int outputWidth1, int inputWidth2,
-             int hiddenWidth2, int outputWidth2, const std::string& dir, const std::string& name)
+SSANN::SSANN(int inputWidth1, int hiddenWidth1, int outputWidth1, int inputWidth2, int hiddenWidth2,
+             int outputWidth2, const std::string& dir, const std::string& name)
     : ANN(inputWidth1, hiddenWidth1, outputWidth1, inputWidth2, hiddenWidth2, outputWidth2, dir,
           name) {}
 
@@ -103,8 +103,8 @@ void SSANN::loadWeightBias5(const std::string& file, std::map<int, std::vector<d
                             std::vector<double>& b2, std::map<int, std::vector<double>>& w3,
                             std::vector<double>& b3, std::map<int, std::vector<double>>& w4,
                             std::vector<double>& b4, int rows, int cols) {
-    const orvix::LayerWeights members[] = {{&w0, &b0}, {&w1, &b1}, {&w2, &b2}, {&w3, &b3},
-                                           {&w4, &b4}};
+    const orvix::LayerWeights members[] = {
+        {&w0, &b0}, {&w1, &b1}, {&w2, &b2}, {&w3, &b3}, {&w4, &b4}};
     orvix::distributeRows(orvix::readWeightTable(file, orvix::WeightRules::text, cols), members,
                           rows);
 }
@@ -119,9 +119,9 @@ void SSANN::calcLevel2() {
     combine(*this, level2Input, orvix::evaluateLevel(members, level2Input, 1), level2Output);
 }
 
-void SSANN::applyVecAverage5(std::vector<double>& a, std::vector<double>& b,
-                             std::vector<double>& c, std::vector<double>& d,
-                             std::vector<double>& e, std::vector<double>& out) {
+void SSANN::applyVecAverage5(std::vector<double>& a, std::vector<double>& b, std::vector<double>& c,
+                             std::vector<double>& d, std::vector<double>& e,
+                             std::vector<double>& out) {
     if (b.size() != a.size() || c.size() != a.size() || d.size() != a.size() ||
         e.size() != a.size()) {
         return;
@@ -137,8 +137,8 @@ void SSANN::applyVecAverage5(std::vector<double>& a, std::vector<double>& b,
     }
     const double scale = 1 / sum;
     for (std::size_t k = 0; k < a.size(); ++k) {
-        out.push_back(
-            (a[k] * w[0] + b[k] * w[1] + c[k] * w[2] + d[k] * w[3] + e[k] * w[4]) * scale);
+        out.push_back((a[k] * w[0] + b[k] * w[1] + c[k] * w[2] + d[k] * w[3] + e[k] * w[4]) *
+                      scale);
     }
 }
 
@@ -183,8 +183,7 @@ void SSANN::runANN(std::map<int, std::vector<double>>& input) {
             const long long r = residue + k;
             const std::vector<double>& known = orvix::vectorOf(knownSS, r);
             if (k == 0) {
-                orvix::append(window,
-                              isKnown(known) ? known : orvix::vectorOf(level1Output, r));
+                orvix::append(window, isKnown(known) ? known : orvix::vectorOf(level1Output, r));
             } else if (isKnown(known)) {
                 appendBlock(window, known, classCount);
             } else if (r < lowest || r > highest) {

@@ -216,8 +216,8 @@ std::vector<WeightText::Part> WeightText::split(int count) const {
     std::vector<Part> parts;
     std::size_t begin = body_;
     for (int i = 1; i < count; ++i) {
-        const std::size_t goal = body_ + bodySize() / static_cast<std::size_t>(count) *
-                                             static_cast<std::size_t>(i);
+        const std::size_t goal =
+            body_ + bodySize() / static_cast<std::size_t>(count) * static_cast<std::size_t>(i);
         if (goal <= begin) {
             continue;
         }

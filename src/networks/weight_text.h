@@ -48,8 +48,8 @@ class WeightText {
     std::size_t size_ = 0;
     std::size_t body_ = 0;
     WeightRules rules_ = WeightRules::typed;
-    std::size_t columns_ = 0;            // weights in a row
-    std::vector<std::size_t> slots_;     // column of the file -> weight, bias (columns_) or none
+    std::size_t columns_ = 0;         // weights in a row
+    std::vector<std::size_t> slots_;  // column of the file -> weight, bias (columns_) or none
 };
 
 }  // namespace orvix

@@ -6,9 +6,9 @@
 
 namespace {
 
-constexpr std::size_t pairValues = 12;    // six pairs (shift, flag)
-constexpr int unusableFrom = 5;           // missing atoms of a residue without usable data
-constexpr double missing = 9999.0;        // no index
+constexpr std::size_t pairValues = 12;  // six pairs (shift, flag)
+constexpr int unusableFrom = 5;         // missing atoms of a residue without usable data
+constexpr double missing = 9999.0;      // no index
 constexpr double indexCap = 0.6;
 constexpr std::size_t atomCount = 6;
 
@@ -46,8 +46,7 @@ std::vector<int> residuesOf(const std::map<int, std::vector<double>>& cs, const 
     for (const auto& entry : cs) {
         for (std::int64_t i = entry.first - std::int64_t{1}; i <= entry.first + std::int64_t{1};
              ++i) {
-            if (i >= range.first && i <= range.last &&
-                (residues.empty() || i > residues.back())) {
+            if (i >= range.first && i <= range.last && (residues.empty() || i > residues.back())) {
                 residues.push_back(static_cast<int>(i));
             }
         }
@@ -71,29 +70,26 @@ struct Neighbours {
     int current, previous, previous2, next, next2;
 
     Neighbours(std::int64_t i, const Range& range, const std::map<int, std::string>& seq) {
-        const auto letter = [&](std::int64_t residue) -> std::string {
-            if (residue < INT32_MIN || residue > INT32_MAX) {
-                return std::string();
-            }
-            const auto found = seq.find(static_cast<int>(residue));
-            return found == seq.end() ? std::string() : found->second;
+        const auto row = [&seq](std::int64_t residue) {
+            const bool isNumber = residue >= INT32_MIN && residue <= INT32_MAX;
+            const auto found = isNumber ? seq.find(static_cast<int>(residue)) : seq.end();
+            return tableRow(found == seq.end() ? std::string() : found->second);
         };
-        std::string prev = letter(i - 1), prev2 = letter(i - 2);
-        std::string after = letter(i + 1), after2 = letter(i + 2);
+        current = row(i);
+        previous = row(i - 1);
+        previous2 = row(i - 2);
+        next = row(i + 1);
+        next2 = row(i + 2);
+        const int pastEnd = tableRow("G");
         if (i == range.first) {
-            prev = prev2 = "G";
+            previous = previous2 = pastEnd;
         } else if (i == range.first + 1) {
-            prev2 = "G";
+            previous2 = pastEnd;
         } else if (i == range.last - 1) {
-            after2 = "G";
+            next2 = pastEnd;
         } else if (i == range.last) {
-            after = after2 = "G";
+            next = next2 = pastEnd;
         }
-        current = tableRow(letter(i));
-        previous = tableRow(prev);
-        previous2 = tableRow(prev2);
-        next = tableRow(after);
-        next2 = tableRow(after2);
     }
 
     double reference(int column) const {

@@ -49,8 +49,8 @@ class RCI {
     std::map<int, std::map<std::string, double>> csAdjust;  ///< residue -> atom -> ppm
     std::map<int, std::string> seq;                         ///< residue -> letter
     std::vector<double> weightCoefficient;  ///< by atom in the order HN, N, HA, C, CA, CB
-    std::map<int, double> s2;  ///< residue -> 0.4 ln(1 + 17.7 index), 9999.0 for none
-    std::map<int, double> rci;  ///< residue -> index, 0 for rigid, larger for flexible
+    std::map<int, double> s2;               ///< residue -> 0.4 ln(1 + 17.7 index), 9999.0 for none
+    std::map<int, double> rci;              ///< residue -> index, 0 for rigid, larger for flexible
 
     /// Row letters of the five tables.
     static const std::string AAseqList;

@@ -39,7 +39,7 @@ inline constexpr int noLetter = letterCodes - 1;
 class DatabasePlanes {
   public:
     /// Rows readable before the first and behind the last one.
-    static constexpr int margin = 64;
+    static constexpr int margin = 128;
 
     /// `halfWidth` 0..3. Blocks must lie inside the rows of `db`.
     DatabasePlanes(const DB& db, std::span<const ProteinBlock> blocks, int halfWidth);

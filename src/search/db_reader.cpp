@@ -7,10 +7,10 @@
 #include <iterator>
 #include <mutex>
 #include <string_view>
+#include <thread>
 #include <utility>
 #include <vector>
 
-#include "run/parallel.h"
 #include "search/db.h"
 #include "search/db_text.h"
 #include "search/text_blocks.h"
@@ -253,7 +253,16 @@ DatabaseReading readDatabase(const std::string& path, const std::string& exclLis
     }
     Reading reading(text, path, exclList, capacity, db);
     if (threads > 1 && exclList.empty() && text.fileSize() >= severalThreadsFrom) {
-        parallelFor(threads, threads, [&](int) { reading.work(true); });
+        // Threads of its own, which end with the reading, so that a process that forks later, or
+        // was forked, can read as well.
+        std::vector<std::thread> others;
+        for (int t = 1; t < threads; ++t) {
+            others.emplace_back([&reading] { reading.work(true); });
+        }
+        reading.work(true);
+        for (std::thread& other : others) {
+            other.join();
+        }
     } else {
         reading.work(false);
     }

@@ -13,7 +13,7 @@ namespace {
 /// Rows that are filtered, then scored, in one go: their planes and the list of survivors stay in
 /// the nearest cache.
 constexpr int chunkRows = 4096;
-static_assert(chunkRows % 32 == 0);
+static_assert(chunkRows % filterGroup == 0);
 
 /// Scores rows in rising order and keeps both lists.
 class Scorer {
@@ -90,7 +90,9 @@ int allowedRows(const ScanTables& tables, const DatabasePlanes& planes, int firs
     int count = 0;
     for (int i = first; i < last; ++i) {
         rows[count] = i;
-        count += tables.centreAllowed[centre[i]] && tables.nextAllowed[letter[i + 1]] ? 1 : 0;
+        // Both tests always, so that there is no branch to guess.
+        count += static_cast<int>(tables.centreAllowed[centre[i]]) &
+                 static_cast<int>(tables.nextAllowed[letter[i + 1]]);
     }
     return count;
 }
@@ -153,7 +155,7 @@ ScanHits scanFast(const ScanQuery& query, const DatabasePlanes& planes, ScanPath
     const bool wide = path == ScanPath::avx2 && planes.halfWidth() > 0;
     FilterBuilder builder(tables, planes, !wide);
     const FilterPlanes columns{planes.tile(), planes.place(), planes.letter(), planes.centre()};
-    std::array<int, chunkRows + 32> rows;
+    std::array<int, chunkRows + filterGroup> rows;
     for (int first = 0; first < planes.rows(); first += chunkRows) {
         const int last = std::min(first + chunkRows, planes.rows());
         // A threshold that is behind the time only lets more rows through to the exact score.

@@ -11,6 +11,7 @@ namespace orvix {
 
 inline constexpr int filterTiles = 26;
 inline constexpr int filterPositions = 7;
+inline constexpr int filterGroup = 64;  ///< rows looked at together
 
 /// Shortfalls at one window position. A row falls short by `base` less what its box saves, and by
 /// the value of its letter. 255 stands for "too far" and for forbidden letters.
@@ -33,7 +34,7 @@ struct RowFilter {
     std::uint8_t limit;
 };
 
-/// The planes as the filter reads them: from 64 rows before the first row to 64 behind the last.
+/// The planes as the filter reads them: from 3 rows before the first row to 66 behind the last.
 struct FilterPlanes {
     const std::uint8_t* tile;
     const std::uint8_t* place;
@@ -45,8 +46,8 @@ struct FilterPlanes {
 extern const bool avx2FilterBuilt;
 
 /// Writes the rows of first..last - 1 that survive to `rows`, in rising order, and returns their
-/// number. Looks at whole groups of 32 rows: rows behind the last one, up to 31, may be reported
-/// too, as far as their centre letter allows. `rows` has room for last - first + 32 entries.
+/// number. Looks at whole groups: rows behind the last one may be reported too, as far as their
+/// centre letter allows. `rows` has room for last - first + filterGroup entries.
 int filterRowsAvx2(const RowFilter& filter, const FilterPlanes& planes, int first, int last,
                    int* rows);
 

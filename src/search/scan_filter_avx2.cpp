@@ -20,34 +20,54 @@ inline __m256i tableAt(const std::uint8_t* p) {
     return _mm256_load_si256(reinterpret_cast<const __m256i*>(p));
 }
 
-/// Adds to `sum` what 32 rows fall short at one position.
-inline __m256i addPosition(__m256i sum, const FilterPosition& at, const std::uint8_t* tiles,
-                           const std::uint8_t* places, const std::uint8_t* letters) {
-    __m256i saved = _mm256_setzero_si256();
+/// Sums of shortfalls of 64 rows.
+struct Sums {
+    __m256i low = _mm256_setzero_si256();
+    __m256i high = _mm256_setzero_si256();
+};
+
+inline __m256i letterShortfalls(const FilterPosition& at, const std::uint8_t* letters) {
+    const __m256i letter = loadAt(letters);
+    const __m256i low = _mm256_shuffle_epi8(tableAt(at.lowLetters), letter);
+    const __m256i high = _mm256_shuffle_epi8(tableAt(at.highLetters), letter);
+    // Bit 4 of the code, moved to where the blend looks, says which half it belongs to.
+    return _mm256_blendv_epi8(low, high, _mm256_slli_epi16(letter, 3));
+}
+
+/// Adds what 64 rows fall short at one position.
+inline void addPosition(Sums& sums, const FilterPosition& at, const std::uint8_t* tiles,
+                        const std::uint8_t* places, const std::uint8_t* letters) {
+    __m256i savedLow = _mm256_setzero_si256();
+    __m256i savedHigh = _mm256_setzero_si256();
     if (at.tiles > 0) {
-        const __m256i tile = loadAt(tiles + at.offset);
-        const __m256i place = loadAt(places + at.offset);
+        const __m256i tileLow = loadAt(tiles + at.offset);
+        const __m256i tileHigh = loadAt(tiles + at.offset + 32);
+        const __m256i placeLow = loadAt(places + at.offset);
+        const __m256i placeHigh = loadAt(places + at.offset + 32);
         for (int t = 0; t < at.tiles; ++t) {
-            const __m256i here = _mm256_cmpeq_epi8(tile, tableAt(at.tile[t]));
-            const __m256i saving = _mm256_shuffle_epi8(tableAt(at.saving[t]), place);
-            saved = _mm256_or_si256(saved, _mm256_and_si256(here, saving));
+            const __m256i tile = tableAt(at.tile[t]);
+            const __m256i saving = tableAt(at.saving[t]);
+            savedLow = _mm256_blendv_epi8(savedLow, _mm256_shuffle_epi8(saving, placeLow),
+                                          _mm256_cmpeq_epi8(tileLow, tile));
+            savedHigh = _mm256_blendv_epi8(savedHigh, _mm256_shuffle_epi8(saving, placeHigh),
+                                           _mm256_cmpeq_epi8(tileHigh, tile));
         }
     }
     const __m256i base = _mm256_set1_epi8(static_cast<char>(at.base));
-    sum = _mm256_adds_epu8(sum, _mm256_subs_epu8(base, saved));
+    sums.low = _mm256_adds_epu8(sums.low, _mm256_subs_epu8(base, savedLow));
+    sums.high = _mm256_adds_epu8(sums.high, _mm256_subs_epu8(base, savedHigh));
     if (at.hasLetters) {
-        const __m256i letter = loadAt(letters + at.offset);
-        const __m256i low = _mm256_shuffle_epi8(tableAt(at.lowLetters), letter);
-        const __m256i high = _mm256_shuffle_epi8(tableAt(at.highLetters), letter);
-        // Bit 4 of the code, moved to where the blend looks, says which half it belongs to.
-        sum = _mm256_adds_epu8(sum, _mm256_blendv_epi8(low, high, _mm256_slli_epi16(letter, 3)));
+        sums.low = _mm256_adds_epu8(sums.low, letterShortfalls(at, letters + at.offset));
+        sums.high = _mm256_adds_epu8(sums.high, letterShortfalls(at, letters + at.offset + 32));
     }
-    return sum;
 }
 
-inline unsigned survivors(__m256i sum, __m256i limit) {
-    return static_cast<unsigned>(
-        _mm256_movemask_epi8(_mm256_cmpeq_epi8(_mm256_min_epu8(sum, limit), sum)));
+/// One bit for each of 64 rows within the limit.
+inline std::uint64_t survivors(const Sums& sums, __m256i limit) {
+    const __m256i low = _mm256_cmpeq_epi8(_mm256_min_epu8(sums.low, limit), sums.low);
+    const __m256i high = _mm256_cmpeq_epi8(_mm256_min_epu8(sums.high, limit), sums.high);
+    return static_cast<std::uint32_t>(_mm256_movemask_epi8(low)) |
+           static_cast<std::uint64_t>(static_cast<std::uint32_t>(_mm256_movemask_epi8(high))) << 32;
 }
 
 }  // namespace
@@ -56,20 +76,21 @@ int filterRowsAvx2(const RowFilter& filter, const FilterPlanes& planes, int firs
                    int* rows) {
     const __m256i limit = _mm256_set1_epi8(static_cast<char>(filter.limit));
     int count = 0;
-    for (int i = first; i < last; i += 32) {
-        __m256i sum = addPosition(_mm256_setzero_si256(), filter.position[0], planes.tile + i,
-                                  planes.place + i, planes.centre + i);
-        unsigned left = survivors(sum, limit);
-        // Where the chain bends away from the map all 32 rows are soon out; looking after every
-        // position costs less than the positions it saves.
-        for (int p = 1; p < filter.positions && left != 0; ++p) {
-            sum = addPosition(sum, filter.position[p], planes.tile + i, planes.place + i,
-                              planes.letter + i);
-            left = survivors(sum, limit);
+    for (int i = first; i < last; i += filterGroup) {
+        Sums sums;
+        addPosition(sums, filter.position[0], planes.tile + i, planes.place + i,
+                    planes.centre + i);
+        // One look behind the centre pays; looking behind every position costs more in wrong
+        // guesses of the branch than the positions that it saves.
+        if (survivors(sums, limit) == 0) {
+            continue;
         }
-        while (left != 0) {
-            rows[count++] = i + __builtin_ctz(left);
-            left &= left - 1;
+        for (int p = 1; p < filter.positions; ++p) {
+            addPosition(sums, filter.position[p], planes.tile + i, planes.place + i,
+                        planes.letter + i);
+        }
+        for (std::uint64_t left = survivors(sums, limit); left != 0; left &= left - 1) {
+            rows[count++] = i + __builtin_ctzll(left);
         }
     }
     return count;

@@ -51,8 +51,8 @@ OffsetEstimate estimateOffset(const OffsetGroup& negative, const OffsetGroup& po
         estimate.offset = (plus.intercept * above + minus.intercept * below) / (above + below);
         const double errorAbove = above * plus.error;
         const double errorBelow = below * minus.error;
-        estimate.error = std::sqrt(errorAbove * errorAbove + errorBelow * errorBelow) /
-                         (above + below);
+        estimate.error =
+            std::sqrt(errorAbove * errorAbove + errorBelow * errorBelow) / (above + below);
     } else if (estimate.enough) {
         const LineFit fit = fitted(usePositive ? positive : negative);
         estimate.offset = fit.intercept;

@@ -30,7 +30,9 @@ constexpr int toleratedMismatches = 4;
 constexpr long long widestRange = 100'000;
 constexpr long long highestNumber = 1'000'000'000;
 
-bool isCysteine(const std::string& letter) { return letter == "c" || letter == "C"; }
+bool isCysteine(const std::string& letter) {
+    return letter == "c" || letter == "C";
+}
 
 /// One-letter name of a RESNAME cell; any other text as it is.
 std::string letterOf(const std::string& name) {
@@ -82,10 +84,9 @@ class ReferenceShifts {
 
     double value(const std::string& name, const std::string& prev, const std::string& next,
                  const std::string& atom) const {
-        double reference = cell(randomCoil_.find(name), atom, missingValue) +
-                           cell(own_.find(name), atom, 0.0) +
-                           cell(previous_.find(prev), atom, 0.0) +
-                           cell(next_.find(next), atom, 0.0);
+        double reference =
+            cell(randomCoil_.find(name), atom, missingValue) + cell(own_.find(name), atom, 0.0) +
+            cell(previous_.find(prev), atom, 0.0) + cell(next_.find(next), atom, 0.0);
         if (run_.isoCorrect && (atom == "CA" || atom == "CB")) {
             reference += isotope(name, atom);
         }
@@ -125,7 +126,9 @@ void takeSequence(ORVIX& run) {
     }
 }
 
-[[noreturn]] void refuse(const std::string& message) { orvix::endProcess(-1, message + "\n"); }
+[[noreturn]] void refuse(const std::string& message) {
+    orvix::endProcess(-1, message + "\n");
+}
 
 void requireInput(const ORVIX& run) {
     if (run.seqLength == 0) {
@@ -297,8 +300,7 @@ void prepareResidue(ORVIX& run, const InputRows& rows, const ReferenceShifts& re
     const std::string& name = run.seqName(residue);
     const std::string none;
     const std::string& prev = residue > run.seqFirstResid ? run.seqName(residue - 1) : none;
-    const std::string& next =
-        residue < run.seq.rbegin()->first ? run.seqName(residue + 1) : none;
+    const std::string& next = residue < run.seq.rbegin()->first ? run.seqName(residue + 1) : none;
     run.seqChar[residue] = name.empty() ? '\0' : name[0];
 
     int missing = 0;
@@ -350,7 +352,8 @@ void applyOffsets(ORVIX& run) {
         }
         char text[400];
         std::snprintf(text, sizeof text,
-                      " %6.3f ppm referencing offset applied for %s chemical shifts", offset, words);
+                      " %6.3f ppm referencing offset applied for %s chemical shifts", offset,
+                      words);
         run.adjCSTable.addRemark(text);
         std::cerr << text << "\n";
     }
@@ -399,7 +402,8 @@ void ORVIX::getResInfo() {
         prepareResidue(*this, rows, references, residue, tableRow);
     }
     if (isoCorrect) {
-        adjCSTable.addRemark(" Deuterium Isotope Shifts Correction Applied for 13Ca and 13Cb Nuclei");
+        adjCSTable.addRemark(
+            " Deuterium Isotope Shifts Correction Applied for 13Ca and 13Cb Nuclei");
     }
     checkCS();
     if (offsetCorrect) {

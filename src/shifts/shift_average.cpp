@@ -131,8 +131,8 @@ std::vector<ScoredRow> nearestRows(const ObservedRows& rows, const TripletQuery&
 }
 
 std::vector<ScoredRow> nearestRowsPortable(const ObservedRows& rows, const TripletQuery& query,
-                                           const AverageWeights& weights,
-                                           const Homology& homology, int wanted) {
+                                           const AverageWeights& weights, const Homology& homology,
+                                           int wanted) {
     return nearestRowsBy(scoreRowsPortable, rows, query, weights, homology, wanted);
 }
 

@@ -63,8 +63,8 @@ std::vector<ScoredRow> nearestRowsPlain(const ObservedRows& rows, const TripletQ
 
 /// The same as nearestRows without vector instructions beyond the baseline.
 std::vector<ScoredRow> nearestRowsPortable(const ObservedRows& rows, const TripletQuery& query,
-                                           const AverageWeights& weights,
-                                           const Homology& homology, int wanted);
+                                           const AverageWeights& weights, const Homology& homology,
+                                           int wanted);
 
 /// The score of one triplet, written down plainly. `shifts` and `names` as of a row of
 /// ObservedRows.

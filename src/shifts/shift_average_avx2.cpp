@@ -41,8 +41,8 @@ ORVIX_AVX2 inline __m256d atomTerm(const RowScorer& scorer, int column, __m256d 
         return absentTerm;
     }
     const __m256d difference = _mm256_sub_pd(observed, _mm256_set1_pd(scorer.query[j]));
-    const __m256d term = _mm256_mul_pd(_mm256_mul_pd(difference, difference),
-                                       _mm256_set1_pd(scorer.weight[j]));
+    const __m256d term =
+        _mm256_mul_pd(_mm256_mul_pd(difference, difference), _mm256_set1_pd(scorer.weight[j]));
     const __m256d absent = _mm256_cmp_pd(observed, _mm256_set1_pd(999.0), _CMP_GT_OQ);
     return _mm256_blendv_pd(term, absentTerm, absent);
 }
@@ -100,7 +100,9 @@ ORVIX_AVX2 void scoreRowsAvx2(const RowScorer& scorer, const ObservedRows& rows,
     }
 }
 
-bool hasAvx2Scoring() { return __builtin_cpu_supports("avx2") != 0; }
+bool hasAvx2Scoring() {
+    return __builtin_cpu_supports("avx2") != 0;
+}
 
 }  // namespace orvix
 
@@ -113,7 +115,9 @@ void scoreRowsAvx2(const RowScorer& scorer, const ObservedRows& rows, int first,
     scoreRowsPortable(scorer, rows, first, count, scores);
 }
 
-bool hasAvx2Scoring() { return false; }
+bool hasAvx2Scoring() {
+    return false;
+}
 
 }  // namespace orvix
 

@@ -48,6 +48,8 @@ std::string shiftText(double shift) {
     return text;
 }
 
-std::string shiftAtom(const std::string& atom) { return atom == "H" ? "HN" : atom; }
+std::string shiftAtom(const std::string& atom) {
+    return atom == "H" ? "HN" : atom;
+}
 
 }  // namespace orvix

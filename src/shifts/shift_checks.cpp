@@ -29,11 +29,9 @@ constexpr Nucleus nuclei[] = {
     {"CA", 0.094, 0.459,
      "  No enough CA shifts to check CA/CB chemical shift referencing offset ...",
      "CA/CB: ", "Size"},
-    {"HA", 0.089, -0.008,
-     "  No enough HA shifts to check HA chemical shift referencing offset ...",
+    {"HA", 0.089, -0.008, "  No enough HA shifts to check HA chemical shift referencing offset ...",
      "HA:\n     ", "size"},
-    {"C", -0.272, 0.226,
-     "  No enough C' shifts to check C' chemical shift referencing offset ...",
+    {"C", -0.272, 0.226, "  No enough C' shifts to check C' chemical shift referencing offset ...",
      "C':    ", "Size"},
 };
 

@@ -19,8 +19,8 @@ const GDB::Entry* workingRow(const ORVIX& run, int residue, int key, const std::
     if (residue >= run.firstResid && residue <= run.lastResid) {
         const long long place = (static_cast<long long>(residue) - run.firstResid) * 6 + key;
         const auto row = place <= 6'000'000 ? rows.find(static_cast<int>(place)) : rows.end();
-        if (row != rows.end() && (matches(row->second, atom) ||
-                                  (atom == "HN" && matches(row->second, "H")))) {
+        if (row != rows.end() &&
+            (matches(row->second, atom) || (atom == "HN" && matches(row->second, "H")))) {
             return &row->second;
         }
     }

@@ -16,7 +16,7 @@ namespace {
 
 // Columns before the temperature factor, which alone may be absent.
 constexpr std::size_t leastColumns = 60;
-constexpr float bondLimit = 2.5F;      // angstrom between the SG of a disulfide
+constexpr float bondLimit = 2.5F;         // angstrom between the SG of a disulfide
 constexpr long long leastSeparation = 3;  // residues; bonded partners lie further apart
 
 // Narrowing with a defined result for numbers that no float holds.
@@ -31,13 +31,19 @@ float toFloat(double value) {
     return static_cast<float>(value);
 }
 
-bool isCysteine(const std::string& letter) { return letter == "C" || letter == "c"; }
+bool isCysteine(const std::string& letter) {
+    return letter == "C" || letter == "c";
+}
 
 }  // namespace
 
-PDB::PDB(const std::string& path) : fileName(path) { loaded = loadPDB(path); }
+PDB::PDB(const std::string& path) : fileName(path) {
+    loaded = loadPDB(path);
+}
 
-bool PDB::isNull() { return !loaded; }
+bool PDB::isNull() {
+    return !loaded;
+}
 
 bool PDB::loadPDB(const std::string& path) {
     std::error_code ignored;
@@ -128,7 +134,7 @@ void PDB::assignDisulfides() {
     // A partner that is c already still counts, so both ends of a bond are found.
     for (auto& [residue, letter] : residName1) {
         if (letter == "C" && isSSBonded(1, residue)) {
-            letter = "c";
+            letter.assign(1, 'c');
             residName3[residue] = "cys";
         }
     }
@@ -184,11 +190,11 @@ const CORdata& PDB::findAtom(int model, long long res, const std::string& name) 
 
 std::string PDB::getOneAAName(const std::string& name) {
     static const std::map<std::string, std::string> letters = {
-        {"ALA", "A"},  {"CYS", "C"}, {"cys", "c"},  {"ASP", "D"}, {"GLU", "E"},  {"PHE", "F"},
-        {"GLY", "G"},  {"HIS", "H"}, {"HIS+", "H"}, {"his", "h"}, {"ILE", "I"},  {"LYS", "K"},
-        {"LYS+", "K"}, {"LEU", "L"}, {"MET", "M"},  {"ASN", "N"}, {"PRO", "P"},  {"GLN", "Q"},
-        {"ARG", "R"},  {"ARG+", "R"}, {"SER", "S"}, {"THR", "T"}, {"VAL", "V"},  {"TRP", "W"},
-        {"TYR", "Y"}};
+        {"ALA", "A"}, {"CYS", "C"}, {"cys", "c"},  {"ASP", "D"},  {"GLU", "E"},
+        {"PHE", "F"}, {"GLY", "G"}, {"HIS", "H"},  {"HIS+", "H"}, {"his", "h"},
+        {"ILE", "I"}, {"LYS", "K"}, {"LYS+", "K"}, {"LEU", "L"},  {"MET", "M"},
+        {"ASN", "N"}, {"PRO", "P"}, {"GLN", "Q"},  {"ARG", "R"},  {"ARG+", "R"},
+        {"SER", "S"}, {"THR", "T"}, {"VAL", "V"},  {"TRP", "W"},  {"TYR", "Y"}};
     const auto found = letters.find(name);
     return found == letters.end() ? "X" : found->second;
 }

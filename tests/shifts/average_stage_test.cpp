@@ -16,12 +16,9 @@ class AverageStage : public ShiftRun {
                 }
             }
         }
-        for (const auto& [key, atom] : run.atomNames) {
-            zeroReference_ += " 0";
-        }
         run.rcAdjTable = run.rcPrevTable = run.rcNextTable = GDB();
-        run.randCoilTable = tableFrom(
-            "VARS RESNAME N HA C CA CB HN\nFORMAT %s %f %f %f %f %f %f\nA" + zeroReference_ + "\n");
+        run.randCoilTable =
+            tableFrom("VARS RESNAME N HA C CA CB HN\nFORMAT %s %f %f %f %f %f %f\nA 0 0 0 0 0 0\n");
         setInput("AAAAA", rows);
         prepare();
         for (double& weight : run.atomPosWeight) {
@@ -35,8 +32,6 @@ class AverageStage : public ShiftRun {
         }
         run.homology["A"]["G"] = 10.0;
     }
-    ~AverageStage() override = default;
-
     /// Fills the observed triplets as the stage before does: CB and CA of the middle residue, all
     /// other shifts 0.
     void observe(const std::vector<std::pair<std::string, std::string>>& middles) {
@@ -68,9 +63,6 @@ class AverageStage : public ShiftRun {
             }
         }
     }
-
-  private:
-    std::string zeroReference_;
 };
 
 TEST_F(AverageStage, MeansOverTheNearestRows) {
@@ -127,10 +119,10 @@ TEST_F(AverageStage, AgainstTheDatabase) {
     residue("one", 1, 1.0, 1.0);
     residue("one", 2, 4.0, 1.0);
     residue("one", 3, 1.0, 1.0);
-    residue("two", 1, 1.0, 1.0);   // no window across proteins
-    residue("two", 2, 2.0, 0.0);   // no shift of its own
+    residue("two", 1, 1.0, 1.0);  // no window across proteins
+    residue("two", 2, 2.0, 0.0);  // no shift of its own
     residue("two", 3, 2.5, 1.0);
-    residue("two", 9, 100.0, 1.0); // nor across a gap
+    residue("two", 9, 100.0, 1.0);  // nor across a gap
     file.close();
     DB database(path);
     std::remove(path.c_str());

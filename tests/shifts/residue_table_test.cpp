@@ -10,10 +10,10 @@ using ResidueTableDeathTest = ShiftRun;
 TEST_F(ResidueTable, SecondaryShiftsInResidueOrder) {
     setInput("AAG",
              "2 ALA CA 53.25\n2 A H 8.4\n1 A N 123.0\n1 A HN 8.0\n1 A H 9.0\n"
-             "3 G C 174.123456789\n2 A N 120\n007 A N 1\n");
+             "3 G C 174.123456789\n002 A N 1\n2 A N 120\n");
     prepare();
     // CA: 52 + 0.25. HN from the row H: 8.2, and 0.1 for the A before. C: nothing but random coil.
-    // N of 2: 124 + 0.5 + 1. The number "007" is a mismatch and otherwise no residue.
+    // N of 2: 124 + 0.5 + 1; a row "002" is not found under 2.
     EXPECT_EQ(cell(2, "CA", "SHIFT"), "1");
     EXPECT_EQ(cell(2, "CA", "CS_OBS"), "53.25");
     EXPECT_EQ(cell(2, "CA", "CS_ADJ"), "52.25");
@@ -56,10 +56,10 @@ TEST_F(ResidueTable, WrittenTable) {
               "DATA SEQUENCE AA\n"
               "\n"
               "VARS   RESID RESNAME ATOMNAME SHIFT CS_OBS CS_ADJ \n"
-              "FORMAT %4d %1s %4s %8.3f %9.3f %9.3f \n"
+              "FORMAT %4d %1s %4s %8.3f %9.3f %9.3f\n"
               "\n"
-              "   1 A   CA    0.250    52.500    52.250 \n"
-              "   2 A    N   -5.500   120.000   125.500 \n");
+              "   1 A   CA    0.250    52.500    52.250\n"
+              "   2 A    N   -5.500   120.000   125.500\n");
 }
 
 TEST_F(ResidueTable, GlycineAlphaProtons) {
@@ -104,8 +104,7 @@ TEST_F(ResidueTable, WithoutProtonsEachCountsOnceAsMissing) {
 }
 
 TEST_F(ResidueTable, CysteineState) {
-    setInput("CcCAC",
-             "1 CYS CB 34.0\n2 c CB 33.999\n3 A CB 40\n4 C CB 40\n5 C CA 40\n4 A CA 50\n");
+    setInput("CcCAC", "1 CYS CB 34.0\n2 c CB 33.999\n3 A CB 40\n4 C CB 40\n5 C CA 40\n4 A CA 50\n");
     prepare();
     std::string letters;
     for (const auto& [residue, letter] : run.seq) {
@@ -151,7 +150,7 @@ TEST_F(ResidueTable, Mismatches) {
 }
 
 struct RangeCase {
-    int first, last;        // -first, -last
+    int first, last;  // -first, -last
     int shiftFirst, shiftLast;
     int expectedFirst, expectedLast, expectedLastShift;
 };
@@ -159,14 +158,12 @@ struct RangeCase {
 TEST_F(ResidueTable, WorkingRange) {
     const int lowest = -999999, highest = 999999;
     const RangeCase cases[] = {
-        {lowest, highest, 3, 6, 3, 7, 7},    // one past the last shift
-        {lowest, highest, 3, 10, 3, 10, 10}, // not past the sequence
-        {lowest, highest, 3, 12, 3, 12, 12},
-        {4, 5, 3, 6, 4, 5, 7},
-        {10, 5, 3, 10, 5, 10, 10},           // swapped
-        {50, highest, 3, 6, 7, 7, 7},        // beyond the last shift
-        {lowest, 1, 3, 6, 3, 3, 7},
-        {lowest, highest, 1005, 1006, 999, 1006, 1006},
+        {lowest, highest, 3, 6, 3, 7, 7},     // one past the last shift
+        {lowest, highest, 3, 10, 3, 10, 10},  // not past the sequence
+        {lowest, highest, 3, 12, 3, 12, 12}, {4, 5, 3, 6, 4, 5, 7},
+        {10, 5, 3, 10, 5, 10, 10},     // swapped
+        {50, highest, 3, 6, 7, 7, 7},  // beyond the last shift
+        {lowest, 1, 3, 6, 3, 3, 7},          {lowest, highest, 1005, 1006, 999, 1006, 1006},
     };
     for (const RangeCase& c : cases) {
         ORVIX& r = run;
@@ -246,8 +243,8 @@ TEST_F(ResidueTableDeathTest, EndsWithStatusMinusOne) {
     ends("^ No chemical shift data found in file in.tab\n$");
     run.inTable = tableFrom("DATA SEQUENCE A\n");
     ends("^ No entry found in the VARS header, exit ...\n$");
-    run.inTable = tableFrom(
-        "DATA SEQUENCE A\nVARS RESID RESNAME ATOM SHIFT\nFORMAT %d %s %s %f\n1 A N 1\n");
+    run.inTable =
+        tableFrom("DATA SEQUENCE A\nVARS RESID RESNAME ATOM SHIFT\nFORMAT %d %s %s %f\n1 A N 1\n");
     ends("^ No column ATOMNAME found in the VARS header, exit ...\n$");
     setInput("AAA", "1 A N 1\n2000000000 A N 1\n");
     ends("Residue range 1 to 999999 is too large");

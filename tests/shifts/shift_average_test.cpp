@@ -47,13 +47,13 @@ TEST_P(ShiftAverage, TermsOfTheScore) {
     Case c;
     c.addRow(0.0);
     c.query.names = {"A", "G", "K"};
-    c.query.shifts[0] = 3.0;                     // 9 * 0.5
+    c.query.shifts[0] = 3.0;  // 9 * 0.5
     c.atomPosition[1] = 0.5;
-    c.query.shifts[7] = 9999.0;                  // 2 * 10
+    c.query.shifts[7] = 9999.0;  // 2 * 10
     c.atomPosition[8] = 2.0;
-    c.shifts[0][17] = 1000.0;                    // 4 * 10
+    c.shifts[0][17] = 1000.0;  // 4 * 10
     c.atomPosition[18] = 4.0;
-    c.homology["G"]["A"] = 3.0;                  // 9 * 0.25
+    c.homology["G"]["A"] = 3.0;  // 9 * 0.25
     c.position[2] = 0.25;
     const auto nearest = c.run(GetParam(), 5);
     ASSERT_EQ(nearest.size(), 1U);
@@ -96,11 +96,7 @@ TEST_P(ShiftAverage, EachAdditionIsRoundedToFloat) {
 
 INSTANTIATE_TEST_SUITE_P(Forms, ShiftAverage,
                          testing::Values(orvix::nearestRowsPlain, orvix::nearestRowsPortable,
-                                         orvix::nearestRows),
-                         [](const auto& info) {
-                             const char* const words[] = {"Plain", "Portable", "Fast"};
-                             return words[info.index];
-                         });
+                                         orvix::nearestRows));
 
 TEST(ShiftAverageForms, SameBits) {
     std::mt19937 random(11);
@@ -110,11 +106,11 @@ TEST(ShiftAverageForms, SameBits) {
     const auto name = [&] { return names[static_cast<std::size_t>(unit(random) * 8.0)]; };
     const auto value = [&] {
         const double kind = unit(random);
-        return kind < 0.15 ? 9999.0
+        return kind < 0.15    ? 9999.0
                : kind < 0.151 ? std::nan("")
                : kind < 0.152 ? 999.0
-               : kind < 0.3 ? std::round(shift(random))  // ties
-                            : shift(random);
+               : kind < 0.3   ? std::round(shift(random))  // ties
+                              : shift(random);
     };
     for (int round = 0; round < 40; ++round) {
         Case c;

@@ -80,11 +80,12 @@ TEST_F(ShiftChecks, LinesOfTheEstimates) {
     prepare();
     // sum of squared residuals about the tilted line, by hand: see the kernel's tests for the
     // arithmetic; here the lines count.
-    EXPECT_NE(output.find(" Estimated Referencing Offset for CA/CB:  0.999 +/-  0.003ppm Size:  11\n"
-                          " Estimated Referencing Offset for HA:\n"
-                          "      0.499 +/-  0.003ppm size:  11\n"
-                          " Estimated Referencing Offset for C':    -1.501 +/-  0.003ppm Size:  11\n"),
-              std::string::npos)
+    EXPECT_NE(
+        output.find(" Estimated Referencing Offset for CA/CB:  0.999 +/-  0.003ppm Size:  11\n"
+                    " Estimated Referencing Offset for HA:\n"
+                    "      0.499 +/-  0.003ppm size:  11\n"
+                    " Estimated Referencing Offset for C':    -1.501 +/-  0.003ppm Size:  11\n"),
+        std::string::npos)
         << output;
     EXPECT_NEAR(run.shiftOffset["HA"], 0.5, 0.002);
     EXPECT_NEAR(run.shiftOffset["C"], -1.5, 0.002);

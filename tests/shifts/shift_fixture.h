@@ -77,8 +77,8 @@ class ShiftRun : public testing::Test {
     }
     /// Cell of the working table, "none" without the row.
     std::string cell(int residue, const std::string& atom, const std::string& column) {
-        GDB::Entry row = run.adjCSTable.getEntry("RESID", std::to_string(residue), "ATOMNAME",
-                                                 atom, 1);
+        GDB::Entry row =
+            run.adjCSTable.getEntry("RESID", std::to_string(residue), "ATOMNAME", atom, 1);
         return row.empty() ? "none" : row[column];
     }
 

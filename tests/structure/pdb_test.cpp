@@ -59,8 +59,8 @@ TEST(Pdb, LaterLineOfAnAtomReplacesTheEarlier) {
 }
 
 TEST(Pdb, MissingFileAndDirectory) {
-    for (const std::string& path : {testing::TempDir() + "no_such_structure.pdb",
-                                    testing::TempDir()}) {
+    for (const std::string& path :
+         {testing::TempDir() + "no_such_structure.pdb", testing::TempDir()}) {
         testing::internal::CaptureStderr();
         PDB pdb(path);
         EXPECT_EQ(testing::internal::GetCapturedStderr(),
@@ -142,8 +142,9 @@ TEST(Pdb, ResidueLetters) {
     EXPECT_EQ(PDB::getOneAAName("ala"), "X");
     EXPECT_EQ(PDB::getOneAAName(""), "X");
     std::string letters;
-    for (const char* name : {"ALA", "CYS", "ASP", "GLU", "PHE", "GLY", "HIS", "ILE", "LYS", "LEU",
-                             "MET", "ASN", "PRO", "GLN", "ARG", "SER", "THR", "VAL", "TRP", "TYR"}) {
+    for (const char* name :
+         {"ALA", "CYS", "ASP", "GLU", "PHE", "GLY", "HIS", "ILE", "LYS", "LEU",
+          "MET", "ASN", "PRO", "GLN", "ARG", "SER", "THR", "VAL", "TRP", "TYR"}) {
         letters += PDB::getOneAAName(name);
     }
     EXPECT_EQ(letters, "ACDEFGHIKLMNPQRSTVWY");

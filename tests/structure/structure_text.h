@@ -15,7 +15,8 @@ inline std::string atomLine(int serial, const std::string& name, const std::stri
                             const std::string& record = "ATOM") {
     char line[120];
     std::snprintf(line, sizeof line, "%-6s%5d %-4s %-3s A%4d    %8.3f%8.3f%8.3f%6.2f%6.2f",
-                  record.c_str(), serial, name.c_str(), residue.c_str(), number, x, y, z, 1.0, 12.5);
+                  record.c_str(), serial, name.c_str(), residue.c_str(), number, x, y, z, 1.0,
+                  12.5);
     return line;
 }
 

@@ -18,7 +18,9 @@ CORdata at(float x, float y, float z) {
     return atom;
 }
 
-PDB emptyStructure() { return readStructure("END\n"); }
+PDB emptyStructure() {
+    return readStructure("END\n");
+}
 
 TEST(Torsions, AngleAboutABond) {
     PDB pdb = emptyStructure();
@@ -53,12 +55,12 @@ TEST(Torsions, UndefinedAngles) {
 // Two residues; C of the first, then N, CA, C and CB with a fourth atom of the second, and N of the
 // third. Angles about the bonds: right angles all.
 std::string shortChain(const std::string& residue, const std::string& fourth) {
-    return atomLine(1, " C", "ALA", 1, 1, 0, 0) + "\n" +            //
-           atomLine(2, " N", residue, 2, 0, 0, 0) + "\n" +          //
-           atomLine(3, " CA", residue, 2, 0, 0, 1) + "\n" +         //
-           atomLine(4, " C", residue, 2, 0, 1, 1) + "\n" +          //
-           atomLine(5, " CB", residue, 2, -1, 0, 1) + "\n" +        //
-           atomLine(6, " " + fourth, residue, 2, -1, 1, 1) + "\n" + //
+    return atomLine(1, " C", "ALA", 1, 1, 0, 0) + "\n" +             //
+           atomLine(2, " N", residue, 2, 0, 0, 0) + "\n" +           //
+           atomLine(3, " CA", residue, 2, 0, 0, 1) + "\n" +          //
+           atomLine(4, " C", residue, 2, 0, 1, 1) + "\n" +           //
+           atomLine(5, " CB", residue, 2, -1, 0, 1) + "\n" +         //
+           atomLine(6, " " + fourth, residue, 2, -1, 1, 1) + "\n" +  //
            atomLine(7, " N", "ALA", 3, 1, 1, 1) + "\n";
 }
 
@@ -87,8 +89,8 @@ TEST(Torsions, FourthAtomOfChi1) {
     }
     EXPECT_EQ(readStructure(shortChain("ALA", "CG")).getChi1(1, 2), 9999.0F);
     EXPECT_EQ(readStructure(shortChain("GLY", "CG")).getChi1(1, 2), 9999.0F);
-    PDB bonded = readStructure(shortChain("CYS", "SG") +
-                               atomLine(8, " SG", "CYS", 30, -1, 2, 1) + "\n");
+    PDB bonded =
+        readStructure(shortChain("CYS", "SG") + atomLine(8, " SG", "CYS", 30, -1, 2, 1) + "\n");
     ASSERT_EQ(bonded.residName3[2], "cys");
     EXPECT_EQ(bonded.getChi1(1, 2), -90.0F);
 }

@@ -1,0 +1,115 @@
+#pragma once
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "networks/ann.h"
+
+/// A temporary directory of weight files, removed at the end.
+class NetworkFiles {
+  public:
+    NetworkFiles() {
+        static int count = 0;
+        folder_ = std::filesystem::temp_directory_path() /
+                  ("network_test." + std::to_string(getpid()) + "." + std::to_string(++count));
+        std::filesystem::create_directories(folder_);
+    }
+    ~NetworkFiles() { std::filesystem::remove_all(folder_); }
+    NetworkFiles(const NetworkFiles&) = delete;
+    NetworkFiles& operator=(const NetworkFiles&) = delete;
+
+    std::string dir() const { return folder_.string(); }
+    std::string path(const std::string& name) const { return (folder_ / name).string(); }
+
+    std::string write(const std::string& name, const std::string& content) const {
+        std::ofstream(path(name), std::ios::binary) << content;
+        return path(name);
+    }
+
+    /// A table of random weights of the columns "1" to `columns` and "b".
+    std::string writeWeights(const std::string& name, int rows, int columns, unsigned seed) const {
+        std::mt19937 random(seed);
+        std::uniform_real_distribution<double> weight(-0.4, 0.4);
+        std::string text = "REMARK test weights\n\nVARS  ";
+        std::string formats = "FORMAT";
+        char cell[32];
+        for (int c = 1; c <= columns; ++c) {
+            text += ' ';
+            text += std::to_string(c);
+            formats += " %9.6f";
+        }
+        text += " b\n" + formats + " %9.6f\n\n";
+        for (int r = 0; r < rows; ++r) {
+            for (int c = 0; c <= columns; ++c) {
+                std::snprintf(cell, sizeof cell, " %9.6f", weight(random));
+                text += cell;
+            }
+            text += '\n';
+        }
+        return write(name, text);
+    }
+
+    /// The files of one level for `members` members.
+    void writeLevel(const std::string& prefix, int input, int hidden, int output, int members,
+                    unsigned seed) const {
+        writeWeights(prefix + ".WI.tab", members * input, input, seed);
+        writeWeights(prefix + ".WL1.tab", members * hidden, input, seed + 1);
+        writeWeights(prefix + ".WL2.tab", members * output, hidden, seed + 2);
+    }
+
+  private:
+    std::filesystem::path folder_;
+};
+
+/// Random residue vectors of `length` values for the given residue numbers.
+inline ANN::ResidueMap randomResidues(const std::vector<int>& residues, int length,
+                                      unsigned seed = 7) {
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<double> value(-1.0, 1.0);
+    ANN::ResidueMap map;
+    for (const int residue : residues) {
+        for (int k = 0; k < length; ++k) {
+            map[residue].push_back(value(random));
+        }
+    }
+    return map;
+}
+
+inline std::vector<int> numbersFrom(int first, int count) {
+    std::vector<int> numbers;
+    for (int i = 0; i < count; ++i) {
+        numbers.push_back(first + i);
+    }
+    return numbers;
+}
+
+inline std::vector<int> keysOf(const ANN::ResidueMap& map) {
+    std::vector<int> keys;
+    for (const auto& [key, value] : map) {
+        keys.push_back(key);
+    }
+    return keys;
+}
+
+inline std::vector<double> joined(const std::vector<std::vector<double>>& parts) {
+    std::vector<double> whole;
+    for (const std::vector<double>& part : parts) {
+        whole.insert(whole.end(), part.begin(), part.end());
+    }
+    return whole;
+}
+
+inline std::vector<double> without(std::vector<double> vector, std::size_t first,
+                                   std::size_t count) {
+    const auto at = vector.begin() + static_cast<std::ptrdiff_t>(first);
+    vector.erase(at, at + static_cast<std::ptrdiff_t>(count));
+    return vector;
+}

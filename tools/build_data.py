@@ -1,0 +1,230 @@
+#!/usr/bin/python3
+"""Builds the whole data directory from a directory of source proteins.
+
+    tools/build_data.py SOURCE --work WORK [--steps clean,tables,...] [--again STEP]
+
+Runs the steps below in order and marks each finished one in WORK/steps, so that a broken-off build goes on where it
+stopped. `--again STEP` runs a step and all after it anew; `--steps` limits the run to some. With no new training
+(`--steps clean,tables,structures,database,triplets,pack`) the whole takes a few minutes.
+
+    clean       dataset.py: cleaned shift tables and labels
+    tables      reference_tables.py: small reference tables, scales of the search
+    structures  reduced reference structures
+    chains      structure_chains.py: chains of known structure without shifts, kinship of all
+    database    orvix.tab
+    triplets    orvix_obsCS.tab
+    features    network input of all proteins, complete and thinned out
+    surface     train_surface.py: surf20, surf20_hyb
+    secondary   train_secondary.py: ss, ss.center, ss.prev, ss.next, ss5, seqSS, seqSS15
+    chi1        train_chi1.py: chi1_* networks, chi1.tab
+    pack        what ships: data/tab and data/packed
+    examples    the bundled examples
+
+The result depends on SOURCE, the seeds in the scripts and the numerical libraries alone. docs/building-data.md tells
+what SOURCE holds.
+"""
+
+import argparse
+import gzip
+import io
+import lzma
+import os
+import shutil
+import subprocess
+import sys
+import tarfile
+import time
+
+import dataset
+
+TOOLS = os.path.dirname(os.path.abspath(__file__))
+ROOT = os.path.dirname(TOOLS)
+VARIANTS = ("full", "noproton", "dropA", "dropB", "dropC", "dropD")
+SMALL = ("randcoil", "rcadj", "rcprev", "rcnext", "isoadj", "sslimit", "homology", "weight", "BLOSUM62", "chi1")
+# Networks of one archive, so that a change in one kind leaves the others alone.
+ARCHIVES = {"database": ("orvix.tab",), "triplets": ("orvix_obsCS.tab",), "surface": ("surf20",), "chi1": ("chi1_",),
+            "sequence": ("seqSS",), "secondary": ("ss",)}
+EXAMPLES = {
+    "ci2": ("b4974_2sniI", "Chymotrypsin inhibitor 2"),
+    "fgf2": ("b4091_4fgfA", "Basic fibroblast growth factor"),
+}
+
+
+def log(text):
+    print(time.strftime("%H:%M:%S"), text, file=sys.stderr, flush=True)
+
+
+class Build:
+    def __init__(self, args):
+        self.source, self.work, self.out, self.tool = args.source, args.work, args.out, args.tool
+        self.tables = os.path.join(self.work, "tab")
+        self.state = os.path.join(self.work, "training")
+
+    def script(self, name, *args):
+        subprocess.run([sys.executable, os.path.join(TOOLS, name), *args], check=True)
+
+    def data(self, *args):
+        subprocess.run([self.tool, *args], check=True)
+
+    def clean(self):
+        self.script("dataset.py", self.source, self.work)
+        with gzip.open(os.path.join(self.work, "labels.tsv.gz"), "rb") as packed:
+            with open(os.path.join(self.work, "labels.tsv"), "wb") as plain:
+                shutil.copyfileobj(packed, plain)
+
+    def tables_(self):
+        self.script("reference_tables.py", self.source, self.work, self.tables)
+
+    def chains(self):
+        self.script("structure_chains.py", self.source, self.work)
+
+    def structures(self):
+        for row in dataset.read_tsv(os.path.join(self.work, "proteins.tsv")):
+            path = lambda sub: os.path.join(self.work, sub, row["id"] + ".pdb")  # noqa: E731
+            self.data("reference", path("coords"), path("ref"))
+
+    def database(self):
+        self.data("database", self.work, self.tables, os.path.join(self.tables, "orvix.tab"))
+
+    def triplets(self):
+        self.data("triplets", self.work, self.tables, os.path.join(self.tables, "orvix_obsCS.tab"))
+
+    def features(self):
+        for name in VARIANTS:
+            kind = ["drop", str(ord(name[-1]))] if name.startswith("drop") else [name]
+            self.data("features", self.work, self.tables, name, *kind)
+
+    def surface(self):
+        self.script("train_surface.py", "--work", self.work, "--state", os.path.join(self.state, "surface"),
+                    "--out", self.tables)
+
+    def secondary(self):
+        self.script("train_secondary.py", "shift", "seqSS", "seqSS15", "--work", self.work, "--source", self.source,
+                    "--state", os.path.join(self.state, "secondary"), "--out", self.tables)
+
+    def chi1(self):
+        self.script("train_chi1.py", "--database", os.path.join(self.tables, "orvix.tab"),
+                    "--proteins", os.path.join(self.work, "proteins.tsv"),
+                    "--labels", os.path.join(self.work, "labels.tsv.gz"),
+                    "--state", os.path.join(self.state, "chi1"), "--out", self.tables)
+
+    def pack(self):
+        small, packed = os.path.join(self.out, "tab"), os.path.join(self.out, "packed")
+        os.makedirs(small, exist_ok=True)
+        os.makedirs(packed, exist_ok=True)
+        left = sorted(os.listdir(self.tables))
+        for name in [n + ".tab" for n in SMALL]:
+            if name in left:
+                left.remove(name)
+                shutil.copyfile(os.path.join(self.tables, name), os.path.join(small, name))
+        for archive, heads in ARCHIVES.items():
+            names = [n for n in left if n.startswith(heads)]
+            left = [n for n in left if n not in names]
+            if names:
+                write_archive(os.path.join(packed, archive + ".tar.xz"), self.tables, names)
+                log(f"{archive}: {len(names)} tables")
+        if left:
+            log("not packed: " + " ".join(left))
+        write_protein_list(self.work, os.path.join(self.out, "proteins.tsv"))
+
+    def examples(self):
+        directory = os.path.join(ROOT, "examples")
+        os.makedirs(directory, exist_ok=True)
+        manifest = {row["id"]: row for row in dataset.read_tsv(os.path.join(self.source, "manifest.tsv"))}
+        for name, (pid, title) in EXAMPLES.items():
+            info = manifest[pid]
+            origin = [f"{title}", f"Shifts: BMRB {info['bmrb']}, as re-referenced by RefDB" if info["referencing"] == "RefDB"
+                      else f"Shifts: BMRB {info['bmrb']}", f"Coordinates: PDB {info['pdb']} chain {info['pdb_chain']}"]
+            write_example(self.source, pid, origin, os.path.join(directory, name + ".tab"))
+            coordinates = os.path.join(self.work, "example.pdb")
+            with gzip.open(os.path.join(self.source, "proteins", pid + ".pdb.gz"), "rb") as packed:
+                with open(coordinates, "wb") as plain:
+                    shutil.copyfileobj(packed, plain)
+            self.data("reference", coordinates, os.path.join(directory, name + ".pdb"), *origin,
+                      "Backbone and chi1 atoms, numbered as the shift table")
+
+
+STEPS = (("clean", Build.clean), ("tables", Build.tables_), ("structures", Build.structures), ("chains", Build.chains), ("database", Build.database),
+         ("triplets", Build.triplets), ("features", Build.features), ("surface", Build.surface),
+         ("secondary", Build.secondary), ("chi1", Build.chi1), ("pack", Build.pack), ("examples", Build.examples))
+
+
+def write_archive(path, directory, names):
+    """A tar.xz that depends on the files' names and contents alone."""
+    plain = io.BytesIO()
+    with tarfile.open(fileobj=plain, mode="w", format=tarfile.USTAR_FORMAT) as archive:
+        for name in sorted(names):
+            info = tarfile.TarInfo(name)
+            info.size = os.path.getsize(os.path.join(directory, name))
+            info.mode = 0o644
+            with open(os.path.join(directory, name), "rb") as stream:
+                archive.addfile(info, stream)
+    with open(path + ".part", "wb") as out:
+        out.write(lzma.compress(plain.getvalue(), preset=9 | lzma.PRESET_EXTREME))
+    os.replace(path + ".part", path)
+
+
+def write_protein_list(work, path):
+    """The proteins of the data directory with their archive numbers."""
+    with open(path, "w") as out:
+        out.write("source\tbmrb\tstructure\tkind\tcluster\tshifts\tresidues\tfilled_from\n")
+        for row in dataset.read_tsv(os.path.join(work, "proteins.tsv")):
+            out.write("\t".join((row["source"], row["bmrb"], row["pdb"], row["kind"], row["cluster30"], row["n_shift"],
+                                 row["n_use"], row["merged"])) + "\n")
+
+
+def write_example(source, pid, remarks, path):
+    """The shifts of one record as they stand in the source, in the input format."""
+    rows, seq = [], ""
+    with open(os.path.join(source, "proteins", pid + ".shifts.tsv")) as stream:
+        for line in stream:
+            if line.startswith("# sequence"):
+                seq = line.split()[2]
+            elif line[0].isdigit():
+                resid, letter, atom, ppm = line.split()
+                rows.append((int(resid), letter, "HN" if atom == "H" else atom, float(ppm)))
+    with open(path, "w") as out:
+        for remark in remarks:
+            out.write(f"REMARK {remark}\n")
+        out.write("\nDATA FIRST_RESID 1\n")
+        for k in range(0, len(seq), 50):
+            chunk = seq[k : k + 50]
+            out.write("DATA SEQUENCE " + " ".join(chunk[j : j + 10] for j in range(0, len(chunk), 10)) + "\n")
+        out.write("\nVARS   RESID RESNAME ATOMNAME SHIFT\nFORMAT %4d %1s %4s %8.3f\n\n")
+        for resid, letter, atom, ppm in rows:
+            out.write(f"{resid:4d} {letter} {atom:>4s} {ppm:8.3f}\n")
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("source", help="directory with manifest.tsv, residues.tsv.gz, proteins/, reference/")
+    parser.add_argument("--work", required=True, help="directory for intermediate files")
+    parser.add_argument("--out", default=os.path.join(ROOT, "data"), help="data directory to write")
+    parser.add_argument("--tool", default=os.path.join(ROOT, "build", "release", "bin", "orvix-data"))
+    parser.add_argument("--steps", default="", help="comma separated; default all")
+    parser.add_argument("--again", default="", help="run this step and all after it anew")
+    args = parser.parse_args()
+    names = [name for name, _ in STEPS]
+    wanted = args.steps.split(",") if args.steps else names
+    for name in wanted + ([args.again] if args.again else []):
+        if name not in names:
+            parser.error("no step " + name)
+    marks = os.path.join(args.work, "steps")
+    os.makedirs(marks, exist_ok=True)
+    if args.again:
+        for name in names[names.index(args.again) :]:
+            if os.path.exists(os.path.join(marks, name)):
+                os.remove(os.path.join(marks, name))
+    build = Build(args)
+    for name, step in STEPS:
+        mark = os.path.join(marks, name)
+        if name not in wanted or os.path.exists(mark):
+            continue
+        log(name)
+        step(build)
+        open(mark, "w").close()
+    log("done")
+
+
+if __name__ == "__main__":
+    main()
