@@ -126,6 +126,7 @@ class Build:
         if left:
             log("not packed: " + " ".join(left))
         write_protein_list(self.work, os.path.join(self.out, "proteins.tsv"))
+        write_chain_list(self.work, os.path.join(self.out, "chains.txt"))
 
     def examples(self):
         directory = os.path.join(ROOT, "examples")
@@ -171,6 +172,18 @@ def write_protein_list(work, path):
         for row in dataset.read_tsv(os.path.join(work, "proteins.tsv")):
             out.write("\t".join((row["source"], row["bmrb"], row["pdb"], row["kind"], row["cluster30"], row["n_shift"],
                                  row["n_use"], row["merged"])) + "\n")
+
+
+def write_chain_list(work, path):
+    """The structure codes and chains of the database rows without shifts, ten a line."""
+    chains = []
+    for row in dataset.read_tsv(os.path.join(work, "chains.tsv")):
+        name = row["source"][2:].rstrip("_")
+        if not chains or chains[-1] != name:
+            chains.append(name)
+    with open(path, "w") as out:
+        for k in range(0, len(chains), 10):
+            out.write(" ".join(chains[k : k + 10]) + "\n")
 
 
 def write_example(source, pid, remarks, path):

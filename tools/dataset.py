@@ -262,9 +262,6 @@ class ExpectedShifts:
         return out
 
 
-# ---------------------------------------------------------------- cleaning
-
-
 def shrunken_offset(residuals, spread, prior):
     """Median residual, drawn towards zero as its error demands: (offset, standard error)."""
     n = len(residuals)

@@ -181,11 +181,12 @@ def limits(proteins, tables, share=0.2, least=60):
     return out
 
 
-def search_scales(proteins, tables, factor=1.0):
+def search_scales(proteins, tables, factor=0.8):
     """[20, 6] divisors of the search in ppm: spread of the difference of two shifts of equal conformation.
 
     The difference of two residues that agree in the angles around them has the spread of what is left after the common
-    structure terms, times the square root of two.
+    structure terms, times the square root of two. The factor was found by running known proteins; 0.6 to 1.3 differ
+    little.
     """
     x, y, codes = [], [], []
     for p in proteins:

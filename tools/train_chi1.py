@@ -8,9 +8,12 @@ residues, from proteins of other clusters. The calibration is fitted on queries 
 never saw: a conditional logit over the three rotamers with one strength for each bin of a group's mean score.
 """
 import argparse
+import concurrent.futures
 import csv
 import gzip
 import os
+import re
+import subprocess
 
 import numpy as np
 import torch
@@ -20,6 +23,7 @@ import networks_common as nc
 LETTERS = "CDEFHIKLMNQRSTVWY"
 REACH, LIMIT, GROUP = 3, 50.0, 10
 SURVIVORS = 101
+RIDGE = 4.0  # pull of a letter's strengths towards those of all letters
 ANGLE_ERROR = 9.0  # degrees, of the predicted angles that candidates are selected by
 
 
@@ -178,6 +182,112 @@ def fit_strengths(bins, truth, centre, ridge):
     return theta.detach().numpy()
 
 
+def fold_tables(args, fold_nets):
+    """Table directories, one a fold, with the networks that never saw the fold and all else from args.tables."""
+    folders = []
+    for f in range(args.folds):
+        folder = os.path.join(args.state, "tables%d" % f)
+        os.makedirs(folder, exist_ok=True)
+        for name in os.listdir(args.tables):
+            target = os.path.join(folder, name)
+            if not os.path.lexists(target) and not name.startswith("chi1_"):
+                os.symlink(os.path.abspath(os.path.join(args.tables, name)), target)
+        for letter, nets in fold_nets.items():
+            nc.write_level(folder, "chi1_" + letter, 1, [nets[f]] * 3)
+        calibration = os.path.join(folder, "chi1.tab")
+        if not os.path.lexists(calibration):
+            write_calibration(calibration, {letter: np.zeros(11) for letter in fold_nets})
+        folders.append(folder)
+    return folders
+
+
+def program_bins(args, fold_of_cluster, folders, db):
+    """Bins of the rotamer groups as the program itself forms them: {letter: (bins, truth)}.
+
+    Every protein is run with the database rows of its cluster left out and the networks that never saw its cluster.
+    """
+    with open(args.proteins) as stream:
+        proteins = list(csv.DictReader(stream, delimiter="\t"))
+    sources = {}
+    for p in proteins:
+        sources.setdefault(p["cluster30"], []).append(p["source"])
+    truth = {(s, n): r for s, n, r, ok in zip(db.source, db.number, db.rotamer, db.trusted) if ok}
+
+    def run(p):
+        folder = os.path.join(args.state, "runs", p["id"])
+        log = os.path.join(folder, "log")
+        if not os.path.exists(log):
+            os.makedirs(folder, exist_ok=True)
+            table = os.path.abspath(os.path.join(args.work, "tables", p["id"] + ".tab"))
+            command = [os.path.abspath(args.program), "-tabDir", os.path.abspath(folders[fold_of_cluster[int(p["cluster30"])] % args.folds]),
+                       "-in", table, "-verb", "-excl", ",".join(sources[p["cluster30"]])]
+            with open(log + ".part", "w") as out:
+                subprocess.run(command, cwd=folder, stdout=out, stderr=subprocess.DEVNULL, check=False)
+            with open(log + ".part", errors="replace") as raw, open(log + ".short", "w") as out:
+                out.writelines(l for l in raw if l.startswith("Residue (center)") or "best matched fragments" in l)
+            os.remove(log + ".part")
+            os.replace(log + ".short", log)
+        found, letter, number, bins = [], "", 0, {}
+        with open(log) as stream:
+            for line in stream:
+                m = re.match(r"Residue \(center\) (\S+) (-?\d+) of", line)
+                if m:
+                    letter, number, bins = m.group(1).upper(), int(m.group(2)), {}
+                    continue
+                m = re.match(r"\s+(\d+) \tbest matched fragments with (\S+)\s+(\S+)", line)
+                if m:
+                    mean = float(m.group(3))
+                    bins[m.group(2)] = 10 if int(m.group(1)) < 3 else int(10 * min(1.0, max(0.0, mean)))
+                    if len(bins) == 3 and (p["source"], number) in truth:
+                        found.append((letter, [bins["g-"], bins["g+"], bins["t"]], int(truth[p["source"], number])))
+        return found
+
+    collected = {}
+    known = [p for p in proteins if int(p["cluster30"]) in fold_of_cluster]
+    with concurrent.futures.ThreadPoolExecutor(args.jobs) as pool:
+        for done, found in enumerate(pool.map(run, known)):
+            for letter, bins, rotamer in found:
+                if letter in LETTERS and rotamer < 3:
+                    collected.setdefault(letter, ([], []))
+                    collected[letter][0].append(bins)
+                    collected[letter][1].append(rotamer)
+            if done % 50 == 49:
+                nc.log("%d of %d proteins run" % (done + 1, len(known)))
+    return collected
+
+
+def write_calibration(path, rows):
+    with open(path + ".part", "w") as out:
+        out.write("REMARK Relative likelihood of a rotamer by the mean network score of its best fragments, in tenths;\n")
+        out.write("REMARK column 10: fewer than three fragments, or a mean of 1 and above.\n\n")
+        out.write("VARS RESNAME " + " ".join(str(b) for b in range(11)) + "\n")
+        out.write("FORMAT %s" + " %.5f" * 11 + "\n\n")
+        for letter, theta in sorted(rows.items()):
+            out.write(letter + " " + " ".join("%.5f" % v for v in np.maximum(np.exp(theta - theta.max()), 1e-5)) + "\n")
+    os.replace(path + ".part", path)
+
+
+def calibrate(collected, path):
+    """Fits chi1.tab on {letter: (bins, true rotamers)} and logs cross-fitted figures."""
+    everything = [(b, t) for bins, truth in collected.values() for b, t in zip(bins, truth)]
+    centre = np.concatenate([np.linspace(3, -3, 10), [-3.0]])
+    pooled = fit_strengths([b for b, _ in everything], [t for _, t in everything], centre, 0.5)
+    rows, total = {}, np.zeros(3)
+    for letter, (bins, truth) in sorted(collected.items()):
+        rows[letter] = fit_strengths(bins, truth, pooled, RIDGE)
+        # The figures come from halves fitted on each other.
+        half = np.arange(len(truth)) % 2 == 0
+        called, right = np.zeros(len(truth), bool), np.zeros(len(truth), bool)
+        for side in (half, ~half):
+            s = fit_strengths([b for b, k in zip(bins, side) if not k], [t for t, k in zip(truth, side) if not k], pooled, RIDGE)
+            called[side], right[side] = score_table(s, [b for b, k in zip(bins, side) if k], [t for t, k in zip(truth, side) if k])
+        total += [len(truth), called.sum(), (called & right).sum()]
+        nc.log("%s: %d residues, classified %.1f %%, right among them %.1f %%, best guess right %.1f %%"
+               % (letter, len(truth), 100 * called.mean(), 100 * right[called].mean() if called.any() else 0, 100 * right.mean()))
+    nc.log("all: classified %.1f %%, right among them %.1f %%" % (100 * total[1] / total[0], 100 * total[2] / max(1, total[1])))
+    write_calibration(path, rows)
+
+
 def score_table(strengths, bins, truth):
     p = np.exp(strengths[np.array(bins)])
     p /= p.sum(1, keepdims=True)
@@ -191,8 +301,12 @@ def main():
     parser.add_argument("--database", required=True, help="database file of the paired proteins")
     parser.add_argument("--proteins", required=True, help="proteins.tsv: source word, cluster of each protein")
     parser.add_argument("--labels", default="", help="labels.tsv.gz: which chi1 angles are trusted")
-    parser.add_argument("--state", required=True)
-    parser.add_argument("--out", required=True)
+    parser.add_argument("--state", required=True, help="directory of the resumable member states")
+    parser.add_argument("--out", required=True, help="directory that gets the weight tables and chi1.tab")
+    parser.add_argument("--program", default="", help="the built program: calibrate on its own groups (needs --work, --tables)")
+    parser.add_argument("--tables", default="", help="complete table directory for the program's runs")
+    parser.add_argument("--work", default="work", help="work directory with the proteins' shift tables")
+    parser.add_argument("--jobs", type=int, default=2)
     parser.add_argument("--letters", default=LETTERS)
     parser.add_argument("--exclude-clusters", default="", help="file of cluster numbers left out altogether")
     parser.add_argument("--seed", type=int, default=1)
@@ -210,7 +324,7 @@ def main():
         excluded = np.isin(db.cluster, [int(w) for w in open(args.exclude_clusters).read().split()])
     fold = nc.cluster_folds(db.cluster, 12, args.seed)
     nc.log("%d rows, %d with a trusted chi1" % (len(db.phi), db.trusted.sum()))
-    collected, everything = {}, []
+    collected, fold_nets = {}, {}
     for letter in args.letters:
         rng = np.random.default_rng([args.seed, ord(letter)])
         own = (db.letter == letter) | (db.letter == letter.lower()) if letter in "CH" else db.letter == letter
@@ -229,36 +343,19 @@ def main():
         for f in range(args.folds):
             mine, stop = fold_of % args.folds == f, (fold_of % args.folds == (f + 1) % args.folds) & (fold_of < 6)
             net, _ = train_one(db, args, path(".fold%d" % f), part(~mine & ~stop), part(stop), seed + 5 + f)
+            fold_nets.setdefault(letter, []).append(net)
             for q, fragments in zip(*part(mine)):
                 bins.append(group_bins(db, [net], q, fragments[:SURVIVORS]))
                 truth.append(int(db.rotamer[q]))
         collected[letter] = (bins, truth)
-        everything += [(b, t) for b, t in zip(bins, truth)]
         nc.log("%s: %d queries, held-out error %s (base %.4f)" % (letter, len(queries), " ".join("%.4f" % m[1] for m in members),
                base_error(db, queries, found)))
-    centre = np.concatenate([np.linspace(3, -3, 10), [-3.0]])
-    pooled = fit_strengths([b for b, _ in everything], [t for _, t in everything], centre, 0.5)
-    rows, total = {}, np.zeros(3)
-    for letter, (bins, truth) in collected.items():
-        rows[letter] = fit_strengths(bins, truth, pooled, 4.0)
-        # The figures come from halves fitted on each other.
-        half = np.arange(len(truth)) % 2 == 0
-        called, right = np.zeros(len(truth), bool), np.zeros(len(truth), bool)
-        for side in (half, ~half):
-            s = fit_strengths([b for b, k in zip(bins, side) if not k], [t for t, k in zip(truth, side) if not k], pooled, 4.0)
-            called[side], right[side] = score_table(s, [b for b, k in zip(bins, side) if k], [t for t, k in zip(truth, side) if k])
-        total += [len(truth), called.sum(), (called & right).sum()]
-        nc.log("%s: classified %.1f %%, right among them %.1f %%, best guess right %.1f %%"
-               % (letter, 100 * called.mean(), 100 * right[called].mean() if called.any() else 0, 100 * right.mean()))
-    nc.log("all: classified %.1f %%, right among them %.1f %%" % (100 * total[1] / total[0], 100 * total[2] / max(1, total[1])))
-    with open(os.path.join(args.out, "chi1.tab.part"), "w") as out:
-        out.write("REMARK Relative likelihood of a rotamer by the mean network score of its best fragments, in tenths;\n")
-        out.write("REMARK column 10: fewer than three fragments, or a mean of 1 and above.\n\n")
-        out.write("VARS RESNAME " + " ".join(str(b) for b in range(11)) + "\n")
-        out.write("FORMAT %s" + " %.5f" * 11 + "\n\n")
-        for letter, theta in sorted(rows.items()):
-            out.write(letter + " " + " ".join("%.5f" % v for v in np.maximum(np.exp(theta - theta.max()), 1e-5)) + "\n")
-    os.replace(os.path.join(args.out, "chi1.tab.part"), os.path.join(args.out, "chi1.tab"))
+    calibrate(collected, os.path.join(args.out, "chi1.tab"))
+    if args.program:
+        nc.log("calibration through the program")
+        folders = fold_tables(args, fold_nets)
+        clusters = {int(c): int(f) for c, f in zip(db.cluster[db.paired], fold[db.paired])}
+        calibrate(program_bins(args, clusters, folders, db), os.path.join(args.out, "chi1.tab"))
     nc.log("done")
 
 

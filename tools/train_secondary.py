@@ -64,6 +64,7 @@ class ShiftData:
         place = {(i, r): k for k, (i, r) in enumerate(zip(first["id"], first["resid"]))}
         n = len(first["id"])
         self.x = torch.zeros(len(variants), n + 1, 32)
+        self.x[:, :, 1:12:2] = 1.0
         self.has = np.zeros((len(variants), n + 1), bool)
         for v, name in enumerate(variants):
             f = first if v == 0 else nc.load_features(work, name)
@@ -71,7 +72,6 @@ class ShiftData:
             ok = rows >= 0
             self.x[v, rows[ok]] = torch.from_numpy(np.ascontiguousarray(f["x"][ok]))
             self.has[v, rows[ok]] = True
-        self.x[:, n, 1:12:2] = 1.0
         self.known = self.x[:, :, 1:12:2] == 0
         self.good = ((~self.known).sum(2) <= 3).numpy()
         self.good[:, n] = False

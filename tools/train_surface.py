@@ -50,8 +50,12 @@ class SurfaceData:
         self.dev = first["split"] == 1
         self.weight = torch.from_numpy(first["weight"].astype(np.float32))
 
+    def present(self, variant, windows):
+        """The variant of each sample, or the first (complete) one where the variant lacks a residue of the window."""
+        return np.where(self.has[variant[:, None], windows].all(1), variant, 0)
+
     def windows(self, padded):
-        """Centres and windows of residues with trusted angles whose window exists in every variant."""
+        """Centres and windows of residues with trusted angles."""
         centres, windows = nc.window_index(self.first["chains"], 2, padded)
         ok = self.usable[centres]
         if padded:
@@ -109,13 +113,14 @@ def train_members(data, args, state, count, train_of, held_of, padded, mix, seed
         held = np.flatnonzero(held_of(m)[centres])
         torch.manual_seed(seed + m)
         net = nc.Member(160, 180, 324, drop=args.drop)
-        net.standardise_on(data.batch(torch.randint(len(mix), (len(train),)), windows_t[train], False))
+        some = data.present(np.random.default_rng(8).integers(len(mix), size=len(train)), windows[train])
+        net.standardise_on(data.batch(torch.from_numpy(some), windows_t[train], False))
         nn_init_output(net, data, centres[train], args)
-        held_variant = np.random.default_rng(7).choice(len(mix), len(held), p=mix)
+        held_variant = data.present(np.random.default_rng(7).choice(len(mix), len(held), p=mix), windows[held])
 
         def epoch(rng):
             order = rng.permutation(train)
-            variant = rng.choice(len(mix), len(order), p=mix)
+            variant = data.present(rng.choice(len(mix), len(order), p=mix), windows[order])
             for k in range(0, len(order) - args.batch // 2, args.batch):
                 i = order[k:k + args.batch]
                 c = centres[i]
@@ -152,23 +157,24 @@ def level1_maps(data, variant, members_of_fold):
     v = data.variants.index(variant)
     out = torch.zeros(data.pad + 1, 324)
     with torch.no_grad():
-        for start, stop in data.first["chains"]:
-            if stop - start < 5 or not data.has[v][start:stop].all():
-                continue
-            members = members_of_fold(start)
-            idx = torch.from_numpy(np.array([range(i - 2, i + 3) for i in range(start + 2, stop - 2)]))
-            x = data.batch(torch.full((len(idx),), v), idx, False)
-            q = sum(m(x) for m in members) / len(members)
-            out[start:stop] = q.mean(0)
-            out[start + 2:stop - 2] = q
+        for first, last in data.first["chains"]:
+            # A thinned-out variant may lack residues at the ends.
+            edges = np.flatnonzero(np.diff(np.concatenate([[False], data.has[v][first:last], [False]]).astype(int)))
+            for start, stop in zip(first + edges[::2], first + edges[1::2]):
+                if stop - start < 5:
+                    continue
+                members = members_of_fold(start)
+                idx = torch.from_numpy(np.array([range(i - 2, i + 3) for i in range(start + 2, stop - 2)]))
+                x = data.batch(torch.full((len(idx),), v), idx, False)
+                q = sum(m(x) for m in members) / len(members)
+                out[start:stop] = q.mean(0)
+                out[start + 2:stop - 2] = q
     return out
 
 
 def train_level2(data, args, state, maps, count, train_of, held_of, mix, seed):
     """Level 2 members on the five-residue windows of level 1 maps (one tensor per variant)."""
     centres, windows = data.windows(False)
-    whole = np.array([data.has[:, w].all() for w in windows])
-    centres, windows = centres[whole], windows[whole]
     windows_t = torch.from_numpy(windows)
     boxes = np.flatnonzero(nc.BOX_SHARE >= args.box_floor)
     narrow = [m[:, boxes].contiguous() for m in maps]
@@ -182,7 +188,7 @@ def train_level2(data, args, state, maps, count, train_of, held_of, mix, seed):
         net = nc.Member(5 * len(boxes), 360, 324, live=args.live, drop=args.drop2)
         net.standardise_on(narrow[0][windows_t[train]].reshape(len(train), -1), floor=0.004)
         nn_init_output(net, data, centres[train], args)
-        held_variant = np.random.default_rng(7).choice(len(mix), len(held), p=mix)
+        held_variant = data.present(np.random.default_rng(7).choice(len(mix), len(held), p=mix), windows[held])
 
         def gather(variant, i):
             x = torch.empty(len(i), 5 * len(boxes))
@@ -193,7 +199,7 @@ def train_level2(data, args, state, maps, count, train_of, held_of, mix, seed):
 
         def epoch(rng):
             order = rng.permutation(train)
-            variant = rng.choice(len(mix), len(order), p=mix)
+            variant = data.present(rng.choice(len(mix), len(order), p=mix), windows[order])
             for k in range(0, len(order) - args.batch // 2, args.batch):
                 i = order[k:k + args.batch]
                 c = centres[i]
@@ -352,9 +358,10 @@ def main():
     def on_dev(name, members):
         if args.train == "split":
             for v, variant in enumerate(data.variants):
+                here = torch.from_numpy(np.flatnonzero(data.has[v][dev_windows.numpy()].all(1)))
                 with torch.no_grad():
-                    x = data.batch(torch.full((len(dev_windows),), v), dev_windows, False)
-                    report(data, name, variant, sum(m(x) for m in members) / len(members), dev_centres)
+                    x = data.batch(torch.full((len(here),), v), dev_windows[here], False)
+                    report(data, name, variant, sum(m(x) for m in members) / len(members), dev_centres[here.numpy()])
 
     # Two of the twenty small folds stop each shipped member: a different pair for each.
     train_of = lambda m: pool & ~np.isin(data.fold, (2 * m, 2 * m + 1))
@@ -391,9 +398,10 @@ def main():
         if args.train == "split":
             for v, variant in enumerate(data.variants):
                 if variant in used:
+                    here = torch.from_numpy(np.flatnonzero(data.has[v][dev_windows.numpy()].all(1)))
                     with torch.no_grad():
-                        x = maps[v][:, boxes][dev_windows].reshape(len(dev_windows), -1)
-                        report(data, "level 2", variant, sum(m(x) for m in level2) / len(level2), dev_centres)
+                        x = maps[v][:, boxes][dev_windows[here]].reshape(len(here), -1)
+                        report(data, "level 2", variant, sum(m(x) for m in level2) / len(level2), dev_centres[here.numpy()])
         nc.write_level(args.out, "surf20", 2, [widen_level2(m, boxes) for m in level2], scale)
     nc.log("done")
 

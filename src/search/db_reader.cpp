@@ -77,10 +77,10 @@ struct LineCount {
     std::int64_t lines = 0;  ///< all lines
 };
 
-LineCount countLines(const std::vector<char>& block) {
+LineCount countLines(const TextBlock& block) {
     LineCount count;
-    const char* const end = block.data() + block.size();
-    for (const char* p = block.data(); p < end; ++count.lines) {
+    const char* const end = block.end();
+    for (const char* p = block.begin(); p < end; ++count.lines) {
         const char* const feed =
             static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)));
         if (static_cast<unsigned char>(*p) > '#' ||
@@ -102,7 +102,7 @@ class Reading {
     /// Reads blocks until the text ends. Several threads may do so at once when nothing is
     /// excluded: each block is counted before the next is handed out, so its rows are known.
     void work(bool countFirst) {
-        std::vector<char> block;
+        TextBlock block;
         for (;;) {
             Part part;
             {
@@ -168,9 +168,9 @@ class Reading {
         std::vector<SourceRun> runs;
     };
 
-    void readPart(const std::vector<char>& block, Part& part) {
-        const char* p = block.data();
-        const char* const end = p + block.size();
+    void readPart(const TextBlock& block, Part& part) {
+        const char* p = block.begin();
+        const char* const end = block.end();
         part.row = part.firstRow;
         for (part.line = part.firstLine; p < end; ++part.line) {
             if (*p == '\n' || *p == '#') {
@@ -250,6 +250,10 @@ DatabaseReading readDatabase(const std::string& path, const std::string& exclLis
     if (text.fileSize() > TextBlocks::blockSize * 4) {
         db.shifts.useLargePages();
         db.angles.useLargePages();
+        db.resids.useLargePages();
+        db.boxes.useLargePages();
+        db.resNames.useLargePages();
+        db.sources.protein.useLargePages();
     }
     Reading reading(text, path, exclList, capacity, db);
     if (threads > 1 && exclList.empty() && text.fileSize() >= severalThreadsFrom) {

@@ -1,22 +1,20 @@
 #include "search/db_text.h"
 
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace orvix {
 
 namespace {
 
 bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
-const char* skipBlanks(const char* p) {
-    while (*p == ' ' || *p == '\t') {
-        ++p;
-    }
-    return p;
-}
 
 unsigned digitOf(char c) { return static_cast<unsigned>(static_cast<unsigned char>(c)) - '0'; }
 
@@ -55,18 +53,162 @@ inline const char* readReal(const char* p, float& out) {
     return p;
 }
 
-/// Up to nine digits that end at white space; null otherwise.
-inline const char* readWhole(const char* p, int& out) {
-    const char* const first = p;
-    unsigned value = 0;
-    for (unsigned digit = digitOf(*p); digit < 10; digit = digitOf(*++p)) {
-        value = value * 10 + digit;
+#if defined(__SSE2__)
+
+/// Which of the 64 bytes at `p` are white space, and which of those are line feeds.
+struct ByteKinds {
+    std::uint64_t space = 0;
+    std::uint64_t feed = 0;
+};
+
+[[gnu::always_inline]] inline ByteKinds kindsOf(const char* p) {
+    ByteKinds kinds;
+    const __m128i zero = _mm_setzero_si128();
+    for (int k = 0; k < 4; ++k) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 16 * k));
+        const auto bits = [k](__m128i mask) {
+            return static_cast<std::uint64_t>(static_cast<std::uint32_t>(_mm_movemask_epi8(mask)))
+                   << (16 * k);
+        };
+        // The control characters among the white space are those from 9 to 13.
+        const __m128i aboveTab = _mm_sub_epi8(bytes, _mm_set1_epi8('\t'));
+        const __m128i control = _mm_cmpeq_epi8(_mm_subs_epu8(aboveTab, _mm_set1_epi8(4)), zero);
+        kinds.space |= bits(_mm_or_si128(control, _mm_cmpeq_epi8(bytes, _mm_set1_epi8(' '))));
+        kinds.feed |= bits(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('\n')));
     }
-    if (p == first || p - first > 9 || !isSpace(*p)) {
-        return nullptr;
+    return kinds;
+}
+
+#else
+
+struct ByteKinds {
+    std::uint64_t space = 0;
+    std::uint64_t feed = 0;
+};
+
+[[gnu::always_inline]] inline ByteKinds kindsOf(const char* p) {
+    ByteKinds kinds;
+    for (int k = 0; k < 64; ++k) {
+        kinds.space |= static_cast<std::uint64_t>(isSpace(p[k])) << k;
+        kinds.feed |= static_cast<std::uint64_t>(p[k] == '\n') << k;
     }
-    out = static_cast<int>(value);
-    return p;
+    return kinds;
+}
+
+#endif
+
+struct Word {
+    const char* begin;
+    const char* end;
+    std::size_t size() const { return static_cast<std::size_t>(end - begin); }
+};
+
+/// The first words of a line. The places where words begin and end alternate, so one list holds
+/// both; there may be more than are needed, up to a group of 64 bytes.
+struct Words {
+    std::array<std::uint32_t, 2 * databaseFields + 64> edges;
+    std::size_t count = 0;
+    const char* line = nullptr;
+    const char* feed = nullptr;
+
+    Word operator[](std::size_t k) const { return {line + edges[2 * k], line + edges[2 * k + 1]}; }
+};
+
+/// Finds the words of the line; false when it has too few.
+[[gnu::always_inline]] inline bool splitLine(const char* line, Words& words) {
+    words.line = line;
+    std::uint64_t inWord = 0;
+    for (std::uint32_t base = 0; words.count < 2 * databaseFields; base += 64) {
+        const ByteKinds kinds = kindsOf(line + base);
+        std::uint64_t upToFeed = ~std::uint64_t{0};
+        if (kinds.feed != 0) {
+            upToFeed = kinds.feed ^ (kinds.feed - 1);
+            words.feed = line + base + std::countr_zero(kinds.feed);
+        }
+        const std::uint64_t letters = ~kinds.space;
+        for (std::uint64_t edges = (letters ^ (letters << 1 | inWord)) & upToFeed; edges != 0;
+             edges &= edges - 1) {
+            words.edges[words.count++] =
+                base + static_cast<std::uint32_t>(std::countr_zero(edges));
+        }
+        inWord = letters >> 63;
+        if (words.feed != nullptr) {
+            return words.count >= 2 * databaseFields;
+        }
+    }
+    words.feed = line + words.edges[words.count - 1];
+    while (*words.feed != '\n') {
+        ++words.feed;
+    }
+    return true;
+}
+
+constexpr std::uint64_t repeated(unsigned char byte) { return byte * 0x0101010101010101U; }
+
+/// Digits with at most one point among the last eight bytes of a word, all of them at once. The
+/// number is mantissa / 10^fraction.
+struct ShortDecimal {
+    std::uint64_t mantissa = 0;
+    unsigned fraction = 0;
+    bool sound = false;
+};
+
+/// 10^-k, rounded. A short decimal with a point has at most seven digits. Times one of these it is
+/// off by less than 2^-51 of its value, and no such decimal comes within 2^-49 of the middle of two
+/// floats (|m / 10^k - middle| is a multiple of 1 / (10^k * 2^25) of it), nor is it one (that takes
+/// 25 bits, times 5^k). So rounding the product to float is rounding the decimal.
+constexpr std::array<double, 8> tenths = {1e0, 1e-1, 1e-2, 1e-3, 1e-4, 1e-5, 1e-6, 1e-7};
+
+/// `digits` 1 to 8: the length without a sign.
+[[gnu::always_inline]] inline ShortDecimal readShort(const char* end, std::size_t digits) {
+    ShortDecimal number;
+    std::uint64_t text = 0;
+    std::memcpy(&text, end - 8, 8);
+    // In front of the number stand zeros instead of what the text has there.
+    const std::uint64_t inside = ~std::uint64_t{0} << (8 * (8 - digits));
+    text = (text & inside) | (repeated('0') & ~inside);
+    const std::uint64_t points = text ^ repeated('.');
+    const std::uint64_t found = (points - repeated(1)) & ~points & repeated(0x80);
+    if (found != 0) {
+        // The first point is taken out and what stands before it moved up to its place.
+        const auto at = static_cast<unsigned>(std::countr_zero(found)) / 8;
+        const std::uint64_t before = (std::uint64_t{1} << (8 * at)) - 1;
+        text = (text & ~(before << 8 | 0xFF)) | (text & before) << 8 | '0';
+        number.fraction = 7 - at;
+    }
+    number.sound = (digits > 1 || found == 0) &&
+                   ((text & repeated(0xF0)) |
+                    (((text + repeated(0x06)) & repeated(0xF0)) >> 4)) == repeated(0x33);
+    // Pairs, then fours, then all eight digits are brought together.
+    text = (text & repeated(0x0F)) * 2561 >> 8;
+    text = (text & 0x00FF00FF00FF00FFU) * 6553601 >> 16;
+    number.mantissa = (text & 0x0000FFFF0000FFFFU) * 42949672960001U >> 32;
+    return number;
+}
+
+constexpr bool lowByteFirst = std::endian::native == std::endian::little;
+
+[[gnu::always_inline]] inline bool readRealWord(Word word, float& out) {
+    const std::uint32_t negative = *word.begin == '-' ? 1 : 0;
+    const std::size_t digits = word.size() - negative;
+    if (!lowByteFirst || digits - 1 > 7) {
+        return readReal(word.begin, out) == word.end;
+    }
+    const ShortDecimal number = readShort(word.end, digits);
+    const double value = static_cast<double>(number.mantissa) * tenths[number.fraction];
+    // Signs come as they like, so the bit is set without a branch.
+    out = std::bit_cast<float>(std::bit_cast<std::uint32_t>(static_cast<float>(value)) ^
+                               negative << 31);
+    return number.sound;
+}
+
+[[gnu::always_inline]] inline bool readWholeWord(Word word, int& out) {
+    if (!lowByteFirst || word.size() > 8) {
+        return false;
+    }
+    const ShortDecimal number = readShort(word.end, word.size());
+    out = static_cast<int>(number.mantissa);
+    return number.sound && std::memchr(word.begin, '.', word.size()) == nullptr;
 }
 
 }  // namespace
@@ -122,37 +264,26 @@ LineResult readDatabaseLinePlain(std::string_view line, DatabaseRow& row) {
 }
 
 const char* readDatabaseLineFast(const char* line, DatabaseRow& row) {
-    const char* p = line;
-    while (static_cast<unsigned char>(*p) > ' ') {
-        ++p;
-    }
-    row.source = std::string_view(line, static_cast<std::size_t>(p - line));
-    if (row.source.empty() || row.source.size() > maxSourceLength || (*p != ' ' && *p != '\t')) {
+    Words words;
+    if (!splitLine(line, words) || words[0].size() > maxSourceLength || words[1].size() != 1) {
         return nullptr;
     }
-    p = skipBlanks(p);
-    if (static_cast<unsigned char>(*p) <= ' ' || (p[1] != ' ' && p[1] != '\t')) {
-        return nullptr;
+    // Formatted input takes a NUL for the end of the line; in a number it is no digit anyway.
+    bool sound = *words[1].begin != '\0';
+    for (const char* p = words[0].begin; p < words[0].end; ++p) {
+        sound = sound && *p != '\0';
     }
-    *row.letter = *p;
-    p = readWhole(skipBlanks(p + 1), *row.resid);
-    for (int i = 0; i < 3 && p != nullptr; ++i) {
-        p = readReal(skipBlanks(p), row.angles[i]);
+    row.source = std::string_view(words[0].begin, words[0].size());
+    *row.letter = *words[1].begin;
+    sound = readWholeWord(words[2], *row.resid) && sound;
+    for (std::size_t i = 0; i < 3; ++i) {
+        sound = readRealWord(words[3 + i], row.angles[i]) && sound;
     }
-    if (p == nullptr) {
-        return nullptr;
+    sound = readWholeWord(words[6], *row.box) && sound;
+    for (std::size_t i = 0; i < 12; ++i) {
+        sound = readRealWord(words[7 + i], row.shifts[i]) && sound;
     }
-    p = readWhole(skipBlanks(p), *row.box);
-    for (int i = 0; i < 12 && p != nullptr; ++i) {
-        p = readReal(skipBlanks(p), row.shifts[i]);
-    }
-    if (p == nullptr) {
-        return nullptr;
-    }
-    while (*p != '\n') {
-        ++p;
-    }
-    return p;
+    return sound ? words.feed : nullptr;
 }
 
 }  // namespace orvix

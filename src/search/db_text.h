@@ -33,9 +33,12 @@ enum class LineResult {
 /// Unsigned fields wrap into int.
 LineResult readDatabaseLinePlain(std::string_view line, DatabaseRow& row);
 
-/// Reads a line of plain decimals that starts at `line`, in one pass. Somewhere at or behind it the
-/// buffer must hold a line feed. Returns the line feed, or null for a line that needs the plain
-/// form; then the cells of `row` hold anything. The same bits as the plain form.
+/// Bytes that the fast form may read before a line and behind its line feed.
+inline constexpr std::size_t lineMargin = 64;
+
+/// Reads a line of plain decimals that starts at `line` and has a line feed, with `lineMargin`
+/// readable bytes around it. Returns the line feed, or null for a line that needs the plain form;
+/// then the cells of `row` hold anything. The same bits as the plain form.
 const char* readDatabaseLineFast(const char* line, DatabaseRow& row);
 
 /// Whether `line` is no data at all: empty, a comment ("#" in the first column), or white space.

@@ -43,24 +43,31 @@ std::size_t TextBlocks::readInto(char* to, std::size_t room) {
     return have;
 }
 
-bool TextBlocks::next(std::vector<char>& block) {
-    // The block keeps its memory from call to call; only its content counts.
+bool TextBlocks::next(TextBlock& block) {
+    // The block keeps its memory from call to call; only its length counts.
+    const auto provide = [&block](std::size_t room) {
+        const std::size_t size = room + 2 * TextBlock::margin;
+        if (block.memory_.size() < size) {
+            block.memory_.resize(size);
+        }
+        return block.memory_.data() + TextBlock::margin;
+    };
     std::size_t length = rest_.size();
-    block.resize(length + blockSize + 1);
+    std::size_t room = length + blockSize;
+    char* text = provide(room + 1);
     if (length > 0) {
-        std::memcpy(block.data(), rest_.data(), length);
+        std::memcpy(text, rest_.data(), length);
         rest_.clear();
     }
+    block.length_ = 0;
     while (!atEnd_) {
         const std::size_t old = length;
-        length += readInto(block.data() + old, block.size() - old - 1);
-        const char* const begin = block.data() + old;
-        const void* const found = length > old ? memrchr(begin, '\n', length - old) : nullptr;
+        length += readInto(text + old, room - old);
+        const void* const found = length > old ? memrchr(text + old, '\n', length - old) : nullptr;
         if (found != nullptr && !atEnd_) {
-            const auto used =
-                static_cast<std::size_t>(static_cast<const char*>(found) - block.data()) + 1;
-            rest_.assign(block.data() + used, block.data() + length);
-            block.resize(used);
+            block.length_ =
+                static_cast<std::size_t>(static_cast<const char*>(found) - text) + 1;
+            rest_.assign(text + block.length_, text + length);
             return true;
         }
         if (!atEnd_) {
@@ -69,13 +76,14 @@ bool TextBlocks::next(std::vector<char>& block) {
                 atEnd_ = true;
                 return false;
             }
-            block.resize(block.size() + length);
+            room += length;
+            text = provide(room + 1);
         }
     }
-    if (length > 0 && block[length - 1] != '\n') {
-        block[length++] = '\n';
+    if (length > 0 && text[length - 1] != '\n') {
+        text[length++] = '\n';
     }
-    block.resize(length);
+    block.length_ = length;
     return length > 0;
 }
 

@@ -6,6 +6,22 @@
 
 namespace orvix {
 
+/// Some whole lines, each with its line feed, in memory that may be read a little beyond either end.
+class TextBlock {
+  public:
+    /// Bytes readable before the first and behind the last one; they hold anything.
+    static constexpr std::size_t margin = 64;
+
+    const char* begin() const { return memory_.data() + margin; }
+    const char* end() const { return begin() + length_; }
+    std::size_t size() const { return length_; }
+
+  private:
+    friend class TextBlocks;
+    std::vector<char> memory_ = std::vector<char>(2 * margin);
+    std::size_t length_ = 0;
+};
+
 /// Reads a file, or a pipe, front to back in blocks of whole lines.
 class TextBlocks {
   public:
@@ -22,9 +38,9 @@ class TextBlocks {
     bool isOpen() const { return file_ >= 0; }
     /// Size of the file in bytes, 0 for a pipe.
     std::size_t fileSize() const { return fileSize_; }
-    /// Puts the next lines into `block`, each with its line feed (the last line of the file gets
-    /// one if it has none). False at the end of the file, or when lineTooLong().
-    bool next(std::vector<char>& block);
+    /// Puts the next lines into `block`; the last line of the file gets a line feed if it has none.
+    /// False at the end of the file, or when lineTooLong().
+    bool next(TextBlock& block);
     /// Whether the reading ended at a line longer than `longestLine`.
     bool lineTooLong() const { return lineTooLong_; }
 

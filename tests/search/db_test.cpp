@@ -270,10 +270,10 @@ TEST(TextBlocks, CutsAtLineEndsWhateverTheBlocks) {
     ASSERT_TRUE(blocks.isOpen());
     EXPECT_EQ(blocks.fileSize(), text.size());
     std::string read;
-    std::vector<char> block;
+    orvix::TextBlock block;
     while (blocks.next(block)) {
-        ASSERT_EQ(block.back(), '\n');
-        read.append(block.data(), block.size());
+        ASSERT_EQ(block.end()[-1], '\n');
+        read.append(block.begin(), block.size());
     }
     EXPECT_EQ(read, text + "\n");
     EXPECT_FALSE(orvix::TextBlocks("").isOpen());
