@@ -5,6 +5,8 @@
 //   db_load_bench [--rows=N]
 //
 // --rows=full stands for a database of full size (300 MB in the directory for temporary files).
+#include <benchmark/benchmark.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -13,8 +15,6 @@
 #include <filesystem>
 #include <string>
 #include <vector>
-
-#include <benchmark/benchmark.h>
 
 #include "run/parallel.h"
 #include "search/db_reader.h"

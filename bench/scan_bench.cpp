@@ -1,9 +1,11 @@
-// The database scan: the plain form on ordered maps against the fast one, on the same queries in one
-// process. Every measured residue is first compared bit for bit; a difference ends the program.
+// The database scan: the plain form on ordered maps against the fast one, on the same queries in
+// one process. Every measured residue is first compared bit for bit; a difference ends the program.
 //
 //   scan_bench [--rows=N] [--residues=N] [--maps=real|zero]
 //
 // --rows=full stands for a database of full size.
+#include <benchmark/benchmark.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -11,8 +13,6 @@
 #include <ctime>
 #include <string>
 #include <vector>
-
-#include <benchmark/benchmark.h>
 
 #include "search/search_context.h"
 #include "search/triplet_scan.h"
@@ -68,15 +68,12 @@ void compareAll() {
     std::size_t hits = 0;
     for (int res : setup->residues) {
         orvix::ScanHits plain, portable, best;
-        plainTimes.push_back(secondsOf([&] {
-            plain = orvix::scanPlain(setup->query(res), *setup->run.db, setup->blocks);
-        }));
+        plainTimes.push_back(secondsOf(
+            [&] { plain = orvix::scanPlain(setup->query(res), *setup->run.db, setup->blocks); }));
         portableTimes.push_back(secondsOf([&] {
-            portable =
-                orvix::scanFast(setup->query(res), planes, orvix::ScanPath::portable);
+            portable = orvix::scanFast(setup->query(res), planes, orvix::ScanPath::portable);
         }));
-        bestTimes.push_back(
-            secondsOf([&] { best = orvix::scanFast(setup->query(res), planes); }));
+        bestTimes.push_back(secondsOf([&] { best = orvix::scanFast(setup->query(res), planes); }));
         if (plain.matches != portable.matches || plain.typeMatches != portable.typeMatches ||
             plain.matches != best.matches || plain.typeMatches != best.typeMatches) {
             std::fprintf(stderr, "results differ at residue %d\n", res);

@@ -49,7 +49,8 @@ inline void fill(DB& db, int rows, unsigned seed) {
     std::discrete_distribution<int> letter{8.2, 1.2, 5.5, 6.5, 3.9, 7.1, 2.2, 5.7, 5.8, 9.5, 2.3,
                                            4.1, 4.5, 3.8, 5.2, 6.6, 5.4, 6.8, 1.3, 3.2, 0.6};
     const double centre[4][3] = {{-63, -42, 7}, {-118, 132, 20}, {-75, 145, 22}, {57, 40, 15}};
-    const double offset[2][6] = {{-1.7, -0.35, 2.2, 2.6, -0.5, -0.2}, {1.3, 0.5, -1.6, -1.4, 2.0, 0.4}};
+    const double offset[2][6] = {{-1.7, -0.35, 2.2, 2.6, -0.5, -0.2},
+                                 {1.3, 0.5, -1.6, -1.4, 2.0, 0.4}};
     const auto rounded = [](double value) {
         return static_cast<float>(std::round(value * 1000.0) / 1000.0);
     };
@@ -85,11 +86,12 @@ inline void fill(DB& db, int rows, unsigned seed) {
         const double psi = wrapped(centre[segment][1] + centre[segment][2] * normal(random));
         db.angles[i][0] = rounded(phi);
         db.angles[i][1] = rounded(psi);
-        db.angles[i][2] = db.resNames[i] == 'A' || db.resNames[i] == 'G'
-                              ? 9999.0F
-                              : rounded(wrapped(-60.0 + 120.0 * (random() % 3) + 9 * normal(random)));
-        db.boxes[i] = boxOf(static_cast<double>(db.angles[i][0]),
-                            static_cast<double>(db.angles[i][1]));
+        db.angles[i][2] =
+            db.resNames[i] == 'A' || db.resNames[i] == 'G'
+                ? 9999.0F
+                : rounded(wrapped(-60.0 + 120.0 * (random() % 3) + 9 * normal(random)));
+        db.boxes[i] =
+            boxOf(static_cast<double>(db.angles[i][0]), static_cast<double>(db.angles[i][1]));
         for (int atom = 0; atom < 6; ++atom) {
             const double base = segment < 2 ? offset[segment][atom] : 0.0;
             const bool missing = uniform(random) < 0.1;
@@ -156,9 +158,10 @@ inline void prepareRun(ORVIX& run, DB* db, int length, unsigned seed) {
         double* const shifts = run.shiftMatrix[0] + (r - 1) * 6;
         run.shiftMatrix[r - 1] = shifts;
         for (int atom = 0; atom < 6; ++atom) {
-            shifts[atom] = db->shifts[row][2 * atom + 1] == 0.0F
-                               ? 9999.0
-                               : static_cast<double>(db->shifts[row][2 * atom]) + 0.3 * normal(random);
+            shifts[atom] =
+                db->shifts[row][2 * atom + 1] == 0.0F
+                    ? 9999.0
+                    : static_cast<double>(db->shifts[row][2 * atom]) + 0.3 * normal(random);
         }
         const bool twoBasins = uniform(random) < 0.3;
         const double share = twoBasins ? 0.5 + 0.35 * uniform(random) : 1.0;

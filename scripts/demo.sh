@@ -9,7 +9,7 @@ out="$build/demo"
 rm -rf "$out"
 mkdir -p "$out"
 cd "$out"
-echo "\$ orvixn -in examples/$name.tab -ref examples/$name.pdb -excl $source_word"
+echo "\$ orvixn -in examples/$name.tab -ref examples/$name.pdb -excl ..."
 ORVIXN_DIR="$build/share/orvixn" "$build/bin/orvixn" -in "$source/examples/$name.tab" \
     -inTitle "$name" -ref "$source/examples/$name.pdb" -refTitle "$name.pdb" \
     -excl "$source_word" 2>orvixn.log

@@ -5,9 +5,9 @@
 
 WORK is the directory that tools/build_data.py leaves (proteins.tsv, labels.tsv.gz, tables/, ref/), PROGRAM
 the built orvixn, TABLES a table directory, OUT a directory for the results (a protein that is already there
-is not run again). Every protein is run with the database rows of its whole sequence cluster excluded, so
-the database holds nothing within 30 % identity; whether the networks of TABLES know the protein is up to
-the caller. Prints the shares of the classes, rmsd and wrong predictions, secondary structure and chi1, each
+is not run again). Every protein is run with the database rows of its relatives excluded (WORK/related.tsv:
+itself, its sequence cluster, and chains with a local alignment to it); whether the networks of TABLES know
+the protein is up to the caller. Prints the shares of the classes, rmsd and wrong predictions, secondary structure and chi1, each
 with a bootstrap error over proteins.
 """
 import argparse
@@ -153,12 +153,11 @@ def main():
     with gzip.open(os.path.join(args.work, "labels.tsv.gz"), "rt") as table:
         for row in csv.DictReader(table, delimiter="\t"):
             truth[row["id"]][int(row["resid"])] = row
-    cluster = collections.defaultdict(list)
-    for p in proteins:
-        cluster[p["cluster30"]].append(p["source"])
+    with open(os.path.join(args.work, "related.tsv")) as table:
+        related = {row["id"]: row["sources"] for row in csv.DictReader(table, delimiter="\t")}
 
     with concurrent.futures.ThreadPoolExecutor(args.jobs) as pool:
-        list(pool.map(lambda p: run_protein(args, p, " ".join(cluster[p["cluster30"]])), chosen))
+        list(pool.map(lambda p: run_protein(args, p, related[p["id"]]), chosen))
     counts = [judge(args, p, truth[p["id"]]) for p in chosen]
     total = sum(counts, collections.Counter())
     print("%d proteins, %d failed, %d residues with trusted phi and psi" %

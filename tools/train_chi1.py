@@ -310,7 +310,7 @@ def main():
     parser.add_argument("--letters", default=LETTERS)
     parser.add_argument("--exclude-clusters", default="", help="file of cluster numbers left out altogether")
     parser.add_argument("--seed", type=int, default=1)
-    parser.add_argument("--epochs", type=int, default=40)
+    parser.add_argument("--epochs", type=int, default=25)
     parser.add_argument("--rate", type=float, default=2e-3)
     parser.add_argument("--patience", type=int, default=6)
     parser.add_argument("--per-query", type=int, default=24)

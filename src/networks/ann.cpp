@@ -177,6 +177,7 @@ void ANN::runANN(std::map<int, std::vector<double>>& input) {
 }
 
 void ANN::loadWeights() {
+    loadedFromFiles = true;
     const std::string base = annDir + slashChar + annName;
     const auto load = [&](const std::string& suffix, std::map<int, std::vector<double>>* w,
                           std::vector<double>* b, int rows, int cols) {

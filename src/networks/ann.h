@@ -41,6 +41,10 @@ class ANN {
     std::map<int, std::vector<double>> level2WL2[5];
     std::vector<double> level2BL2[5];
 
+    /// The weights came from files by loadWeights(): a layer with fewer rows than its width fails
+    /// the layer check at its first use.
+    bool loadedFromFiles = false;
+
     std::map<int, std::vector<double>> rawInput;      ///< residue number -> residue vector
     std::map<int, std::vector<double>> level1Input;   ///< residue number -> level 1 window
     std::map<int, std::vector<double>> level2Input;   ///< residue number -> level 2 window

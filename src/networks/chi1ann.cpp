@@ -101,6 +101,7 @@ void CHI1ANN::applyVecAverage(std::vector<double>& a, std::vector<double>& b,
 }
 
 void CHI1ANN::loadWeights() {
+    loadedFromFiles = true;
     const std::string base = annDir + slashChar + annName;
     loadWeightBias3(base + ".level1.WI.tab", level1WI[0], level1BI[0], level1WI[1], level1BI[1],
                     level1WI[2], level1BI[2], inputSize1, inputSize1);

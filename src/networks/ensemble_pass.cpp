@@ -63,7 +63,8 @@ std::optional<LayerMismatch> checkLayer(std::size_t inputs, const LayerWeights& 
     sizes.columns = (*weights.rows)[0].size();
     sizes.rows = weights.rows->size();
     sizes.biases = weights.bias->size();
-    if (sizes.inputs != sizes.columns || sizes.rows != sizes.biases) {
+    if (sizes.inputs != sizes.columns || sizes.rows != sizes.biases ||
+        sizes.rows < weights.leastRows) {
         return sizes;
     }
     return std::nullopt;
@@ -81,16 +82,6 @@ std::optional<LayerMismatch> checkEnsemble(std::span<const MemberWeights> member
             if (const auto mismatch = checkLayer(inputs, member.layers[layer])) {
                 return mismatch;
             }
-        }
-    }
-    std::size_t most = 0;
-    for (const MemberWeights& member : members) {
-        most = std::max(most, resultLength(member.layers[2]));
-    }
-    for (const MemberWeights& member : members) {
-        if (resultLength(member.layers[2]) < most) {
-            return LayerMismatch{resultLength(member.layers[1]), (*member.layers[2].rows)[0].size(),
-                                 resultLength(member.layers[2]), member.layers[2].bias->size()};
         }
     }
     // What the later windows can still get wrong is their own length.

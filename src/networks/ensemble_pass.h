@@ -17,6 +17,7 @@ using WeightRows = std::map<int, std::vector<double>>;
 struct LayerWeights {
     WeightRows* rows = nullptr;
     std::vector<double>* bias = nullptr;
+    std::size_t leastRows = 0;  ///< rows that the layer must have at least; 0 for any number
 };
 
 /// The three layers of one ensemble member: WI, WL1 (both tanh), WL2 (linear).
@@ -35,14 +36,12 @@ struct LayerMismatch {
     std::string text() const;
 };
 
-/// Tests that `inputs` equals the length of row 0 and that there are as many rows as biases. A
-/// layer without row 0 gets an empty one.
+/// Tests that `inputs` equals the length of row 0, that there are as many rows as biases and no
+/// fewer than the layer must have. A layer without row 0 gets an empty one.
 std::optional<LayerMismatch> checkLayer(std::size_t inputs, const LayerWeights& weights);
 
 /// The first mismatch that a pass over windows of these lengths meets: window by window, in each
-/// layer by layer, in each member by member. Members that disagree in the length of their result
-/// are a mismatch as well, told with the sizes of the first WL2 layer that has fewer rows than
-/// another: such a weight file is too short.
+/// layer by layer, in each member by member.
 std::optional<LayerMismatch> checkEnsemble(std::span<const MemberWeights> members,
                                            std::span<const std::size_t> windowLengths);
 

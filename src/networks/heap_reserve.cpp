@@ -20,10 +20,13 @@ namespace orvix {
 
 void reserveHeap(std::size_t bytes) {
     constexpr std::uintptr_t largePage = std::uintptr_t{2} << 20;
-    const std::size_t size = std::min(bytes, heapReserveLimit);
-    if (size < 2 * largePage) {
+    // Several small tables in a row share what the first one prepares.
+    constexpr std::size_t least = std::size_t{128} << 10;
+    constexpr std::size_t step = std::size_t{8} << 20;
+    if (bytes < least) {
         return;
     }
+    const std::size_t size = std::clamp(bytes, step, heapReserveLimit);
     // glibc serves a large request outside the heap until one of that size has been freed; from
     // then on it takes it from the top of the heap, and freeing it leaves the heap that large.
     void* volatile outside = std::malloc(size);

@@ -5,14 +5,22 @@
 namespace orvix {
 
 MemberWeights memberWeights(ANN& network, int level, int member) {
+    // Rows that a file lacks show here and nowhere else; weights that a caller filled in by hand
+    // may have any size that fits.
+    const auto least = [&network](int rows) {
+        return network.loadedFromFiles && rows > 0 ? static_cast<std::size_t>(rows) : 0;
+    };
     if (level == 1) {
-        return {{{&network.level1WI[member], &network.level1BI[member]},
-                 {&network.level1WL1[member], &network.level1BL1[member]},
-                 {&network.level1WL2[member], &network.level1BL2[member]}}};
+        return {{{&network.level1WI[member], &network.level1BI[member], least(network.inputSize1)},
+                 {&network.level1WL1[member], &network.level1BL1[member],
+                  least(network.hiddenSize1)},
+                 {&network.level1WL2[member], &network.level1BL2[member],
+                  least(network.outputSize1)}}};
     }
-    return {{{&network.level2WI[member], &network.level2BI[member]},
-             {&network.level2WL1[member], &network.level2BL1[member]},
-             {&network.level2WL2[member], &network.level2BL2[member]}}};
+    return {{{&network.level2WI[member], &network.level2BI[member], least(network.inputSize2)},
+             {&network.level2WL1[member], &network.level2BL1[member], least(network.hiddenSize2)},
+             {&network.level2WL2[member], &network.level2BL2[member],
+              least(network.outputSize2)}}};
 }
 
 std::vector<MemberWeights> ensembleWeights(ANN& network, int level, int count) {

@@ -79,6 +79,7 @@ void SSANN::setKNOWN_SS(std::map<int, std::vector<double>>& known) {
 }
 
 void SSANN::loadWeights() {
+    loadedFromFiles = true;
     const std::string base = annDir + slashChar + annName;
     const auto load = [&](const std::string& suffix, std::map<int, std::vector<double>>* w,
                           std::vector<double>* b, int rows, int cols) {

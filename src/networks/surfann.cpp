@@ -146,6 +146,7 @@ void SURFANN::runHybridANN(std::map<int, std::vector<double>>& input) {
 }
 
 void SURFANN::loadWeights() {
+    loadedFromFiles = true;
     const std::string base = annDir + slashChar + annName;
     const auto load = [&](const std::string& suffix, std::map<int, std::vector<double>>* w,
                           std::vector<double>* b, int rows, int cols) {

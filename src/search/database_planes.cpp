@@ -58,8 +58,7 @@ bool inOrder(std::span<const ProteinBlock> blocks) {
 
 int slotOfBox(int box) {
     static const SlotTable table;
-    return box >= 0 && box < boxCount ? table.slots[static_cast<std::size_t>(box)]
-                                      : strayTile * 16;
+    return box >= 0 && box < boxCount ? table.slots[static_cast<std::size_t>(box)] : strayTile * 16;
 }
 
 DatabasePlanes::DatabasePlanes(const DB& db, std::span<const ProteinBlock> blocks, int halfWidth)

@@ -18,9 +18,9 @@ struct ProteinBlock {
     bool operator==(const ProteinBlock&) const = default;
 };
 
-/// Boxes are kept as a tile of 4 x 4 boxes and the place in it, so that the values of the boxes of a
-/// tile fit one 16 byte table. 25 tiles cover the 18 x 18 grid; one more stands for any index that
-/// is no box.
+/// Boxes are kept as a tile of 4 x 4 boxes and the place in it, so that the values of the boxes of
+/// a tile fit one 16 byte table. 25 tiles cover the 18 x 18 grid; one more stands for any index
+/// that is no box.
 inline constexpr int tileCount = 26;
 inline constexpr int strayTile = 25;
 inline constexpr int slotCount = tileCount * 16;
@@ -44,8 +44,9 @@ class DatabasePlanes {
     /// `halfWidth` 0..3. Blocks must lie inside the rows of `db`.
     DatabasePlanes(const DB& db, std::span<const ProteinBlock> blocks, int halfWidth);
 
-    /// Whether these planes still describe `db` for these blocks and this half-width. The content of
-    /// a small database is compared; of a large one only its size, since a load drops the planes.
+    /// Whether these planes still describe `db` for these blocks and this half-width. The content
+    /// of a small database is compared; of a large one only its size, since a load drops the
+    /// planes.
     bool fit(const DB& db, std::span<const ProteinBlock> blocks, int halfWidth) const;
 
     /// Whether the fast scan can be used: blocks in rising order without overlap, and few letters.

@@ -23,7 +23,9 @@ DB::DB(const std::string& file) : DB() {
 
 DB::~DB() = default;
 
-void DB::setMaxDBSize(int rows) { maxDBSize = rows; }
+void DB::setMaxDBSize(int rows) {
+    maxDBSize = rows;
+}
 
 void DB::release() {
     shifts.clear();
@@ -52,8 +54,8 @@ void DB::loadDB(const std::string& file) {
         resNames.reset(rows);
         sources.protein.reset(rows);
     } catch (const std::bad_alloc&) {
-        orvix::endProcess(0, "\tNo memory for a database of " + std::to_string(capacity) +
-                                 " residues\n");
+        orvix::endProcess(
+            0, "\tNo memory for a database of " + std::to_string(capacity) + " residues\n");
     }
     const orvix::DatabaseReading reading =
         orvix::readDatabase(path, exclList, capacity, orvix::availableThreads(), *this);

@@ -21,14 +21,14 @@ class SourceColumn {
         return names[static_cast<std::size_t>(protein[row])];
     }
 
-    LazyArray<int> protein;            ///< [row] -> index into `names`, from 1
+    LazyArray<int> protein;                         ///< [row] -> index into `names`, from 1
     std::vector<std::string> names{std::string()};  ///< [0] is the empty word
 };
 
 }  // namespace orvix
 
-/// The database of known proteins: one row for each residue, in parallel arrays by row index from 0.
-/// Rows of one protein stand together in sequence order. The class loads and holds, no more.
+/// The database of known proteins: one row for each residue, in parallel arrays by row index from
+/// 0. Rows of one protein stand together in sequence order. The class loads and holds, no more.
 ///
 /// The arrays have `maxDBSize` rows as of the load; rows from `dbSize` on read as zero and cost no
 /// memory. A pointer into them is good until the next load.
@@ -43,15 +43,15 @@ class DB {
 
     /// [row][12]: value (ppm) and scale of N, HA, C, CA, CB, HN in turn; scale 0 for no shift.
     orvix::LazyRows<float, 12> shifts;
-    orvix::LazyRows<float, 3> angles;   ///< [row][3]: phi, psi, chi1 in degrees; chi1 >= 999.0 none
-    orvix::LazyArray<int> resids;       ///< [row] residue number
-    orvix::LazyArray<int> boxes;        ///< [row] box index, 0..323 in a sound file
-    orvix::LazyArray<char> resNames;    ///< [row] residue letter
-    orvix::SourceColumn sources;        ///< [row] source word
-    std::string dbFile;                 ///< path of the file
-    std::string exclList;               ///< text that names the sources to leave out
-    int maxDBSize;                      ///< capacity in rows for the next load
-    int dbSize;                         ///< rows read
+    orvix::LazyRows<float, 3> angles;  ///< [row][3]: phi, psi, chi1 in degrees; chi1 >= 999.0 none
+    orvix::LazyArray<int> resids;      ///< [row] residue number
+    orvix::LazyArray<int> boxes;       ///< [row] box index, 0..323 in a sound file
+    orvix::LazyArray<char> resNames;   ///< [row] residue letter
+    orvix::SourceColumn sources;       ///< [row] source word
+    std::string dbFile;                ///< path of the file
+    std::string exclList;              ///< text that names the sources to leave out
+    int maxDBSize;                     ///< capacity in rows for the next load
+    int dbSize;                        ///< rows read
 
     /// Capacity for the next load. One of 0 or less holds no row: the load then ends, with the
     /// warning of a full database, at the first row of the file.

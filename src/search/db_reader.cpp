@@ -96,8 +96,13 @@ LineCount countLines(const TextBlock& block) {
 class Reading {
   public:
     Reading(TextBlocks& text, const std::string& path, const std::string& exclList, int capacity,
-            DB& db)
-        : text_(text), path_(path), exclList_(exclList), capacity_(capacity), db_(db) {}
+            DB& db, LineReader readLine)
+        : text_(text),
+          path_(path),
+          exclList_(exclList),
+          capacity_(capacity),
+          db_(db),
+          readLine_(readLine) {}
 
     /// Reads blocks until the text ends. Several threads may do so at once when nothing is
     /// excluded: each block is counted before the next is handed out, so its rows are known.
@@ -188,7 +193,7 @@ class Reading {
             }
             DatabaseRow cells = cellsOf(db_, part.row);
             LineResult result = LineResult::row;
-            const char* feed = readDatabaseLineFast(p, cells);
+            const char* feed = readLine_(p, cells);
             if (feed == nullptr) {
                 const std::string_view line = lineAt(p, end);
                 result = readDatabaseLinePlain(line, cells);
@@ -229,6 +234,7 @@ class Reading {
     const std::string& exclList_;
     const int capacity_;
     DB& db_;
+    const LineReader readLine_;
     std::mutex mutex_;
     bool stop_ = false;
     int nextRow_ = 0;
@@ -242,7 +248,7 @@ constexpr std::size_t severalThreadsFrom = std::size_t{16} << 20;
 }  // namespace
 
 DatabaseReading readDatabase(const std::string& path, const std::string& exclList, int capacity,
-                             int threads, DB& db) {
+                             int threads, DB& db, LineReader readLine) {
     TextBlocks text(path);
     if (!text.isOpen()) {
         return {};
@@ -255,7 +261,7 @@ DatabaseReading readDatabase(const std::string& path, const std::string& exclLis
         db.resNames.useLargePages();
         db.sources.protein.useLargePages();
     }
-    Reading reading(text, path, exclList, capacity, db);
+    Reading reading(text, path, exclList, capacity, db, readLine);
     if (threads > 1 && exclList.empty() && text.fileSize() >= severalThreadsFrom) {
         // Threads of its own, which end with the reading, so that a process that forks later, or
         // was forked, can read as well.

@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "search/db_line_avx2.h"
+
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -14,9 +16,13 @@ namespace orvix {
 
 namespace {
 
-bool isSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+bool isSpace(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
 
-unsigned digitOf(char c) { return static_cast<unsigned>(static_cast<unsigned char>(c)) - '0'; }
+unsigned digitOf(char c) {
+    return static_cast<unsigned>(static_cast<unsigned char>(c)) - '0';
+}
 
 constexpr int maxFraction = 11;
 constexpr std::array<double, maxFraction + 1> powersOfTen = {1e0, 1e1, 1e2, 1e3, 1e4,  1e5,
@@ -128,8 +134,7 @@ struct Words {
         const std::uint64_t letters = ~kinds.space;
         for (std::uint64_t edges = (letters ^ (letters << 1 | inWord)) & upToFeed; edges != 0;
              edges &= edges - 1) {
-            words.edges[words.count++] =
-                base + static_cast<std::uint32_t>(std::countr_zero(edges));
+            words.edges[words.count++] = base + static_cast<std::uint32_t>(std::countr_zero(edges));
         }
         inWord = letters >> 63;
         if (words.feed != nullptr) {
@@ -143,7 +148,9 @@ struct Words {
     return true;
 }
 
-constexpr std::uint64_t repeated(unsigned char byte) { return byte * 0x0101010101010101U; }
+constexpr std::uint64_t repeated(unsigned char byte) {
+    return byte * 0x0101010101010101U;
+}
 
 /// Digits with at most one point among the last eight bytes of a word, all of them at once. The
 /// number is mantissa / 10^fraction.
@@ -177,8 +184,8 @@ constexpr std::array<double, 8> tenths = {1e0, 1e-1, 1e-2, 1e-3, 1e-4, 1e-5, 1e-
         number.fraction = 7 - at;
     }
     number.sound = (digits > 1 || found == 0) &&
-                   ((text & repeated(0xF0)) |
-                    (((text + repeated(0x06)) & repeated(0xF0)) >> 4)) == repeated(0x33);
+                   ((text & repeated(0xF0)) | (((text + repeated(0x06)) & repeated(0xF0)) >> 4)) ==
+                       repeated(0x33);
     // Pairs, then fours, then all eight digits are brought together.
     text = (text & repeated(0x0F)) * 2561 >> 8;
     text = (text & 0x00FF00FF00FF00FFU) * 6553601 >> 16;
@@ -197,8 +204,8 @@ constexpr bool lowByteFirst = std::endian::native == std::endian::little;
     const ShortDecimal number = readShort(word.end, digits);
     const double value = static_cast<double>(number.mantissa) * tenths[number.fraction];
     // Signs come as they like, so the bit is set without a branch.
-    out = std::bit_cast<float>(std::bit_cast<std::uint32_t>(static_cast<float>(value)) ^
-                               negative << 31);
+    out = std::bit_cast<float>(std::bit_cast<std::uint32_t>(static_cast<float>(value)) ^ negative
+                                                                                             << 31);
     return number.sound;
 }
 
@@ -209,6 +216,28 @@ constexpr bool lowByteFirst = std::endian::native == std::endian::little;
     const ShortDecimal number = readShort(word.end, word.size());
     out = static_cast<int>(number.mantissa);
     return number.sound && std::memchr(word.begin, '.', word.size()) == nullptr;
+}
+
+/// Formatted input takes a NUL for the end of the line. In a number it is no digit anyway.
+bool holdsNoNul(const char* text, std::size_t length) {
+    bool none = true;
+    for (std::size_t k = 0; k < length; ++k) {
+        none = none && text[k] != '\0';
+    }
+    return none;
+}
+
+const char* readWide(const char* line, DatabaseRow& row) {
+    LineCells cells{row.shifts, row.angles, row.resid, row.box, row.letter, nullptr, 0};
+    const char* const feed = readLineAvx2(line, cells);
+    if (feed == nullptr) {
+        return readDatabaseLinePortable(line, row);
+    }
+    row.source = std::string_view(cells.source, cells.sourceLength);
+    return cells.sourceLength <= maxSourceLength && holdsNoNul(cells.source, cells.sourceLength) &&
+                   *cells.letter != '\0'
+               ? feed
+               : nullptr;
 }
 
 }  // namespace
@@ -246,14 +275,14 @@ LineResult readDatabaseLinePlain(std::string_view line, DatabaseRow& row) {
     unsigned box = 0;
     float* const a = row.angles;
     float* const s = row.shifts;
-    const int fields = std::sscanf(
-        text.c_str(),
-        "%29s %c %u "
-        "%f %f %f "
-        "%u "
-        "%f %f %f %f %f %f %f %f %f %f %f %f ",
-        source, row.letter, &number, &a[0], &a[1], &a[2], &box, &s[0], &s[1], &s[2], &s[3], &s[4], &s[5],
-        &s[6], &s[7], &s[8], &s[9], &s[10], &s[11]);
+    const int fields =
+        std::sscanf(text.c_str(),
+                    "%29s %c %u "
+                    "%f %f %f "
+                    "%u "
+                    "%f %f %f %f %f %f %f %f %f %f %f %f ",
+                    source, row.letter, &number, &a[0], &a[1], &a[2], &box, &s[0], &s[1], &s[2],
+                    &s[3], &s[4], &s[5], &s[6], &s[7], &s[8], &s[9], &s[10], &s[11]);
     if (fields != databaseFields) {
         return LineResult::tooFewFields;
     }
@@ -263,16 +292,12 @@ LineResult readDatabaseLinePlain(std::string_view line, DatabaseRow& row) {
     return LineResult::row;
 }
 
-const char* readDatabaseLineFast(const char* line, DatabaseRow& row) {
+const char* readDatabaseLinePortable(const char* line, DatabaseRow& row) {
     Words words;
     if (!splitLine(line, words) || words[0].size() > maxSourceLength || words[1].size() != 1) {
         return nullptr;
     }
-    // Formatted input takes a NUL for the end of the line; in a number it is no digit anyway.
-    bool sound = *words[1].begin != '\0';
-    for (const char* p = words[0].begin; p < words[0].end; ++p) {
-        sound = sound && *p != '\0';
-    }
+    bool sound = holdsNoNul(words[0].begin, words[0].size()) && *words[1].begin != '\0';
     row.source = std::string_view(words[0].begin, words[0].size());
     *row.letter = *words[1].begin;
     sound = readWholeWord(words[2], *row.resid) && sound;
@@ -284,6 +309,15 @@ const char* readDatabaseLineFast(const char* line, DatabaseRow& row) {
         sound = readRealWord(words[7 + i], row.shifts[i]) && sound;
     }
     return sound ? words.feed : nullptr;
+}
+
+LineReader fastLineReader() {
+#if defined(__x86_64__) || defined(__i386__)
+    if (avx2LinesBuilt && __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi")) {
+        return readWide;
+    }
+#endif
+    return readDatabaseLinePortable;
 }
 
 }  // namespace orvix

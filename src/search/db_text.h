@@ -23,10 +23,10 @@ struct DatabaseRow {
 };
 
 enum class LineResult {
-    row,             ///< all fields were read
-    blank,           ///< nothing but white space
-    tooFewFields,    ///< the line lacks fields, or one of them can't be read
-    sourceTooLong,   ///< more than maxSourceLength characters
+    row,            ///< all fields were read
+    blank,          ///< nothing but white space
+    tooFewFields,   ///< the line lacks fields, or one of them can't be read
+    sourceTooLong,  ///< more than maxSourceLength characters
 };
 
 /// Reads `line` (without its line feed) by the C library's formatted input. The plain form.
@@ -39,7 +39,12 @@ inline constexpr std::size_t lineMargin = 64;
 /// Reads a line of plain decimals that starts at `line` and has a line feed, with `lineMargin`
 /// readable bytes around it. Returns the line feed, or null for a line that needs the plain form;
 /// then the cells of `row` hold anything. The same bits as the plain form.
-const char* readDatabaseLineFast(const char* line, DatabaseRow& row);
+using LineReader = const char* (*)(const char* line, DatabaseRow& row);
+
+/// The one for any processor.
+const char* readDatabaseLinePortable(const char* line, DatabaseRow& row);
+/// The best one for this processor.
+LineReader fastLineReader();
 
 /// Whether `line` is no data at all: empty, a comment ("#" in the first column), or white space.
 bool isSkippedLine(std::string_view line);

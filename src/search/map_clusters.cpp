@@ -19,7 +19,9 @@ constexpr int squaredRadius = 36;  ///< 6 boxes
 constexpr int neighboursToSeed = 5;
 constexpr int membersToStand = 5;
 
-std::size_t at(int i) { return static_cast<std::size_t>(i); }
+std::size_t at(int i) {
+    return static_cast<std::size_t>(i);
+}
 
 int periodicDistance(int a, int b) {
     const int distance = std::abs(a - b);

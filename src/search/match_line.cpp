@@ -8,8 +8,12 @@ namespace orvix {
 
 namespace {
 
-char letterOf(const DB& db, int row) { return db.holds(row) ? db.resNames[row] : ' '; }
-int numberOf(const DB& db, int row) { return db.holds(row) ? db.resids[row] : 0; }
+char letterOf(const DB& db, int row) {
+    return db.holds(row) ? db.resNames[row] : ' ';
+}
+int numberOf(const DB& db, int row) {
+    return db.holds(row) ? db.resids[row] : 0;
+}
 
 }  // namespace
 

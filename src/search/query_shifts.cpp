@@ -16,8 +16,7 @@ QueryShifts queryShifts(const ORVIX& run, int res, int halfWidth) {
         const bool inRange =
             run.shiftMatrix != nullptr && r >= run.firstResid && r <= run.lastResid;
         for (std::size_t atom = 0; atom < backboneAtoms; ++atom) {
-            const double q =
-                inRange ? run.shiftMatrix[r - run.firstResid][atom] : missingValue;
+            const double q = inRange ? run.shiftMatrix[r - run.firstResid][atom] : missingValue;
             shifts.missing[position][atom] = !(q < missingLimit);
             shifts.value[position][atom] = shifts.missing[position][atom] ? 0.0 : q;
         }

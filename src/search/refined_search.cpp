@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cmath>
-#include <iostream>
 #include <cstddef>
+#include <iostream>
 #include <iterator>
 #include <string>
 #include <unordered_map>
@@ -15,7 +15,7 @@
 #include "search/db.h"
 #include "search/match_line.h"
 #include "search/query_shifts.h"
-#include "search/window_test.h"
+#include "search/window_agreement.h"
 
 namespace {
 
@@ -120,8 +120,7 @@ void filterSameType(const ORVIX& run, int res, Candidates& typeMatches) {
     const std::vector<orvix::PredictedAngles> window = predictionsAround(run, res);
     Candidates agreeing;
     for (const auto& [key, index] : typeMatches) {
-        if (isUsable(run, index) &&
-            orvix::windowAgrees(window, *run.db, index, chi1Limit)) {
+        if (isUsable(run, index) && orvix::windowAgrees(window, *run.db, index, chi1Limit)) {
             agreeing[key] = index;
         }
     }
@@ -174,8 +173,7 @@ void printGroups(const RotamerScores& groups, std::size_t candidates) {
 
 }  // namespace
 
-void ORVIX::searchDB2(int res, std::map<double, int>& matches,
-                      std::map<double, int>& typeMatches) {
+void ORVIX::searchDB2(int res, std::map<double, int>& matches, std::map<double, int>& typeMatches) {
     const char letter = valueAt(seqChar, res);
     const bool typeSpecific = letter != 'G' && letter != 'A' && letter != 'P';
     if (!noVerb) {

@@ -75,8 +75,7 @@ void shiftDistances(const QueryShifts& query, const DB& db, std::span<const int>
             const float scale = centre[term.cell + 1];
             const bool missing = term.missing || scale == 0.0F;
             const double divisor = missing ? 1.0 : static_cast<double>(scale);
-            const double ratio =
-                (static_cast<double>(centre[term.cell]) - term.value) / divisor;
+            const double ratio = (static_cast<double>(centre[term.cell]) - term.value) / divisor;
             sum += term.weight * (missing ? missingTerm : ratio * ratio);
         }
         distances[k] = sum;

@@ -9,9 +9,10 @@
 class DB;
 
 /// How well the shifts of a database window agree with those of the query: a sum over window
-/// positions, and within a position over the atoms N, HA, C, CA, CB, HN, of ((value - q) / scale)^2,
-/// or of 2.25 where either side has no shift. Database values are 32-bit floats, all arithmetic is
-/// done in double, in that order. A row outside the protein of the centre has no shifts.
+/// positions, and within a position over the atoms N, HA, C, CA, CB, HN, of ((value - q) /
+/// scale)^2, or of 2.25 where either side has no shift. Database values are 32-bit floats, all
+/// arithmetic is done in double, in that order. A row outside the protein of the centre has no
+/// shifts.
 namespace orvix {
 
 inline constexpr int backboneAtoms = 6;

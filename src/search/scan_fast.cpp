@@ -54,8 +54,7 @@ class Scorer {
             const auto slot = static_cast<std::size_t>(tile_[at] * 16 + place_[at]);
             const auto position = static_cast<std::size_t>(p);
             s = static_cast<float>(static_cast<double>(s) + tables_.box[position][slot]);
-            s = static_cast<float>(static_cast<double>(s) +
-                                   tables_.penalty[position][letter_[at]]);
+            s = static_cast<float>(static_cast<double>(s) + tables_.penalty[position][letter_[at]]);
         }
         return s;
     }
@@ -107,8 +106,7 @@ int boundedRows(const UnitTables& units, const DatabasePlanes& planes, int first
     const std::uint8_t* const tile = planes.tile() + first - halfWidth;
     const std::uint8_t* const place = planes.place() + first - halfWidth;
     for (int i = 0; i < last - first + 2 * halfWidth; ++i) {
-        slots[static_cast<std::size_t>(i)] =
-            static_cast<std::uint16_t>(tile[i] * 16 + place[i]);
+        slots[static_cast<std::size_t>(i)] = static_cast<std::uint16_t>(tile[i] * 16 + place[i]);
     }
     const std::uint8_t* const letter = planes.letter() - halfWidth;
     int kept = 0;
@@ -130,10 +128,14 @@ int boundedRows(const UnitTables& units, const DatabasePlanes& planes, int first
 int boundedRows(const UnitTables& units, const DatabasePlanes& planes, int first, int last,
                 int* rows, int count) {
     switch (planes.halfWidth()) {
-        case 0: return boundedRows<1>(units, planes, first, last, rows, count);
-        case 1: return boundedRows<3>(units, planes, first, last, rows, count);
-        case 2: return boundedRows<5>(units, planes, first, last, rows, count);
-        default: return boundedRows<7>(units, planes, first, last, rows, count);
+        case 0:
+            return boundedRows<1>(units, planes, first, last, rows, count);
+        case 1:
+            return boundedRows<3>(units, planes, first, last, rows, count);
+        case 2:
+            return boundedRows<5>(units, planes, first, last, rows, count);
+        default:
+            return boundedRows<7>(units, planes, first, last, rows, count);
     }
 }
 

@@ -20,8 +20,8 @@ struct FilterPosition {
     alignas(32) std::uint8_t saving[filterTiles][32];  ///< by place in it, twice 16
     alignas(32) std::uint8_t lowLetters[32];           ///< shortfall of letter codes 0..15, twice
     alignas(32) std::uint8_t highLetters[32];          ///< of letter codes 16..31, twice
-    int offset;       ///< from the centre row
-    int tiles;        ///< listed tiles
+    int offset;                                        ///< from the centre row
+    int tiles;                                         ///< listed tiles
     std::uint8_t base;
     bool hasLetters;  ///< whether any letter falls short
 };

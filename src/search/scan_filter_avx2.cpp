@@ -78,8 +78,7 @@ int filterRowsAvx2(const RowFilter& filter, const FilterPlanes& planes, int firs
     int count = 0;
     for (int i = first; i < last; i += filterGroup) {
         Sums sums;
-        addPosition(sums, filter.position[0], planes.tile + i, planes.place + i,
-                    planes.centre + i);
+        addPosition(sums, filter.position[0], planes.tile + i, planes.place + i, planes.centre + i);
         // One look behind the centre pays; looking behind every position costs more in wrong
         // guesses of the branch than the positions that it saves.
         if (survivors(sums, limit) == 0) {
@@ -105,7 +104,9 @@ namespace orvix {
 const bool avx2FilterBuilt = false;
 
 // Never called then; there for the linker.
-int filterRowsAvx2(const RowFilter&, const FilterPlanes&, int, int, int*) { return 0; }
+int filterRowsAvx2(const RowFilter&, const FilterPlanes&, int, int, int*) {
+    return 0;
+}
 
 }  // namespace orvix
 

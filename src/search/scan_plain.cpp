@@ -70,7 +70,9 @@ bool ScanQuery::typeSpecific() const {
     return letter != 'A' && letter != 'G' && letter != 'P';
 }
 
-double ScanQuery::similarity(char query, char row) const { return lookUp(blosum, query, row); }
+double ScanQuery::similarity(char query, char row) const {
+    return lookUp(blosum, query, row);
+}
 
 ScanHits scanPlain(const ScanQuery& query, const DB& db, std::span<const ProteinBlock> blocks) {
     const char letter = query.centreLetter();

@@ -72,15 +72,14 @@ ScanTables makeScanTables(const ScanQuery& query, const DatabasePlanes& planes) 
         }
     }
     for (std::size_t code = 0; code < letterCodes; ++code) {
-        tables.nextAllowed[code] =
-            !prolineNext || (code < letters.size() && letters[code] == 'P');
+        tables.nextAllowed[code] = !prolineNext || (code < letters.size() && letters[code] == 'P');
     }
     return tables;
 }
 
 FilterBuilder::FilterBuilder(const ScanTables& tables, const DatabasePlanes& planes,
                              bool unitTables)
-    : tables_(tables), unitTables_(unitTables) {
+    : unitTables_(unitTables) {
     const int h = planes.halfWidth();
     const std::vector<int> slots = slotsInUse(planes);
     const std::size_t letters = planes.letters().size();
@@ -189,8 +188,7 @@ void FilterBuilder::scale() {
         for (std::size_t code = 0; code < letterCodes; ++code) {
             const std::uint8_t units =
                 here.forbidden[code] ? tooFar : wholeUnits(here.letter[code], perUnit);
-            std::uint8_t* const half =
-                code < 16 ? position.lowLetters : position.highLetters;
+            std::uint8_t* const half = code < 16 ? position.lowLetters : position.highLetters;
             half[code % 16] = units;
             half[code % 16 + 16] = units;
         }

@@ -10,8 +10,8 @@
 
 namespace orvix {
 
-/// The maps of a query as flat tables, by window position (offset + halfWidth), and by slot of a box
-/// or code of a letter.
+/// The maps of a query as flat tables, by window position (offset + halfWidth), and by slot of a
+/// box or code of a letter.
 struct ScanTables {
     int positions = 0;
     /// (double)weight * value of the box: the product that the score adds, unrounded.
@@ -50,7 +50,6 @@ class FilterBuilder {
     void scale();
     void scaleUnits();
 
-    const ScanTables& tables_;
     bool unitTables_;
     RowFilter filter_{};
     UnitTables units_{};

@@ -117,8 +117,8 @@ struct SearchContext::Data {
         RankedRows keys;
         keys.reserve(rows.size());
         for (std::size_t k = 0; k < rows.size(); ++k) {
-            const double key = distances[k] / (run.alignLen * 6.0) /
-                               static_cast<double>(scored[k].first);
+            const double key =
+                distances[k] / (run.alignLen * 6.0) / static_cast<double>(scored[k].first);
             if (scored[k].first > 0.0F && !std::isnan(key)) {
                 keys.emplace_back(key, rows[k]);
             }
@@ -156,9 +156,8 @@ struct SearchContext::Data {
             result.score.push_back(key);
             result.index.push_back(row);
             if (!run.noVerb) {
-                result.verboseText +=
-                    matchLine(*run.db, row, static_cast<int>(result.index.size()), key,
-                              static_cast<double>(rawScore[row]), "");
+                result.verboseText += matchLine(*run.db, row, static_cast<int>(result.index.size()),
+                                                key, static_cast<double>(rawScore[row]), "");
             }
         }
         result.matches = asMap(ranked);
@@ -192,7 +191,10 @@ struct SearchContext::Data {
 SearchContext::SearchContext(const ORVIX& run) {
     const int halfWidth = (run.alignLen - 1) / 2;
     auto data = std::make_unique<Data>(
-        Data{run, halfWidth, run.db != nullptr && halfWidth >= 0 && halfWidth <= maxHalfWidth, {},
+        Data{run,
+             halfWidth,
+             run.db != nullptr && halfWidth >= 0 && halfWidth <= maxHalfWidth,
+             {},
              nullptr});
     if (data->defined) {
         data->blocks = blocksOf(run);

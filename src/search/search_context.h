@@ -38,8 +38,8 @@ class SearchContext {
     std::unique_ptr<const Data> data_;
 };
 
-/// Scans the database for residue `res` and ranks what it found. The result depends on the arguments
-/// alone, and nothing is written but the return value.
+/// Scans the database for residue `res` and ranks what it found. The result depends on the
+/// arguments alone, and nothing is written but the return value.
 TripletResult searchResidue(const SearchContext& context, int res);
 
 }  // namespace orvix

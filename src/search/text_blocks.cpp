@@ -1,11 +1,11 @@
 #include "search/text_blocks.h"
 
-#include <cerrno>
-#include <cstring>
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
 
 namespace orvix {
 
@@ -65,8 +65,7 @@ bool TextBlocks::next(TextBlock& block) {
         length += readInto(text + old, room - old);
         const void* const found = length > old ? memrchr(text + old, '\n', length - old) : nullptr;
         if (found != nullptr && !atEnd_) {
-            block.length_ =
-                static_cast<std::size_t>(static_cast<const char*>(found) - text) + 1;
+            block.length_ = static_cast<std::size_t>(static_cast<const char*>(found) - text) + 1;
             rest_.assign(text + block.length_, text + length);
             return true;
         }

@@ -6,7 +6,8 @@
 
 namespace orvix {
 
-/// Some whole lines, each with its line feed, in memory that may be read a little beyond either end.
+/// Some whole lines, each with its line feed, in memory that may be read a little beyond either
+/// end.
 class TextBlock {
   public:
     /// Bytes readable before the first and behind the last one; they hold anything.

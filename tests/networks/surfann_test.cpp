@@ -179,8 +179,8 @@ TEST(SurfannDeathTest, LevelTwoFailsTheLayerCheckBeforeItsThreads) {
     ANN::ResidueMap input = randomResidues(numbersFrom(1, 40), 32);
     EXPECT_EXIT(net.runANN(input), testing::ExitedWithCode(0),
                 "^ ANN prediction failed with inconsistent data!\n"
-                " inp.size\\(\\): 7 w\\[0\\].size\\(\\): 8\n"
-                " w.size\\(\\): 6 b.size\\(\\): 6\n$");
+                " inp.size\\(\\): 30 w\\[0\\].size\\(\\): 30\n"
+                " w.size\\(\\): 7 b.size\\(\\): 7\n$");
 }
 
 }  // namespace

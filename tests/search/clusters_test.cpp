@@ -1,10 +1,10 @@
+#include <gtest/gtest.h>
+
 #include <map>
 #include <memory>
 #include <random>
 #include <set>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "run/orvix.h"
 #include "search/map_clusters.h"
@@ -33,17 +33,20 @@ class Clusters : public testing::Test {
 TEST_F(Clusters, SeedAndNeighboursInFallingValue) {
     // Around the corner of the grid: rows 17 and 0, columns 17 and 0 are one box apart.
     const auto box = [](int row, int column) { return row * 18 + column; };
-    ASSERT_EQ(find(mapOf({{box(0, 0), 0.5}, {box(17, 0), 0.9}, {box(0, 17), 0.9},
-                          {box(17, 17), 0.3}, {box(1, 1), 0.4}, {box(16, 16), 0.6},
+    ASSERT_EQ(find(mapOf({{box(0, 0), 0.5},
+                          {box(17, 0), 0.9},
+                          {box(0, 17), 0.9},
+                          {box(17, 17), 0.3},
+                          {box(1, 1), 0.4},
+                          {box(16, 16), 0.6},
                           {box(8, 8), 0.8}})),
               1);
     EXPECT_EQ(found_->clusterCount, 1);
     EXPECT_EQ(found_->peakCount, 7);
     EXPECT_DOUBLE_EQ(found_->mapMean, 4.4 / 324);
     // Of two equal values the lower box comes first; the lone peak is in no cluster.
-    EXPECT_EQ(members(*found_, 1),
-              (std::vector<int>{box(0, 17), box(17, 0), box(16, 16), box(0, 0), box(1, 1),
-                                box(17, 17)}));
+    EXPECT_EQ(members(*found_, 1), (std::vector<int>{box(0, 17), box(17, 0), box(16, 16), box(0, 0),
+                                                     box(1, 1), box(17, 17)}));
     EXPECT_DOUBLE_EQ(found_->clusterSum[1], 3.6);
     EXPECT_EQ(found_->boxCluster[box(1, 1)], 1);
     EXPECT_EQ(found_->boxCluster[box(8, 8)], 0);
@@ -54,11 +57,16 @@ TEST_F(Clusters, SeedAndNeighboursInFallingValue) {
 
 TEST_F(Clusters, RadiusIsInclusiveAndNeighboursAreNotFollowed) {
     // On one grid row: 6 boxes away belongs, 7 does not, whatever lies between.
-    ASSERT_EQ(
-        find(mapOf({{0, 0.9}, {1, 0.8}, {2, 0.7}, {3, 0.65}, {5, 0.6}, {6, 0.5}, {7, 0.4}})), 1);
+    ASSERT_EQ(find(mapOf({{0, 0.9}, {1, 0.8}, {2, 0.7}, {3, 0.65}, {5, 0.6}, {6, 0.5}, {7, 0.4}})),
+              1);
     EXPECT_EQ(members(*found_, 1), (std::vector<int>{0, 1, 2, 3, 5, 6}));
     // (3, 5) is less than 6 away, (4, 5) more: sqrt(34) and sqrt(41).
-    ASSERT_EQ(find(mapOf({{0, 0.9}, {1, 0.8}, {2, 0.7}, {3, 0.6}, {4, 0.55}, {3 * 18 + 5, 0.5},
+    ASSERT_EQ(find(mapOf({{0, 0.9},
+                          {1, 0.8},
+                          {2, 0.7},
+                          {3, 0.6},
+                          {4, 0.55},
+                          {3 * 18 + 5, 0.5},
                           {4 * 18 + 5, 0.4}})),
               1);
     EXPECT_EQ(found_->boxCluster[3 * 18 + 5], 1);
@@ -73,10 +81,10 @@ TEST_F(Clusters, PeakWithFourNeighboursIsTakenInByTheNext) {
 }
 
 TEST_F(Clusters, UndoneClusterGivesItsNumberBack) {
-    // The first seed, column 3, takes columns 0..9 within reach. Column 10 sees 4..9 (taken) and 11,
-    // 12: three members, undone. Three rows off, far from all that, stands a sound cluster.
-    std::map<int, double> boxes = {{3, 0.99}, {4, 0.9}, {5, 0.9}, {6, 0.9}, {7, 0.9}, {8, 0.9},
-                                   {9, 0.9}, {10, 0.95}, {11, 0.5}, {12, 0.5}};
+    // The first seed, column 3, takes columns 0..9 within reach. Column 10 sees 4..9 (taken) and
+    // 11, 12: three members, undone. Three rows off, far from all that, stands a sound cluster.
+    std::map<int, double> boxes = {{3, 0.99}, {4, 0.9}, {5, 0.9},   {6, 0.9},  {7, 0.9},
+                                   {8, 0.9},  {9, 0.9}, {10, 0.95}, {11, 0.5}, {12, 0.5}};
     for (int column = 6; column < 12; ++column) {
         boxes[9 * 18 + column] = 0.3;
     }
@@ -128,8 +136,7 @@ TEST_F(Clusters, OtherSizesStayInside) {
 
 TEST_F(Clusters, TheRunForwardsToThis) {
     ORVIX run;
-    std::vector<double> map =
-        mapOf({{0, 0.9}, {1, 0.8}, {2, 0.7}, {5, 0.6}, {6, 0.5}, {7, 0.4}});
+    std::vector<double> map = mapOf({{0, 0.9}, {1, 0.8}, {2, 0.7}, {5, 0.6}, {6, 0.5}, {7, 0.4}});
     EXPECT_EQ(run.getClusterInfo(map, *found_), 1);
     EXPECT_EQ(found_->clusterSize[1], 6);
 }

@@ -1,3 +1,7 @@
+#include "search/db.h"
+
+#include <gtest/gtest.h>
+
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -5,10 +9,7 @@
 #include <sstream>
 #include <string>
 
-#include <gtest/gtest.h>
-
 #include "random_database.h"
-#include "search/db.h"
 #include "search/db_reader.h"
 #include "search/db_text.h"
 #include "search/text_blocks.h"
@@ -38,26 +39,29 @@ void expectSameRows(const DB& a, const DB& b, int rows) {
     }
 }
 
-/// Reads `text` in the plain and in the fast form and compares all rows up to the capacity.
+/// Reads `text` in the plain and in the fast forms and compares all rows up to the capacity.
 void compareForms(const std::string& text, const std::string& exclList, int capacity,
                   int threads = 1) {
     const TextFile file(text);
-    DB plain, fast;
+    DB plain;
     prepare(plain, capacity);
-    prepare(fast, capacity);
-    const orvix::DatabaseReading a =
-        orvix::readDatabasePlain(file.path, exclList, capacity, plain);
-    const orvix::DatabaseReading b =
-        orvix::readDatabase(file.path, exclList, capacity, threads, fast);
-    ASSERT_EQ(a.problem, b.problem);
-    EXPECT_EQ(a.opened, b.opened);
-    if (a.problem.empty()) {
-        EXPECT_EQ(a.rows, b.rows);
-        EXPECT_EQ(a.full, b.full);
-        expectSameRows(plain, fast, a.rows);
-        if (a.rows < capacity) {
-            EXPECT_EQ(fast.resNames[a.rows], '\0');
-            EXPECT_EQ(fast.shifts[a.rows][11], 0.0F);
+    const orvix::DatabaseReading a = orvix::readDatabasePlain(file.path, exclList, capacity, plain);
+    for (orvix::LineReader reader :
+         {orvix::fastLineReader(), orvix::LineReader(orvix::readDatabaseLinePortable)}) {
+        DB fast;
+        prepare(fast, capacity);
+        const orvix::DatabaseReading b =
+            orvix::readDatabase(file.path, exclList, capacity, threads, fast, reader);
+        ASSERT_EQ(a.problem, b.problem);
+        EXPECT_EQ(a.opened, b.opened);
+        if (a.problem.empty()) {
+            EXPECT_EQ(a.rows, b.rows);
+            EXPECT_EQ(a.full, b.full);
+            expectSameRows(plain, fast, a.rows);
+            if (a.rows < capacity) {
+                EXPECT_EQ(fast.resNames[a.rows], '\0');
+                EXPECT_EQ(fast.shifts[a.rows][11], 0.0F);
+            }
         }
     }
 }
@@ -103,8 +107,19 @@ TEST(Database, FastLinesHaveTheBitsOfThePlainForm) {
             digits(random() % 10 == 0 ? 25 : 6);
         }
         if (random() % 200 == 0) {
-            const char* const odd[] = {"nan", "inf", "1e-3", "+5", "0x1p3", ".5", "-.25", "7.",
-                                       "1e40", "1e-44", "-0.0", "16777217", "1.00000017881393432617"};
+            const char* const odd[] = {"nan",
+                                       "inf",
+                                       "1e-3",
+                                       "+5",
+                                       "0x1p3",
+                                       ".5",
+                                       "-.25",
+                                       "7.",
+                                       "1e40",
+                                       "1e-44",
+                                       "-0.0",
+                                       "16777217",
+                                       "1.00000017881393432617"};
             word = odd[random() % 13];
         }
         return word;
@@ -133,17 +148,17 @@ TEST(Database, OddLinesFollowTheRulesOfFormattedInput) {
     // Each line alone: either a row, equal in both forms, or the same problem.
     const std::string numbers = " 1 2 3 4 5 6 7 8 9 10 11 12";
     const std::string lines[] = {
-        "a A5 1 2 3 4" + numbers,           // letter and number in one word
-        "a AB 5 1 2 3 4" + numbers,         // a second letter
-        "a A 5.5 1 2 4" + numbers,          // ".5" is the next field
-        "a A -3 1 2 3 4" + numbers,         // wraps around
+        "a A5 1 2 3 4" + numbers,    // letter and number in one word
+        "a AB 5 1 2 3 4" + numbers,  // a second letter
+        "a A 5.5 1 2 4" + numbers,   // ".5" is the next field
+        "a A -3 1 2 3 4" + numbers,  // wraps around
         "a A +3 1 2 3 4" + numbers,
         "a A 99999999999999999999 1 2 3 4" + numbers,
         "a A 3 1 2 3 4" + numbers.substr(0, numbers.size() - 3),  // 18 fields
         "a A 3 1 2 3 4" + numbers + "x",
         "a A 3 1 2 3 4x" + numbers,
         "a A 3 1,5 2 3 4" + numbers,
-        " # A 3 1 2 3 4" + numbers,         // no comment behind a blank
+        " # A 3 1 2 3 4" + numbers,  // no comment behind a blank
         "a",
         "just some words",
         std::string(29, 's') + " A 3 1 2 3 4" + numbers,
@@ -154,6 +169,19 @@ TEST(Database, OddLinesFollowTheRulesOfFormattedInput) {
         "\xff\xfe A 3 1 2 3 4" + numbers,
         "a \xc3 3 1 2 3 4" + numbers,
         "a A 3 1e 2 3 4" + numbers,
+        "a A 3 1 2 3 4.0" + numbers,  // the box is whole
+        "a A 3 1 2 3 -4" + numbers,
+        "a A 3 . 2 3 4" + numbers,
+        "a A 3 - 2 3 4" + numbers,
+        "a A 3 -. 2 3 4" + numbers,
+        "a A 3 1 -2 -.5 4" + numbers,
+        "a A 3 1-1 2 3 4" + numbers,
+        "a A 3 1.1.1 2 3 4" + numbers,
+        "a A 3 /:1 2 3 4" + numbers,
+        "a A 3 1 2 3 4 1 2 3 4 5 6 7 8 9 10 11 :",
+        "a A 3 -9999999 99999999 -999.999 4" + numbers,
+        "a A 12345678 1 2 3 4" + numbers,
+        "a A 123456789 1 2 3 4" + numbers,
         "a A 3 infinity -nan 3 4" + numbers,
         "a A 3 " + std::string(5000, '1') + " 2 3 4" + numbers,
         "a A 3 1 2 3 4" + numbers + std::string(100000, 'z'),
@@ -164,6 +192,63 @@ TEST(Database, OddLinesFollowTheRulesOfFormattedInput) {
         compareForms(row("x", 'A', 1) + line + "\r\n" + row("y", 'A', 1), "", 10);
         compareForms(line, "", 10);
     }
+}
+
+TEST(Database, DamagedLinesAreReadAlikeOrLeftToThePlainForm) {
+    std::mt19937 random(8);
+    const std::string sound =
+        "1abcA K 12 -57.125 142.5 -65 117 0.5 1 -0.25 0.5 -1.5 2 3 .75 0 0 1. 2";
+    const std::string replacements = " \t\r\v.-+#0159xXeE:/\xff";
+    int taken = 0;
+    for (int round = 0; round < 40000; ++round) {
+        std::string line = sound;
+        for (unsigned changes = random() % 4; changes > 0; --changes) {
+            const std::size_t at = random() % line.size();
+            const char byte =
+                random() % 30 == 0 ? '\0' : replacements[random() % replacements.size()];
+            switch (random() % 3) {
+                case 0:
+                    line[at] = byte;
+                    break;
+                case 1:
+                    line.insert(at, 1, byte);
+                    break;
+                default:
+                    line.erase(at, 1 + random() % 3);
+            }
+        }
+        const std::string buffer =
+            std::string(orvix::lineMargin, '7') + line + "\n" + std::string(orvix::lineMargin, '7');
+        struct Cells {
+            float shifts[12], angles[3];
+            int resid, box;
+            char letter;
+            orvix::DatabaseRow row() { return {shifts, angles, &resid, &box, &letter, {}}; }
+        };
+        Cells plain{};
+        orvix::DatabaseRow plainRow = plain.row();
+        const orvix::LineResult result = orvix::readDatabaseLinePlain(line, plainRow);
+        for (orvix::LineReader reader :
+             {orvix::fastLineReader(), orvix::LineReader(orvix::readDatabaseLinePortable)}) {
+            Cells fast{};
+            orvix::DatabaseRow fastRow = fast.row();
+            const char* const begin = buffer.data() + orvix::lineMargin;
+            const char* const feed = reader(begin, fastRow);
+            if (feed == nullptr) {
+                continue;
+            }
+            ++taken;
+            ASSERT_EQ(result, orvix::LineResult::row) << line;
+            ASSERT_EQ(feed, begin + line.size()) << line;
+            ASSERT_EQ(fastRow.source, plainRow.source) << line;
+            ASSERT_EQ(std::memcmp(fast.shifts, plain.shifts, sizeof plain.shifts), 0) << line;
+            ASSERT_EQ(std::memcmp(fast.angles, plain.angles, sizeof plain.angles), 0) << line;
+            ASSERT_EQ(fast.resid, plain.resid) << line;
+            ASSERT_EQ(fast.box, plain.box) << line;
+            ASSERT_EQ(fast.letter, plain.letter) << line;
+        }
+    }
+    EXPECT_GT(taken, 30000);
 }
 
 TEST(Database, SeveralThreadsReadTheSame) {

@@ -1,13 +1,13 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <random>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "search/database_planes.h"
 #include "search/db.h"
@@ -93,8 +93,9 @@ inline void fillRandom(DB& db, std::mt19937& random, const RandomOptions& option
             residue.source = "s" + std::to_string(protein++);
         }
         residue.number += below(10000) < options.gapShare * 10000 ? below(4) - 1 : 1;
-        residue.letter = options.letters[static_cast<std::size_t>(
-            below(static_cast<int>(options.letters.size())))];
+        residue.letter =
+            options
+                .letters[static_cast<std::size_t>(below(static_cast<int>(options.letters.size())))];
         residue.box = below(options.boxes);
         if (options.strayBoxes && below(20) == 0) {
             residue.box = below(2) == 0 ? -1 - below(1000) : 324 + below(1 << 30);

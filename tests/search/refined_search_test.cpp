@@ -1,3 +1,5 @@
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cmath>
 #include <map>
@@ -5,8 +7,6 @@
 #include <sstream>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "networks/chi1ann.h"
 #include "networks/network_files.h"
@@ -28,12 +28,21 @@ class RefinedSearch : public testing::Test {
         run_.db = new DB;
         sizeDatabase(*run_.db, rows);
         for (int row = 0; row < rows; ++row) {
-            Residue residue{"prot", 'V', row + 5, -0.25F * static_cast<float>(row),
-                            0.25F * static_cast<float>(row), 0.0F, 3};
+            Residue residue{"prot",
+                            'V',
+                            row + 5,
+                            -0.25F * static_cast<float>(row),
+                            0.25F * static_cast<float>(row),
+                            0.0F,
+                            3};
             // g- g+ t na in turn
-            residue.chi1 = row % 4 == 0 ? -60.0F : row % 4 == 1 ? 60.0F : row % 4 == 2 ? 175.0F : 9999.0F;
+            residue.chi1 = row % 4 == 0   ? -60.0F
+                           : row % 4 == 1 ? 60.0F
+                           : row % 4 == 2 ? 175.0F
+                                          : 9999.0F;
             for (std::size_t k = 0; k < 12; ++k) {
-                residue.shifts[k] = 0.125F * static_cast<float>(row % 7) + 0.5F * static_cast<float>(k % 3);
+                residue.shifts[k] =
+                    0.125F * static_cast<float>(row % 7) + 0.5F * static_cast<float>(k % 3);
             }
             setResidue(*run_.db, row, residue);
         }

@@ -1,10 +1,10 @@
+#include <gtest/gtest.h>
+
 #include <bit>
 #include <cmath>
 #include <limits>
 #include <map>
 #include <random>
-
-#include <gtest/gtest.h>
 
 #include "random_database.h"
 #include "search/top_scores.h"
@@ -21,9 +21,7 @@ struct Query {
     std::map<int, std::map<int, double>> maps;
     std::map<char, std::map<char, double>> blosum;
 
-    ScanQuery at(int res, int halfWidth) const {
-        return {res, halfWidth, letters, maps, blosum};
-    }
+    ScanQuery at(int res, int halfWidth) const { return {res, halfWidth, letters, maps, blosum}; }
 };
 
 /// Scores of -4..4 without order; no rows for c, h and X.
@@ -92,7 +90,9 @@ TEST(Scan, FastFormsHaveThePlainResultOnEveryKindOfMap) {
         query.letters[12] = round % 3 == 0 ? 'P' : 'A';
         for (int r = 8; r <= 14; ++r) {
             switch (round % 6) {
-                case 0: query.maps[r] = peakedMap(random, 324, 40); break;
+                case 0:
+                    query.maps[r] = peakedMap(random, 324, 40);
+                    break;
                 case 1:  // zeros everywhere: few distinct scores, many ties
                     for (int box = 0; box < 324; ++box) {
                         query.maps[r][box] = 0.0;
@@ -103,7 +103,9 @@ TEST(Scan, FastFormsHaveThePlainResultOnEveryKindOfMap) {
                         query.maps[r] = peakedMap(random, 324, 60);
                     }
                     break;
-                case 3: query.maps[r] = peakedMap(random, 324, 0); break;
+                case 3:
+                    query.maps[r] = peakedMap(random, 324, 0);
+                    break;
                 case 4:  // no structure at all, and negative scores allowed
                     for (int box = 0; box < 324; ++box) {
                         query.maps[r][box] = static_cast<double>(random()) / 4e9 - 0.7;
@@ -133,8 +135,13 @@ TEST(Scan, FastFormsHaveThePlainResultWithTiesAndTightLists) {
     // Few boxes and letters: scores repeat all the time, and more than a thousand fit at once.
     std::mt19937 random(5);
     DB db;
-    fillRandom(db, random, {.rows = 60000, .longestBlock = 3000, .gapShare = 0.002, .boxes = 40,
-                            .letters = "LLLVAI", .strayBoxes = true});
+    fillRandom(db, random,
+               {.rows = 60000,
+                .longestBlock = 3000,
+                .gapShare = 0.002,
+                .boxes = 40,
+                .letters = "LLLVAI",
+                .strayBoxes = true});
     for (int round = 0; round < 6; ++round) {
         Query query;
         query.blosum = randomSimilarities(random);
@@ -186,8 +193,9 @@ TEST(Scan, RulesByHand) {
     const std::string letters = "LVLLVLALLP";
     const int numbers[] = {1, 2, 3, 4, 6, 7, 1, 2, 3, 4};
     for (int row = 0; row < 10; ++row) {
-        setResidue(db, row, {row < 6 ? "one" : "two", letters[static_cast<std::size_t>(row)],
-                             numbers[row], 0, 0, 0, row == 8 ? 5 : 7});
+        setResidue(db, row,
+                   {row < 6 ? "one" : "two", letters[static_cast<std::size_t>(row)], numbers[row],
+                    0, 0, 0, row == 8 ? 5 : 7});
     }
     Query query;
     query.letters = {{1, 'V'}, {2, 'L'}, {3, 'V'}};
@@ -197,8 +205,8 @@ TEST(Scan, RulesByHand) {
     query.maps[2][7] = 0.5;
     query.maps[2][5] = 0.75;
     const ScanHits hits = compareAll(query, 2, 1, db, "by hand");
-    // Rows 1 and 2 (7, 7, 7) tie, and the later row has the score. Rows 3 and 4 touch the gap, row 7
-    // has 0.81 * 0.25 + 0.5 like those before it, row 8 stands before P.
+    // Rows 1 and 2 (7, 7, 7) tie, and the later row has the score. Rows 3 and 4 touch the gap, row
+    // 7 has 0.81 * 0.25 + 0.5 like those before it, row 8 stands before P.
     const float tie = static_cast<float>(static_cast<double>(0.81F) * 0.25) + 0.5F;
     const float beforeProline = static_cast<float>(
         static_cast<double>(static_cast<float>(static_cast<double>(0.81F) * 0.25) + 0.75F) +
@@ -253,7 +261,8 @@ TEST(TopScores, BehavesLikeACutMap) {
             }
         }
         std::vector<std::pair<float, int>> expected;
-        for (auto it = map.rbegin(); it != map.rend() && expected.size() < static_cast<std::size_t>(limit); ++it) {
+        for (auto it = map.rbegin();
+             it != map.rend() && expected.size() < static_cast<std::size_t>(limit); ++it) {
             expected.emplace_back(static_cast<float>(it->first), it->second);
         }
         EXPECT_EQ(top.descending(), expected) << limit;

@@ -1,8 +1,8 @@
+#include <gtest/gtest.h>
+
 #include <cmath>
 #include <random>
 #include <sstream>
-
-#include <gtest/gtest.h>
 
 #include "random_database.h"
 #include "run/orvix.h"
@@ -48,8 +48,9 @@ class SmallSearch : public Search {
         prepare(rows, query);
         run_.alignLen = 3;
         for (int row = 0; row < rows; ++row) {
-            Residue residue{"prot", 'V', row + 1, -60.0F - static_cast<float>(row),
-                            static_cast<float>(row), 0.0F, 10 + row};
+            Residue residue{
+                "prot", 'V',     row + 1, -60.0F - static_cast<float>(row), static_cast<float>(row),
+                0.0F,   10 + row};
             residue.chi1 = row % 2 == 0 ? 60.0F + static_cast<float>(row) : 9999.0F;
             for (std::size_t atom = 0; atom < 6; ++atom) {
                 residue.shifts[2 * atom] = static_cast<float>(row);
@@ -106,8 +107,8 @@ TEST_F(SmallSearch, RanksByShiftDistanceOverScore) {
     char first[200];
     std::snprintf(first, sizeof first,
                   " %-7d %4d %8.3f %8.3f  %8.3f  %8.3f  %1c%-3d %1c%-3d %1c%-3d %s\n", best, 1,
-                  -60.0 - best, 1.0 * best, expected.begin()->first, 0.5 + 0.03125 * best, 'V', best,
-                  'V', best + 1, 'V', best + 2, "prot");
+                  -60.0 - best, 1.0 * best, expected.begin()->first, 0.5 + 0.03125 * best, 'V',
+                  best, 'V', best + 1, 'V', best + 2, "prot");
     EXPECT_EQ(lines.substr(0, lines.find('\n') + 1), first);
     EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 6);
 }
@@ -203,8 +204,7 @@ TEST(Rerank, FastFormHasTheBitsOfThePlainForm) {
             std::vector<double> distances(rows.size());
             orvix::shiftDistances(query, db, rows, distances);
             for (std::size_t k = 0; k < rows.size(); ++k) {
-                ASSERT_EQ(distances[k],
-                          orvix::shiftDistancePlain(query, db, rows[k], block));
+                ASSERT_EQ(distances[k], orvix::shiftDistancePlain(query, db, rows[k], block));
             }
         }
     }

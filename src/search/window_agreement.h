@@ -15,8 +15,8 @@ struct PredictedAngles {
     bool trusted = false;
 };
 
-/// Whether `rowAngle` lies within `limit` degrees of `predicted` on the circle. An angle above 999.0
-/// on either side never does.
+/// Whether `rowAngle` lies within `limit` degrees of `predicted` on the circle. An angle above
+/// 999.0 on either side never does.
 bool anglesAgree(double predicted, double rowAngle, double limit);
 
 /// Whether the rows around `row` have angles that agree with those of all trusted positions of the

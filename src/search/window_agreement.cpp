@@ -1,4 +1,4 @@
-#include "search/window_test.h"
+#include "search/window_agreement.h"
 
 #include <cmath>
 
