@@ -103,9 +103,15 @@ class Build:
                     "--state", os.path.join(self.state, "secondary"), "--out", self.tables)
 
     def chi1(self):
-        self.script("train_chi1.py", "--database", os.path.join(self.tables, "orvix.tab"),
+        # The fragments to learn from are those of proteins with shifts; chains without are marked by their words.
+        paired = os.path.join(self.work, "paired.tab")
+        with open(os.path.join(self.tables, "orvix.tab")) as rows, open(paired, "w") as out:
+            out.writelines(row for row in rows if not row.startswith("s_"))
+        # chi1.tab is calibrated on the groups that the program itself forms.
+        self.script("train_chi1.py", "--database", paired, "--work", self.work,
                     "--proteins", os.path.join(self.work, "proteins.tsv"),
                     "--labels", os.path.join(self.work, "labels.tsv.gz"),
+                    "--program", os.path.join(os.path.dirname(self.tool), "orvixn"), "--tables", self.tables,
                     "--state", os.path.join(self.state, "chi1"), "--out", self.tables)
 
     def pack(self):

@@ -30,6 +30,7 @@
 
 #include "data_files.h"
 #include "networks/network_input.h"
+#include "networks/phi_psi_input.h"
 #include "run/angles.h"
 #include "run/orvix.h"
 #include "structure/pdb.h"
@@ -47,7 +48,6 @@ using orvix::tool::ScratchDirectory;
 
 constexpr int atomCount = 6;
 constexpr int observedLimit = 24000;  // rows that a run has room for, row 0 unused
-constexpr std::array<const char*, 6> networkAtoms = {"HN", "N", "HA", "C", "CA", "CB"};
 const std::string knownLetters = "ACDEFGHIKLMNPQRSTVWYch";
 
 // ---- the work directory -------------------------------------------------------------------------
@@ -423,33 +423,6 @@ class Triplets {
     std::vector<double> shifts_;
 };
 
-/// The network input of residue `r`, shifts first; empty for a letter without scores.
-std::vector<double> residueInput(ORVIX& run, int r) {
-    std::map<std::string, double> average;
-    const bool averaged = run.missingAt(r) != 0 && run.calcAverageCS_orig(r, average);
-    std::map<std::string, double> known;
-    for (const auto& [key, atom] : run.atomNames) {
-        const double shift = run.shiftMatrix[r - run.firstResid][key - 1];
-        const bool hidden = run.noProton && (atom == "HA" || atom == "HN");
-        if (shift < orvix::missingLimit && !hidden) {
-            const double clipped = run.clipSShift(r, shift, atom);
-            known[atom] = clipped == 0.0 ? 0.001 : clipped;
-        }
-    }
-    const auto scores = run.blosumScaled.find(orvix::baseLetter(run.seqName(r)));
-    std::vector<double> values;
-    if (scores == run.blosumScaled.end()) {
-        return values;
-    }
-    for (const char* atom : networkAtoms) {
-        const auto shift = known.find(atom);
-        values.push_back(shift != known.end() ? shift->second : averaged ? average[atom] : 0.0);
-        values.push_back(shift != known.end() ? 0.0 : 1.0);
-    }
-    values.insert(values.end(), scores->second.begin(), scores->second.end());
-    return values;
-}
-
 int features(const std::vector<std::string>& args) {
     const std::string kind = args.size() > 3 ? args[3] : "full";
     if (args.size() < 3 || (kind == "drop") != (args.size() == 5) ||
@@ -484,8 +457,12 @@ int features(const std::vector<std::string>& args) {
                                               scratch.path(), noProton, change);
         observed.lend(*run, relatives[protein.cluster]);
         PDB structure((work / "ref" / (protein.id + ".pdb")).string());
+        const orvix::ShiftsByResidue shifts = orvix::clippedShifts(*run);
         for (int r = run->firstResid; r <= run->lastResid; ++r) {
-            const std::vector<double> values = residueInput(*run, r);
+            std::vector<double> values = orvix::residueInput(*run, r, shifts);
+            if (values.size() != orvix::residueVectorSize) {
+                values.clear();
+            }
             std::fprintf(list.get(), "%s\t%d\t%s\t%d\t%d\t%.2f\t%.2f\t%.2f\n", protein.id.c_str(),
                          r, run->seqName(r).c_str(), run->missingAt(r), values.empty() ? -1 : rows,
                          static_cast<double>(structure.getPhi(1, r)),

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "networks/network_input.h"
+#include "networks/phi_psi_input.h"
 #include "networks/phi_psi_prior.h"
 #include "networks/phi_psi_table.h"
 #include "networks/surfann.h"
@@ -17,33 +18,6 @@ namespace {
 
 constexpr std::size_t boxCount = 324;
 constexpr int obsRowLimit = 24000;
-
-/// The order of the shift pairs in a network vector.
-constexpr std::array<const char*, 6> networkAtoms = {"HN", "N", "HA", "C", "CA", "CB"};
-
-using ShiftsByAtom = std::map<std::string, double>;
-
-/// Clipped secondary shifts by residue and atom, 9999.0 for the protons with `noProton`.
-std::map<int, ShiftsByAtom> clippedShifts(ORVIX& run) {
-    std::map<int, ShiftsByAtom> shifts;
-    for (auto& [number, row] : run.adjCSTable.entries) {
-        std::string atom = row["ATOMNAME"];
-        if (atom == "H") {
-            atom = "HN";
-        }
-        const int residue = orvix::textToInt(row["RESID"]);
-        double shift = run.clipSShift(residue, orvix::textToDouble(row["SHIFT"]), atom);
-        // An exact 0.0 would read as "no shift" further on.
-        if (shift == 0.0) {
-            shift = 0.001;
-        }
-        if (run.noProton && (atom == "HA" || atom == "HN")) {
-            shift = orvix::missingValue;
-        }
-        shifts[residue][atom] = shift;
-    }
-    return shifts;
-}
 
 /// Loads the observed triplets into the arrays that the averaging scans.
 void loadObservedTriplets(ORVIX& run) {
@@ -90,27 +64,10 @@ void loadObservedTriplets(ORVIX& run) {
 }
 
 /// Fills `annInput` for the residues in range.
-void prepareNetworkInput(ORVIX& run, const std::map<int, ShiftsByAtom>& shifts) {
-    static const ShiftsByAtom none;
+void prepareNetworkInput(ORVIX& run) {
+    const orvix::ShiftsByResidue shifts = orvix::clippedShifts(run);
     for (int r = run.firstResid; r <= run.lastResid; ++r) {
-        ShiftsByAtom average;
-        const bool averaged = run.missingAt(r) != 0 && run.calcAverageCS_orig(r, average);
-        const auto found = shifts.find(r);
-        const ShiftsByAtom& known = found == shifts.end() ? none : found->second;
-
-        std::vector<double> vector;
-        vector.reserve(orvix::residueVectorSize);
-        for (const char* atom : networkAtoms) {
-            const auto shift = known.find(atom);
-            const double value = shift == known.end() ? 0.0 : shift->second;
-            const bool present = !(value > orvix::missingLimit);
-            vector.push_back(present ? value : averaged ? average[atom] : 0.0);
-            vector.push_back(present ? 0.0 : 1.0);
-        }
-        const auto scores = run.blosumScaled.find(orvix::baseLetter(run.seqName(r)));
-        if (scores != run.blosumScaled.end()) {
-            vector.insert(vector.end(), scores->second.begin(), scores->second.end());
-        }
+        std::vector<double> vector = orvix::residueInput(run, r, shifts);
         if (vector.size() == orvix::residueVectorSize) {
             run.annInput[r] = std::move(vector);
         }
@@ -184,10 +141,9 @@ const std::vector<double>& chooseMap(const ORVIX& run, int residue, const Window
 }  // namespace
 
 void ORVIX::runABP_Prediction() {
-    const std::map<int, ShiftsByAtom> shifts = clippedShifts(*this);
     loadObservedTriplets(*this);
     std::cout << "Preparing inputs for ANN prediction ..." << std::endl;
-    prepareNetworkInput(*this, shifts);
+    prepareNetworkInput(*this);
     std::cout << (noProton ? "ANN prediction using 13C/15N parameters only ..."
                            : "ANN prediction using standard 1H/13C/15N parameters ...")
               << std::endl;

@@ -27,7 +27,7 @@ class TextBlock {
 class TextBlocks {
   public:
     /// Target size of a block. One line may be longer, up to `longestLine`.
-    static constexpr std::size_t blockSize = std::size_t{1} << 20;
+    static constexpr std::size_t blockSize = std::size_t{1} << 19;
     static constexpr std::size_t longestLine = std::size_t{1} << 24;
 
     /// A path that can't be opened, or that is a directory, leaves isOpen() false.
