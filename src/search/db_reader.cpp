@@ -35,6 +35,14 @@ DatabaseRow cellsOf(DB& db, int row) {
     return cells;
 }
 
+void provideRows(DB& db, int first, int count) {
+    db.shifts.provide(first, count);
+    db.angles.provide(first, count);
+    db.resids.provide(first, count);
+    db.boxes.provide(first, count);
+    db.resNames.provide(first, count);
+}
+
 void clearRow(DB& db, int row) {
     std::fill_n(db.shifts[row], 12, 0.0F);
     std::fill_n(db.angles[row], 3, 0.0F);
@@ -120,7 +128,9 @@ class Reading {
                 if (countFirst) {
                     const LineCount count = countLines(block);
                     nextLine_ += count.lines;
-                    nextRow_ += std::min(count.rows, capacity_ - nextRow_);
+                    const int rows = std::min(count.rows, capacity_ - nextRow_);
+                    provideRows(db_, nextRow_, rows);
+                    nextRow_ += rows;
                     stop_ = stop_ || (nextRow_ == capacity_ && count.rows > 0);
                 }
             }

@@ -39,6 +39,18 @@ class LazyArray {
     }
     void useLargePages() noexcept { preferLargePages(memory_, count_ * sizeof(T)); }
 
+    /// Takes the memory of `count` cells from `first` on, which must still be zero, so that threads
+    /// that write next to each other don't both ask for the same page.
+    void provide(std::ptrdiff_t first, std::ptrdiff_t count) {
+        constexpr auto step = static_cast<std::ptrdiff_t>(4096 / sizeof(T));
+        for (std::ptrdiff_t i = first; i < first + count; i += step) {
+            const_cast<volatile T&>(memory_[i]) = T();
+        }
+        if (count > 0) {
+            const_cast<volatile T&>(memory_[first + count - 1]) = T();
+        }
+    }
+
     std::size_t size() const { return count_; }
     T* data() { return memory_; }
     const T* data() const { return memory_; }
@@ -57,6 +69,9 @@ class LazyRows {
     void reset(std::size_t rows) { cells_.reset(rows * Width); }
     void clear() noexcept { cells_.clear(); }
     void useLargePages() noexcept { cells_.useLargePages(); }
+    void provide(std::ptrdiff_t first, std::ptrdiff_t rows) {
+        cells_.provide(first * Width, rows * Width);
+    }
     std::size_t size() const { return cells_.size() / Width; }
     T* operator[](std::ptrdiff_t row) { return cells_.data() + row * Width; }
     const T* operator[](std::ptrdiff_t row) const { return cells_.data() + row * Width; }
