@@ -75,9 +75,10 @@ int main(int argc, char** argv) {
             argc == 4 ? argv[3] : std::string(directory != nullptr ? directory : ".") + "/tab";
         orvix::SubstitutionScores scores{};
         if (!readScores(tables + "/BLOSUM62.tab", scores)) {
-            return refuse(tables + "/BLOSUM62.tab",
-                          "no table with the 20 rows of BLOSUM62; name the table directory as third "
-                          "argument or set ORVIXN_DIR");
+            return refuse(
+                tables + "/BLOSUM62.tab",
+                "no table with the 20 rows of BLOSUM62; name the table directory as third "
+                "argument or set ORVIXN_DIR");
         }
         wrong = orvix::profileFromAlignment(text, scores, profile);
     } else {

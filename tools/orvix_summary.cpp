@@ -65,7 +65,9 @@ struct Comparison {
     }
 };
 
-bool known(double angle) { return angle < orvix::missingLimit; }
+bool known(double angle) {
+    return angle < orvix::missingLimit;
+}
 
 std::string angleText(double value) {
     char text[32] = "     .";
@@ -97,9 +99,10 @@ void printTotals(const Comparison& total, bool hasReference) {
     }
     const int right = total.compared - total.wrong;
     if (total.compared > 0) {
-        std::printf("Against the reference, Strong and Generous residues: %d compared, %d off by 60 "
-                    "degrees or more;\n",
-                    total.compared, total.wrong);
+        std::printf(
+            "Against the reference, Strong and Generous residues: %d compared, %d off by 60 "
+            "degrees or more;\n",
+            total.compared, total.wrong);
     }
     if (right > 0) {
         std::printf("rmsd of the others: phi %.1f, psi %.1f degrees.\n",
@@ -115,9 +118,10 @@ void printTotals(const Comparison& total, bool hasReference) {
 
 int main(int argc, char** argv) {
     if (argc < 2 || argc > 3) {
-        std::fprintf(stderr,
-                     "Use: orvix-summary DIRECTORY [REFERENCE.pdb]\n"
-                     "Shows the tables pred.tab, predSS.tab, predS2.tab and predChi1.tab of a run.\n");
+        std::fprintf(
+            stderr,
+            "Use: orvix-summary DIRECTORY [REFERENCE.pdb]\n"
+            "Shows the tables pred.tab, predSS.tab, predS2.tab and predChi1.tab of a run.\n");
         return 2;
     }
     const std::filesystem::path directory = argv[1];
@@ -138,10 +142,12 @@ int main(int argc, char** argv) {
         }
     }
 
-    std::printf("          predicted                       reference       off  sec.struct.   S2    "
-                "chi1\n");
-    std::printf(" residue   phi    sd   psi    sd  class      phi    psi         class conf        "
-                "  class  Q   ref\n");
+    std::printf(
+        "          predicted                       reference       off  sec.struct.   S2    "
+        "chi1\n");
+    std::printf(
+        " residue   phi    sd   psi    sd  class      phi    psi         class conf        "
+        "  class  Q   ref\n");
     Comparison total;
     for (const auto& [residue, row] : summary) {
         const std::string letter = cell(row, "RESNAME"), word = cell(row, "CLASS");
@@ -175,8 +181,8 @@ int main(int argc, char** argv) {
         if (const Row& chi1 = rowAt(rotamers, residue); !chi1.empty()) {
             const std::string called = cell(chi1, "CLASS");
             const std::string truth = referenceRotamer(referenceChi1, letter);
-            const double best = std::max({number(chi1, "Q_Gm"), number(chi1, "Q_Gp"),
-                                          number(chi1, "Q_T")});
+            const double best =
+                std::max({number(chi1, "Q_Gm"), number(chi1, "Q_Gp"), number(chi1, "Q_T")});
             std::printf("   %-3s %4.2f  %s", called.c_str(), best, truth.c_str());
             if (called != "na" && truth != ".") {
                 ++total.chi1Compared;

@@ -20,8 +20,8 @@ struct SequenceProfile {
 
 enum class CheckFileStatus {
     ok,
-    cannotOpen,   ///< no such file, not readable, a directory
-    badLength,    ///< the length field is cut off or outside 0..1279
+    cannotOpen,  ///< no such file, not readable, a directory
+    badLength,   ///< the length field is cut off or outside 0..1279
 };
 
 /// Reads a check file: a 32-bit length, that many letters, then rows of 20 doubles in the order of

@@ -102,21 +102,20 @@ void CHI1ANN::applyVecAverage(std::vector<double>& a, std::vector<double>& b,
 
 void CHI1ANN::loadWeights() {
     loadedFromFiles = true;
-    const std::string base = annDir + slashChar + annName;
-    loadWeightBias3(base + ".level1.WI.tab", level1WI[0], level1BI[0], level1WI[1], level1BI[1],
-                    level1WI[2], level1BI[2], inputSize1, inputSize1);
-    loadWeightBias3(base + ".level1.WL1.tab", level1WL1[0], level1BL1[0], level1WL1[1],
-                    level1BL1[1], level1WL1[2], level1BL1[2], hiddenSize1, inputSize1);
-    loadWeightBias3(base + ".level1.WL2.tab", level1WL2[0], level1BL2[0], level1WL2[1],
-                    level1BL2[1], level1WL2[2], level1BL2[2], outputSize1, hiddenSize1);
+    orvix::forEachLayerFile(*this, 1, ".tab",
+                            [this](const std::string& file, orvix::WeightRows* w,
+                                   std::vector<double>* b, int rows, int cols) {
+                                loadWeightBias3(file, w[0], b[0], w[1], b[1], w[2], b[2], rows,
+                                                cols);
+                            });
     chi1Loaded = true;
 }
 
 void CHI1ANN::loadWeights1() {
-    const std::string base = annDir + slashChar + annName;
-    loadWeightBias1(base + ".level1.WI.bin", level1WI[0], level1BI[0], inputSize1, inputSize1);
-    loadWeightBias1(base + ".level1.WL1.bin", level1WL1[0], level1BL1[0], hiddenSize1, inputSize1);
-    loadWeightBias1(base + ".level1.WL2.bin", level1WL2[0], level1BL2[0], outputSize1, hiddenSize1);
+    orvix::forEachLayerFile(
+        *this, 1, ".bin",
+        [this](const std::string& file, orvix::WeightRows* w, std::vector<double>* b, int rows,
+               int cols) { loadWeightBias1(file, w[0], b[0], rows, cols); });
 }
 
 void CHI1ANN::loadWeightBias3(const std::string& file, std::map<int, std::vector<double>>& w0,

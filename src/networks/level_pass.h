@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "networks/ann.h"
@@ -26,5 +28,14 @@ EnsembleOutput evaluateLevel(std::span<const MemberWeights> members, const ANN::
 /// Nothing if the lengths differ.
 void appendPlainMean(std::span<const double> a, std::span<const double> b,
                      std::span<const double> c, std::vector<double>& out);
+
+/// What loads one layer: path, weights and biases by member, rows and columns of a member.
+using LayerLoader = std::function<void(const std::string& path, WeightRows* weights,
+                                       std::vector<double>* biases, int rows, int columns)>;
+
+/// Calls `load` for the layer files of a network in their order (WI, WL1, WL2 of level 1, then,
+/// with two `levels`, of level 2), named with `extension`: ".tab" or ".bin".
+void forEachLayerFile(ANN& network, int levels, const std::string& extension,
+                      const LayerLoader& load);
 
 }  // namespace orvix

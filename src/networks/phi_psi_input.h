@@ -15,9 +15,9 @@ using ShiftsByResidue = std::map<int, std::map<std::string, double>>;
 /// ignores them.
 ShiftsByResidue clippedShifts(ORVIX& run);
 
-/// The network input of a residue: six pairs of value and flag (1.0 for a shift that is missing, its
-/// value then the average over observed triplets, 0.0 without one) in the order HN, N, HA, C, CA, CB,
-/// then its 20 scaled substitution scores. Shorter for a letter without scores.
+/// The network input of a residue: six pairs of value and flag (1.0 for a shift that is missing,
+/// its value then the average over observed triplets, 0.0 without one) in the order HN, N, HA, C,
+/// CA, CB, then its 20 scaled substitution scores. Shorter for a letter without scores.
 std::vector<double> residueInput(ORVIX& run, int residue, const ShiftsByResidue& shifts);
 
 }  // namespace orvix

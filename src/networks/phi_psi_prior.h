@@ -8,7 +8,8 @@ namespace orvix {
 /// of the phi/psi plane; index = phi bin * 18 + psi bin, bins counted from -180 degrees.
 extern const std::array<double, 324> phiPsiDensity;
 
-/// The factor by which a raw network map is weighted: the square root of the density, at least 0.03.
+/// The factor by which a raw network map is weighted: the square root of the density, at least
+/// 0.03.
 std::array<double, 324> phiPsiPrior();
 
 }  // namespace orvix

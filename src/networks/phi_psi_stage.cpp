@@ -50,9 +50,8 @@ void loadObservedTriplets(ORVIX& run) {
         if (number < 1 || number >= obsRowLimit) {
             continue;
         }
-        const bool excluded =
-            !run.exclList.empty() &&
-            run.exclList.find(cell(row, "SOURCE").get()) != std::string::npos;
+        const bool excluded = !run.exclList.empty() &&
+                              run.exclList.find(cell(row, "SOURCE").get()) != std::string::npos;
         for (std::size_t j = 0; j < columns.size(); ++j) {
             run.obsShift[number][j] =
                 excluded ? 99.0 : orvix::textToDouble(cell(row, columns[j]).get());
@@ -115,8 +114,8 @@ WindowCount missingInWindow(const ORVIX& run, int residue) {
 const std::vector<double>& chooseMap(const ORVIX& run, int residue, const WindowCount& missing) {
     static const std::vector<double> zeros(boxCount, 0.0);
     static const std::vector<double> none;
-    const auto mapOf = [residue](const std::map<int, std::vector<double>>& maps)
-        -> const std::vector<double>& {
+    const auto mapOf =
+        [residue](const std::map<int, std::vector<double>>& maps) -> const std::vector<double>& {
         const auto found = maps.find(residue);
         return found == maps.end() ? none : found->second;
     };

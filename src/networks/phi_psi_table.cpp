@@ -20,14 +20,13 @@ void appendNumber(std::string& text, const char* format, int value) {
 }  // namespace
 
 std::string phiPsiTableHeader(const std::string& title) {
-    std::string text =
-        "REMARK  Neural network predicted 2D Phi/Psi distribution map for " + title +
-        "\n\n"
-        "REMARK  Ramachandran map is grouped into 18x18 Phi/Psi boxes\n"
-        "REMARK  Q_k: predicted likelihood of a residue residing in the k-th box\n"
-        "\n"
-        "REMARK  Phi/Psi box index matrix\n"
-        "REMARK    PHI:       ";
+    std::string text = "REMARK  Neural network predicted 2D Phi/Psi distribution map for " + title +
+                       "\n\n"
+                       "REMARK  Ramachandran map is grouped into 18x18 Phi/Psi boxes\n"
+                       "REMARK  Q_k: predicted likelihood of a residue residing in the k-th box\n"
+                       "\n"
+                       "REMARK  Phi/Psi box index matrix\n"
+                       "REMARK    PHI:       ";
     for (int phi = 0; phi < binCount; ++phi) {
         appendNumber(text, "%4d ", -180 + 20 * phi);
     }

@@ -8,11 +8,11 @@ namespace orvix {
 /// The columns of a residue in the phi/psi map table in front of its 324 box values.
 struct PhiPsiTableRow {
     int residue = 0;
-    std::string name;        ///< one letter
-    int windowShifts = 0;    ///< shifts known in the window of five residues
-    int residueShifts = 0;   ///< shifts known at the residue
+    std::string name;       ///< one letter
+    int windowShifts = 0;   ///< shifts known in the window of five residues
+    int residueShifts = 0;  ///< shifts known at the residue
     int clusterCount = 0;
-    double firstShare = 0.0; ///< share of the first cluster
+    double firstShare = 0.0;  ///< share of the first cluster
 };
 
 /// Remarks, column names and formats of the phi/psi map table.

@@ -141,7 +141,9 @@ std::string readFasta(std::string_view text, Alignment& alignment) {
     return {};
 }
 
-bool isGap(char c) { return c == '-' || c == '.' || c == '*'; }
+bool isGap(char c) {
+    return c == '-' || c == '.' || c == '*';
+}
 
 }  // namespace
 
@@ -262,8 +264,7 @@ std::string profileFromAlignment(std::string_view text, const SubstitutionScores
             row = background;  // a column of unknown letters alone
         }
         scaleToOne(row);
-        profile.sequence +=
-            static_cast<char>(std::toupper(static_cast<unsigned char>(query[c])));
+        profile.sequence += static_cast<char>(std::toupper(static_cast<unsigned char>(query[c])));
         profile.rows.push_back(row);
     }
     return {};

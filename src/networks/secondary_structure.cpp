@@ -20,7 +20,9 @@ ClassCall callClass(const ClassValues& values, std::string_view letters) {
     return call;
 }
 
-double shownConfidence(double confidence) { return confidence >= 1.0 ? 0.9999 : confidence; }
+double shownConfidence(double confidence) {
+    return confidence >= 1.0 ? 0.9999 : confidence;
+}
 
 void ClassBlocks::add(const std::string& residue, const std::string& letter, double confidence) {
     residues_ += residue;
@@ -37,7 +39,9 @@ void ClassBlocks::add(const std::string& residue, const std::string& letter, dou
     }
 }
 
-std::string ClassBlocks::finish() { return text_ + beforeLast_ + block(); }
+std::string ClassBlocks::finish() {
+    return text_ + beforeLast_ + block();
+}
 
 std::string ClassBlocks::block() {
     std::string lines = "DATA SEQUENCE     " + residues_ + "\nDATA PREDICTED_SS " + letters_ +

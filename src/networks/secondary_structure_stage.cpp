@@ -26,8 +26,10 @@ const ClassValues& valuesAt(const ValuesByResidue& values, int residue) {
 ValuesByResidue runShiftNetwork(const ORVIX& run, const char* name, int inputCode,
                                 std::map<int, std::vector<double>> input) {
     const bool five = inputCode == 5;
-    ANN network(five ? 164 : inputCode == 0 ? 96 : 84, five ? 40 : 20, 3, five ? 19 : 9, 6, 3,
-                run.tabDir, name);
+    ANN network(five             ? 164
+                : inputCode == 0 ? 96
+                                 : 84,
+                five ? 40 : 20, 3, five ? 19 : 9, 6, 3, run.tabDir, name);
     network.set_input_code(inputCode);
     network.runANN(input);
     return std::move(network.level2Output);
@@ -78,13 +80,13 @@ bool isChainEnd(const ORVIX& run, int residue) {
 }
 
 std::string tableHeader(const ORVIX& run) {
-    std::string text =
-        "REMARK Secondary Structure Prediction for Chemical Shift Input " + run.inTitle +
-        "\n \n"
-        "REMARK     H-Helix    E-Strand   L-Coil (Chemical shift based)\n"
-        "REMARK     h-Helix    e-Strand   c-Coil (Sequence based)\n"
-        " \n"
-        "REMARK Reference:\n";
+    std::string text = "REMARK Secondary Structure Prediction for Chemical Shift Input " +
+                       run.inTitle +
+                       "\n \n"
+                       "REMARK     H-Helix    E-Strand   L-Coil (Chemical shift based)\n"
+                       "REMARK     h-Helix    e-Strand   c-Coil (Sequence based)\n"
+                       " \n"
+                       "REMARK Reference:\n";
     for (std::string_view line : orvix::citation) {
         text += "REMARK ";
         text.append(line) += '\n';
@@ -100,8 +102,7 @@ void ORVIX::runSS_Prediction() {
     ssCenterResult = runShiftNetwork(*this, "ss.center", 2, annInput);
     ssPrevResult = runShiftNetwork(*this, "ss.prev", 1, annInput);
     ssNextResult = runShiftNetwork(*this, "ss.next", 3, annInput);
-    const ValuesByResidue five =
-        runShiftNetwork(*this, "ss5", 5, orvix::residueFirst(annInput));
+    const ValuesByResidue five = runShiftNetwork(*this, "ss5", 5, orvix::residueFirst(annInput));
 
     std::map<int, std::vector<double>> sequenceInput;
     for (const auto& [residue, letter] : seq) {
@@ -168,10 +169,9 @@ void ORVIX::runSS_Prediction() {
                       call.letter.c_str());
         rows += line;
     }
-    const std::string text =
-        tableHeader(*this) + blocks.finish() +
-        "VARS RESID RESNAME CS_CNT CS_CNT_R2 Q_H Q_E Q_L CONFIDENCE SS_CLASS\n"
-        "FORMAT %4d %1s %2d %2d %8.3f %8.3f %8.3f %4.2f %s\n\n" +
-        rows;
+    const std::string text = tableHeader(*this) + blocks.finish() +
+                             "VARS RESID RESNAME CS_CNT CS_CNT_R2 Q_H Q_E Q_L CONFIDENCE SS_CLASS\n"
+                             "FORMAT %4d %1s %2d %2d %8.3f %8.3f %8.3f %4.2f %s\n\n" +
+                             rows;
     std::fwrite(text.data(), 1, text.size(), out.get());
 }

@@ -85,14 +85,14 @@ void ORVIX::runSeqSS_Prediction() {
                       call.letter.c_str());
         rows += line;
     }
-    const std::string text =
-        "REMARK  Neural network secondary structure prediction for " + inTitle +
-        "\nREMARK  Predictions using amino acid sequence alone\n"
-        "REMARK     h-Helix    e-Strand   c-Coil \n\n"
-        "DATA FIRST_RESID " +
-        std::to_string(first) + "\n\n" + blocks.finish() +
-        "VARS RESID RESNAME Q_H Q_E Q_L CONFIDENCE SS_CLASS\n"
-        "FORMAT %4d %1s %8.3f %8.3f %8.3f %4.2f %s\n\n" +
-        rows;
+    const std::string text = "REMARK  Neural network secondary structure prediction for " +
+                             inTitle +
+                             "\nREMARK  Predictions using amino acid sequence alone\n"
+                             "REMARK     h-Helix    e-Strand   c-Coil \n\n"
+                             "DATA FIRST_RESID " +
+                             std::to_string(first) + "\n\n" + blocks.finish() +
+                             "VARS RESID RESNAME Q_H Q_E Q_L CONFIDENCE SS_CLASS\n"
+                             "FORMAT %4d %1s %8.3f %8.3f %8.3f %4.2f %s\n\n" +
+                             rows;
     std::fwrite(text.data(), 1, text.size(), out.get());
 }

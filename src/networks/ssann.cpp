@@ -80,22 +80,17 @@ void SSANN::setKNOWN_SS(std::map<int, std::vector<double>>& known) {
 
 void SSANN::loadWeights() {
     loadedFromFiles = true;
-    const std::string base = annDir + slashChar + annName;
-    const auto load = [&](const std::string& suffix, std::map<int, std::vector<double>>* w,
-                          std::vector<double>* b, int rows, int cols) {
-        if (order == 3) {
-            loadWeightBias3(base + suffix, w[0], b[0], w[1], b[1], w[2], b[2], rows, cols);
-        } else if (order == 5) {
-            loadWeightBias5(base + suffix, w[0], b[0], w[1], b[1], w[2], b[2], w[3], b[3], w[4],
-                            b[4], rows, cols);
-        }
-    };
-    load(".level1.WI.tab", level1WI, level1BI, inputSize1, inputSize1);
-    load(".level1.WL1.tab", level1WL1, level1BL1, hiddenSize1, inputSize1);
-    load(".level1.WL2.tab", level1WL2, level1BL2, outputSize1, hiddenSize1);
-    load(".level2.WI.tab", level2WI, level2BI, inputSize2, inputSize2);
-    load(".level2.WL1.tab", level2WL1, level2BL1, hiddenSize2, inputSize2);
-    load(".level2.WL2.tab", level2WL2, level2BL2, outputSize2, hiddenSize2);
+    orvix::forEachLayerFile(*this, 2, ".tab",
+                            [this](const std::string& file, orvix::WeightRows* w,
+                                   std::vector<double>* b, int rows, int cols) {
+                                if (order == 3) {
+                                    loadWeightBias3(file, w[0], b[0], w[1], b[1], w[2], b[2], rows,
+                                                    cols);
+                                } else if (order == 5) {
+                                    loadWeightBias5(file, w[0], b[0], w[1], b[1], w[2], b[2], w[3],
+                                                    b[3], w[4], b[4], rows, cols);
+                                }
+                            });
 }
 
 void SSANN::loadWeightBias5(const std::string& file, std::map<int, std::vector<double>>& w0,

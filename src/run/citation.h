@@ -12,8 +12,7 @@ inline constexpr std::string_view versionRemark =
 /// The citation block of the banner and of the result tables: author line, two title lines,
 /// journal line.
 inline constexpr std::array<std::string_view, 4> citation = {
-    " The ORVIX-N developers,",
-    " \"ORVIX-N: protein backbone and sidechain torsion angles from",
+    " The ORVIX-N developers,", " \"ORVIX-N: protein backbone and sidechain torsion angles from",
     " NMR chemical shifts by neural networks and database mining\",",
     " distributed with the program (docs/guide.md)."};
 

@@ -41,18 +41,16 @@ Places placesFromEnvironment() {
 }  // namespace
 
 ORVIX::ORVIX()
-    : argNames{"orvixDir", "orvixNDir", "orvixnDir",   "shiftDir",      "pdbDir",
-               "tabDir",   "predDir",   "in",          "inTitle",       "star",
-               "bmrb",     "auto",      "noauto",      "graph",         "nograph",
-               "ref",      "refTitle",  "pdb",         "sum",           "all",
-               "out",      "homo",      "iso",         "noiso",         "autoproton",
-               "noproton", "proton",    "offset",      "map",           "db",
-               "w",        "rand",      "adj",         "prev",          "next",
-               "limits",   "noautoExcl", "autoExcl",   "excl",          "first",
-               "last",     "thresh",    "count",       "clip",          "noclip",
-               "path",     "nopath",    "nofast",      "verb",          "noverb",
-               "tpct",     "dbpct",     "s2Thresh",    "check",         "blast_check",
-               "seqSS",    "help",      "alignLen",    "len",           "np",
+    : argNames{"orvixDir",    "orvixNDir",    "orvixnDir", "shiftDir", "pdbDir",   "tabDir",
+               "predDir",     "in",           "inTitle",   "star",     "bmrb",     "auto",
+               "noauto",      "graph",        "nograph",   "ref",      "refTitle", "pdb",
+               "sum",         "all",          "out",       "homo",     "iso",      "noiso",
+               "autoproton",  "noproton",     "proton",    "offset",   "map",      "db",
+               "w",           "rand",         "adj",       "prev",     "next",     "limits",
+               "noautoExcl",  "autoExcl",     "excl",      "first",    "last",     "thresh",
+               "count",       "clip",         "noclip",    "path",     "nopath",   "nofast",
+               "verb",        "noverb",       "tpct",      "dbpct",    "s2Thresh", "check",
+               "blast_check", "seqSS",        "help",      "alignLen", "len",      "np",
                "OxiCysCheck", "noOxiCysCheck"},
       atomNames{{1, "N"}, {2, "HA"}, {3, "C"}, {4, "CA"}, {5, "CB"}, {6, "HN"}} {
     const Places places = placesFromEnvironment();
@@ -84,13 +82,27 @@ ORVIX::~ORVIX() {
     }
 }
 
-double ORVIX::getDiff(double a, double b) { return orvix::angleDifference(a, b); }
-double ORVIX::getAVGAngle2(std::vector<double>& v) { return orvix::meanAngle(v); }
-double ORVIX::getSTDAngle(std::vector<double>& v) { return orvix::angleSpread(v); }
-double ORVIX::getAverage(std::vector<double>& v) { return orvix::mean(v); }
-double ORVIX::getSTDev(std::vector<double>& v) { return orvix::sampleDeviation(v); }
-double ORVIX::getConfidence(std::vector<double>& v) { return orvix::classMargin(v); }
-std::string ORVIX::getChi1Rotamer(float chi1) { return std::string(orvix::chi1Rotamer(chi1)); }
+double ORVIX::getDiff(double a, double b) {
+    return orvix::angleDifference(a, b);
+}
+double ORVIX::getAVGAngle2(std::vector<double>& v) {
+    return orvix::meanAngle(v);
+}
+double ORVIX::getSTDAngle(std::vector<double>& v) {
+    return orvix::angleSpread(v);
+}
+double ORVIX::getAverage(std::vector<double>& v) {
+    return orvix::mean(v);
+}
+double ORVIX::getSTDev(std::vector<double>& v) {
+    return orvix::sampleDeviation(v);
+}
+double ORVIX::getConfidence(std::vector<double>& v) {
+    return orvix::classMargin(v);
+}
+std::string ORVIX::getChi1Rotamer(float chi1) {
+    return std::string(orvix::chi1Rotamer(chi1));
+}
 
 const std::string& ORVIX::seqName(int res) const {
     static const std::string none;
@@ -108,4 +120,6 @@ int ORVIX::missingAt(int res) const {
     return found == missingCount.end() ? 0 : found->second;
 }
 
-std::string ORVIX::tablePath(const std::string& name) const { return tabDir + pathSep + name; }
+std::string ORVIX::tablePath(const std::string& name) const {
+    return tabDir + pathSep + name;
+}

@@ -95,23 +95,23 @@ class ORVIX {
     GDB adjCSTable;  ///< the working table of secondary shifts (getResInfo)
     GDB obsCSTable;  ///< observed triplets (runABP_Prediction)
 
-    DB* db = nullptr;                    ///< owned; the database of known proteins
-    int dbProteinCount = 0;              ///< protein blocks of `db`, with the empty block 0
-    std::map<int, int> dbProteinFirst;   ///< block -> first database index
-    std::map<int, int> dbProteinLast;    ///< block -> last database index
+    DB* db = nullptr;                   ///< owned; the database of known proteins
+    int dbProteinCount = 0;             ///< protein blocks of `db`, with the empty block 0
+    std::map<int, int> dbProteinFirst;  ///< block -> first database index
+    std::map<int, int> dbProteinLast;   ///< block -> last database index
     GDB weightTable, homologyTable, randCoilTable, rcAdjTable, rcPrevTable, rcNextTable;
     GDB ssLimitTable, isoAdjTable;
     std::map<std::string, std::map<std::string, double>> isoAdj;  ///< residue -> CA, CB -> ppm
 
-    int firstCSResid = 0;          ///< range of residues with shift rows (getResInfo)
-    int lastCSResid = 0;           ///< "
-    int seqFirstResid = 0;         ///< number of the first sequence letter
+    int firstCSResid = 0;                ///< range of residues with shift rows (getResInfo)
+    int lastCSResid = 0;                 ///< "
+    int seqFirstResid = 0;               ///< number of the first sequence letter
     std::map<int, std::string> seq;      ///< residue -> letter, cysteine state applied
     std::map<int, std::string> seqOrig;  ///< residue -> letter as read
     std::map<int, char> seqChar;         ///< residue in range -> letter
     /// Rows of six secondary shifts by residue - firstResid; column = atom key - 1. Owned.
     double** shiftMatrix = nullptr;
-    int shiftMatrixRows = 0;  ///< rows of `shiftMatrix`
+    int shiftMatrixRows = 0;               ///< rows of `shiftMatrix`
     std::map<int, std::string> atomNames;  ///< 1 N, 2 HA, 3 C, 4 CA, 5 CB, 6 HN
 
     double atomPosWeight[19] = {};  ///< [(position - 1) * 6 + atom key], position 1..3
@@ -127,13 +127,13 @@ class ORVIX {
     std::string blosumLetters1, blosumLetters2;      ///< the two letter orders
     std::map<std::string, std::vector<double>> blosumScaled;  ///< 20 scores * 0.1, letters1 order
     std::map<std::string, std::vector<double>> blosumRaw;     ///< 20 scores, letters2 order
-    std::map<int, int> missingCount;                 ///< residue -> shifts missing of the six
-    int seqLength = 0;                               ///< number of sequence letters
+    std::map<int, int> missingCount;  ///< residue -> shifts missing of the six
+    int seqLength = 0;                ///< number of sequence letters
     std::map<int, std::map<std::string, double>> secShift;  ///< residue -> atom -> reference shift
-    std::map<std::string, double> shiftOffset;       ///< atom -> estimated referencing offset
-    std::map<int, ClusterData> clusters;             ///< residue -> clusters of its map
-    std::map<int, double> annConfidence;             ///< residue -> share of the first cluster
-    std::map<std::string, CHI1ANN*> chi1Nets;        ///< letter -> chi1 network; owned
+    std::map<std::string, double> shiftOffset;  ///< atom -> estimated referencing offset
+    std::map<int, ClusterData> clusters;        ///< residue -> clusters of its map
+    std::map<int, double> annConfidence;        ///< residue -> share of the first cluster
+    std::map<std::string, CHI1ANN*> chi1Nets;   ///< letter -> chi1 network; owned
 
     /// Cell `col` of row `row` of `weightTable`; 9999.0 without that row.
     double getWeight(const std::string& row, const std::string& col);
@@ -214,7 +214,7 @@ class ORVIX {
     void storeTripletResult(int res, const orvix::TripletResult& result);
 
     std::map<int, std::vector<double>> matchPhi, matchPsi;  ///< residue -> degrees
-    std::map<int, std::vector<double>> matchScore;   ///< residue -> ranking key, by rank
+    std::map<int, std::vector<double>> matchScore;          ///< residue -> ranking key, by rank
     std::map<int, std::vector<double>> matchWeight;  ///< residue -> 1.0 for the winning group
     std::map<int, std::vector<double>> matchChi1;    ///< residue -> degrees, best first
     std::map<int, std::map<int, int>> matchIndex;    ///< residue -> rank from 1 -> database index

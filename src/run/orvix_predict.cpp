@@ -67,8 +67,8 @@ void ORVIX::deriveSearchMap() {
             if (found.mapMean == 0.0) {
                 weights[i] = 0.0;
             } else if (!open) {
-                const bool outside = found.boxCluster[i] == 0 ||
-                                     (value - found.mapMean) / found.mapStd < 1.0;
+                const bool outside =
+                    found.boxCluster[i] == 0 || (value - found.mapMean) / found.mapStd < 1.0;
                 weights[i] = outside ? -9.99 : std::min(value, 0.98);
             }
         }
@@ -130,21 +130,20 @@ void ORVIX::orvixPredict() {
     searchPhase = true;
     loadDatabase();
 
-    // First pass. The residues do not depend on each other, so they are searched side by side; their
-    // results are taken over, and their lines printed, in order of residue number.
+    // First pass. The residues do not depend on each other, so they are searched side by side;
+    // their results are taken over, and their lines printed, in order of residue number.
     const std::vector<int> residues = residuesToSearch(*this);
     MatchesByResidue allMatches, allTypeMatches;
     {
         const orvix::SearchContext context(*this);
         std::vector<orvix::TripletResult> results(residues.size());
-        orvix::parallelForDynamic(static_cast<int>(residues.size()), orvix::availableThreads(),
-                                  [&](int i) {
-                                      const auto place = static_cast<std::size_t>(i);
-                                      if (checkCSCompleteness(residues[place])) {
-                                          results[place] =
-                                              orvix::searchResidue(context, residues[place]);
-                                      }
-                                  });
+        orvix::parallelForDynamic(
+            static_cast<int>(residues.size()), orvix::availableThreads(), [&](int i) {
+                const auto place = static_cast<std::size_t>(i);
+                if (checkCSCompleteness(residues[place])) {
+                    results[place] = orvix::searchResidue(context, residues[place]);
+                }
+            });
         for (std::size_t i = 0; i < residues.size(); ++i) {
             const int r = residues[i];
             announceResidue(*this, r);

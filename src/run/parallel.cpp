@@ -72,6 +72,8 @@ void parallelForDynamic(int count, int threads, const std::function<void(int)>& 
     });
 }
 
-int availableThreads() { return std::max(1, omp_get_num_procs()); }
+int availableThreads() {
+    return std::max(1, omp_get_num_procs());
+}
 
 }  // namespace orvix

@@ -113,8 +113,7 @@ void ORVIX::init() {
             }
         }
         for (char letter : blosumLetters2) {
-            blosumRaw[name].push_back(
-                orvix::textToDouble(cellText(row, std::string(1, letter))));
+            blosumRaw[name].push_back(orvix::textToDouble(cellText(row, std::string(1, letter))));
         }
     }
     for (const char* unknown : {"x", "X", "?"}) {

@@ -37,7 +37,9 @@ class Options {
     const std::map<std::string, std::string>& values_;
 };
 
-std::string titleOr(const std::string& title) { return title.empty() ? "None" : title; }
+std::string titleOr(const std::string& title) {
+    return title.empty() ? "None" : title;
+}
 
 }  // namespace
 

@@ -112,4 +112,6 @@ void ORVIX::printInfo() {
     std::fwrite(text.data(), 1, text.size(), stderr);
 }
 
-void ORVIX::printSyntax() { orvix::endProcess(-1, usageText); }
+void ORVIX::printSyntax() {
+    orvix::endProcess(-1, usageText);
+}

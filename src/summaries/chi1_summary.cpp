@@ -32,9 +32,8 @@ std::map<std::string, orvix::RotamerCalibration> readCalibration(const std::stri
         for (std::size_t i = 0; i < bins.size(); ++i) {
             // A bin that the table lacks is not known to be 0, and must not pass for it.
             const auto cell = row.find(std::to_string(i));
-            bins[i] = cell == row.end()
-                          ? std::numeric_limits<float>::quiet_NaN()
-                          : static_cast<float>(orvix::textToDouble(cell->second));
+            bins[i] = cell == row.end() ? std::numeric_limits<float>::quiet_NaN()
+                                        : static_cast<float>(orvix::textToDouble(cell->second));
         }
     }
     return calibration;
@@ -92,8 +91,7 @@ void ORVIX::vinaChi1() {
     GDB table;
     addRemarks(table, inTitle, hasReference ? &refTitle : nullptr);
     if (hasReference) {
-        table.VARS_str_parser(
-            "RESID RESNAME CS_COUNT CHI1_OBS  Q_Gm Q_Gp Q_T  CLASS CHI1 DCHI1");
+        table.VARS_str_parser("RESID RESNAME CS_COUNT CHI1_OBS  Q_Gm Q_Gp Q_T  CLASS CHI1 DCHI1");
         table.FORMAT_str_parser(" %4d %s %2d %8.3f %5.3f %5.3f %5.3f  %-2s %6.1f %6.1f");
     } else {
         table.VARS_str_parser("RESID RESNAME CS_COUNT Q_Gm Q_Gp Q_T  CLASS CHI1 DCHI1");

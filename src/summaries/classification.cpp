@@ -41,8 +41,7 @@ Consensus classifyMatches(std::span<const double> phi, std::span<const double> p
             }
             for (std::size_t j = 0; j < n; ++j) {
                 // A missing angle makes the difference 999.0, which is never close.
-                if (assigned[j] >= 1 &&
-                    std::fabs(angleDifference(phi[i], phi[j])) <= attachLimit &&
+                if (assigned[j] >= 1 && std::fabs(angleDifference(phi[i], phi[j])) <= attachLimit &&
                     std::fabs(angleDifference(psi[i], psi[j])) <= attachLimit) {
                     join(i, assigned[j]);
                     break;
@@ -102,9 +101,9 @@ std::string_view classWord(const ClassEvidence& evidence) {
         // A missing angle gives 999.0, whose square is past either limit.
         const double dPhi = angleDifference(evidence.phi, evidence.referencePhi);
         const double dPsi = angleDifference(evidence.psi, evidence.referencePsi);
-        const double limit =
-            phiPsiDensity[static_cast<std::size_t>(evidence.referenceBox)] >= 0.06 ? 3600.0
-                                                                                   : 6400.0;
+        const double limit = phiPsiDensity[static_cast<std::size_t>(evidence.referenceBox)] >= 0.06
+                                 ? 3600.0
+                                 : 6400.0;
         if (dPhi * dPhi + dPsi * dPsi >= limit) {
             word = "Bad";
         }
@@ -119,8 +118,8 @@ int referenceBox(double phi, double psi) {
     if (!(phi <= missingLimit && psi <= missingLimit && phi >= -1e4 && psi >= -1e4)) {
         return 0;
     }
-    const int box = static_cast<int>((phi + 180.0) * 0.05) * 18 +
-                    static_cast<int>((psi + 180.0) * 0.05);
+    const int box =
+        static_cast<int>((phi + 180.0) * 0.05) * 18 + static_cast<int>((psi + 180.0) * 0.05);
     return box >= 0 && box < boxCount ? box : 0;
 }
 

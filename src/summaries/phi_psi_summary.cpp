@@ -120,8 +120,7 @@ void ORVIX::vina() {
         row.residue = r;
         row.name = residueLabel(r);
         row.shiftCount = 18 - missingAt(r - 1) - missingAt(r) - missingAt(r + 1);
-        const bool rim =
-            r == firstResid || r == lastResid || r == firstCSResid || r == lastCSResid;
+        const bool rim = r == firstResid || r == lastResid || r == firstCSResid || r == lastCSResid;
         if (!rim && !(matchPhi[r].empty() && matchPsi[r].empty())) {
             row.phi = getAVGAngle2(matchPhi[r]);
             row.psi = getAVGAngle2(matchPsi[r]);

@@ -22,8 +22,8 @@ RotamerPrediction predictRotamer(const std::map<std::string, std::vector<double>
                                  const RotamerCalibration& calibration, bool valine) {
     const auto binOf = [&scores](const char* word) {
         const auto group = scores.find(word);
-        return static_cast<std::size_t>(
-            group == scores.end() ? scoreBin({}) : scoreBin(group->second));
+        return static_cast<std::size_t>(group == scores.end() ? scoreBin({})
+                                                              : scoreBin(group->second));
     };
     std::size_t plus = binOf("g+"), minus = binOf("g-"), trans = binOf("t");
     if (valine) {

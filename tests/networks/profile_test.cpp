@@ -15,7 +15,9 @@ std::string temporary(const std::string& name) {
     return (std::filesystem::temp_directory_path() / ("orvix_profile_" + name)).string();
 }
 
-std::size_t placeOf(char letter) { return std::string(orvix::profileLetters).find(letter); }
+std::size_t placeOf(char letter) {
+    return std::string(orvix::profileLetters).find(letter);
+}
 
 double total(const std::array<double, 20>& row) {
     return std::accumulate(row.begin(), row.end(), 0.0);
@@ -126,11 +128,12 @@ TEST(SecondaryStructure, CallsAndBlocks) {
         blocks.add("A", i < 25 ? "H" : "E", i == 49 ? 0.9999 : 0.0);
     }
     const std::string ten = "AAAAAAAAAA ";
-    EXPECT_EQ(blocks.finish(), "DATA SEQUENCE     " + ten + ten + ten + ten + ten +
-                                   "\nDATA PREDICTED_SS HHHHHHHHHH HHHHHHHHHH HHHHHEEEEE EEEEEEEEEE "
-                                   "EEEEEEEEEE \nDATA CONFIDENCE   0000000000 0000000000 0000000000 "
-                                   "0000000000 0000000009 \n\n"
-                                   "DATA SEQUENCE     \nDATA PREDICTED_SS \nDATA CONFIDENCE   \n\n");
+    EXPECT_EQ(blocks.finish(),
+              "DATA SEQUENCE     " + ten + ten + ten + ten + ten +
+                  "\nDATA PREDICTED_SS HHHHHHHHHH HHHHHHHHHH HHHHHEEEEE EEEEEEEEEE "
+                  "EEEEEEEEEE \nDATA CONFIDENCE   0000000000 0000000000 0000000000 "
+                  "0000000000 0000000009 \n\n"
+                  "DATA SEQUENCE     \nDATA PREDICTED_SS \nDATA CONFIDENCE   \n\n");
 }
 
 }  // namespace

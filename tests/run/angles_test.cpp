@@ -7,8 +7,12 @@
 
 namespace {
 
-double meanOf(std::vector<double> v) { return orvix::meanAngle(v); }
-double spreadOf(std::vector<double> v) { return orvix::angleSpread(v); }
+double meanOf(std::vector<double> v) {
+    return orvix::meanAngle(v);
+}
+double spreadOf(std::vector<double> v) {
+    return orvix::angleSpread(v);
+}
 
 TEST(Angles, MeanAcrossTheBorder) {
     EXPECT_EQ(meanOf({}), 9999.0);

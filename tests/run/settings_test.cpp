@@ -51,11 +51,13 @@ TEST(Settings, DirectoriesFromEnvironment) {
         const char *directory, *path, *expectedDirectory, *expectedSeparator;
     };
     const std::string keptPath = std::getenv("PATH") ? std::getenv("PATH") : "";
-    const Case cases[] = {
-        {"/opt/orvixn", "/bin", "/opt/orvixn", "/"}, {"C:\\orvixn", "/bin", "C:\\orvixn", "\\"},
-        {"word", "/bin", ".", ""},                   {nullptr, "/bin", ".", "/"},
-        {nullptr, "C:\\bin", ".", "\\"},             {nullptr, "word", ".", ""},
-        {nullptr, nullptr, ".", "\\"}};
+    const Case cases[] = {{"/opt/orvixn", "/bin", "/opt/orvixn", "/"},
+                          {"C:\\orvixn", "/bin", "C:\\orvixn", "\\"},
+                          {"word", "/bin", ".", ""},
+                          {nullptr, "/bin", ".", "/"},
+                          {nullptr, "C:\\bin", ".", "\\"},
+                          {nullptr, "word", ".", ""},
+                          {nullptr, nullptr, ".", "\\"}};
     for (const Case& c : cases) {
         c.directory != nullptr ? setenv("ORVIXN_DIR", c.directory, 1) : unsetenv("ORVIXN_DIR");
         c.path != nullptr ? setenv("PATH", c.path, 1) : unsetenv("PATH");
@@ -81,7 +83,8 @@ TEST(Settings, FileNames) {
     EXPECT_EQ(run->outBase, "out/result");
     EXPECT_EQ(run->allFile, "out/resultAll.tab");
 
-    run = settled({{"out", "a.b/c"}, {"tabDir", "t"}, {"orvixNDir", "n"}, {"rc", "x"}, {"rand", "y"}});
+    run = settled(
+        {{"out", "a.b/c"}, {"tabDir", "t"}, {"orvixNDir", "n"}, {"rc", "x"}, {"rand", "y"}});
     EXPECT_EQ(run->outBase, "a");
     EXPECT_EQ(run->orvixDir, "n");
     EXPECT_EQ(run->rcAdjFile, "t/rcadj.tab");
@@ -97,19 +100,29 @@ TEST(Settings, NumbersAndSwitches) {
         const char* value;
         double limit;
     };
-    for (const Case& c : {Case{"0.6", 1.0 - 0.6}, {"1.5", 0.4}, {"0", 1.0}, {"x", 1.0}, {"nan", 0.4}}) {
+    for (const Case& c :
+         {Case{"0.6", 1.0 - 0.6}, {"1.5", 0.4}, {"0", 1.0}, {"x", 1.0}, {"nan", 0.4}}) {
         EXPECT_EQ(settled({{"s2Thresh", c.value}})->s2Limit, c.limit) << c.value;
     }
-    auto run = settled({{"count", "0"}, {"first", "first"}, {"np", "2"}, {"nproc", "4"},
-                        {"len", "5"}, {"alignLen", "3"}});
+    auto run = settled({{"count", "0"},
+                        {"first", "first"},
+                        {"np", "2"},
+                        {"nproc", "4"},
+                        {"len", "5"},
+                        {"alignLen", "3"}});
     EXPECT_EQ(run->count, 10);
     EXPECT_EQ(run->firstResid, 0);
     EXPECT_EQ(run->lastResid, 999999);
     EXPECT_EQ(run->nProc, 2);
     EXPECT_EQ(run->alignLen, 3);
 
-    run = settled({{"verb", "verb"}, {"noverb", "noverb"}, {"path", "path"}, {"nopath", "nopath"},
-                   {"proton", "proton"}, {"noproton", "noproton"}, {"noOxiCysCheck", "x"},
+    run = settled({{"verb", "verb"},
+                   {"noverb", "noverb"},
+                   {"path", "path"},
+                   {"nopath", "nopath"},
+                   {"proton", "proton"},
+                   {"noproton", "noproton"},
+                   {"noOxiCysCheck", "x"},
                    {"OxiCysCheck", "x"}});
     EXPECT_FALSE(run->noVerb);
     EXPECT_TRUE(run->noPath);

@@ -45,8 +45,13 @@ TEST(Classification, ConsensusCounts) {
     for (const Case& c : cases) {
         Matches m;
         for (const auto& [times, where] : c.runs) {
-            m.add(times, where == 1 ? -65.0 : where == 2 ? -125.0 : 60.0,
-                  where == 1 ? -45.0 : where == 2 ? 135.0 : 50.0);
+            m.add(times,
+                  where == 1   ? -65.0
+                  : where == 2 ? -125.0
+                               : 60.0,
+                  where == 1   ? -45.0
+                  : where == 2 ? 135.0
+                               : 50.0);
         }
         const orvix::Consensus result = orvix::classifyMatches(m.phi, m.psi, *clusters, 25, 10);
         EXPECT_EQ(result.count, c.count) << c.name;

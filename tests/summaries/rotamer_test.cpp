@@ -1,6 +1,6 @@
-#include "summaries/rotamer_evidence.h"
-
 #include <gtest/gtest.h>
+
+#include "summaries/rotamer_evidence.h"
 
 namespace {
 
