@@ -18,7 +18,7 @@ packages:
 
 # Ratios of the fast kernels to their plain forms at full size; takes some minutes.
 bench: build
-	scripts/bench.sh build/release
+	scripts/bench.sh build/release full
 
 format:
 	git ls-files '*.h' '*.cpp' | xargs clang-format -i

@@ -1,9 +1,15 @@
 #!/bin/sh
-# Runs all benchmarks at full size. Use: scripts/bench.sh <build directory> [options of the programs]
+# Runs all benchmarks: the bits of fast and plain kernels are compared first, then their ratios shown.
+# Use: scripts/bench.sh <build directory> full|small
 set -eu
 build=$1
-shift
+size=$2
 for program in "$build"/bench/*_bench; do
-    echo "== $(basename "$program")"
-    "$program" --full "$@"
+    name=$(basename "$program")
+    echo "== $name"
+    case "$size $name" in
+    "full scan_bench" | "full db_load_bench") "$program" --rows=full ;;
+    "full layer_bench" | "full weights_bench") "$program" --full ;;
+    *) "$program" ;;
+    esac
 done
