@@ -5,15 +5,16 @@
 
 Runs the steps below in order and marks each finished one in WORK/steps, so that a broken-off build goes on where it
 stopped. `--again STEP` runs a step and all after it anew; `--steps` limits the run to some. With no new training
-(`--steps clean,tables,structures,database,triplets,pack`) the whole takes a few minutes.
+(`--steps clean,tables,structures,chains,triplets,features,shifts,database,pack`) the whole takes a few minutes.
 
     clean       dataset.py: cleaned shift tables and labels
     tables      reference_tables.py: small reference tables, scales of the search
     structures  reduced reference structures
     chains      structure_chains.py: chains of known structure without shifts, kinship of all
-    database    orvix.tab
     triplets    orvix_obsCS.tab
     features    network input of all proteins, complete and thinned out
+    shifts      train_shifts.py: shifts computed for the chains without, for database and training
+    database    orvix.tab
     surface     train_surface.py: surf20, surf20_hyb
     secondary   train_secondary.py: ss, ss.center, ss.prev, ss.next, ss5, seqSS, seqSS15
     chi1        train_chi1.py: chi1_* networks, chi1.tab
@@ -94,6 +95,9 @@ class Build:
             kind = ["drop", str(ord(name[-1]))] if name.startswith("drop") else [name]
             self.data("features", self.work, self.tables, name, *kind)
 
+    def shifts(self):
+        self.script("train_shifts.py", self.source, self.work)
+
     def surface(self):
         self.script("train_surface.py", "--work", self.work, "--state", os.path.join(self.state, "surface"),
                     "--out", self.tables)
@@ -103,12 +107,8 @@ class Build:
                     "--state", os.path.join(self.state, "secondary"), "--out", self.tables)
 
     def chi1(self):
-        # The fragments to learn from are those of proteins with shifts; chains without are marked by their words.
-        paired = os.path.join(self.work, "paired.tab")
-        with open(os.path.join(self.tables, "orvix.tab")) as rows, open(paired, "w") as out:
-            out.writelines(row for row in rows if not row.startswith("s_"))
         # chi1.tab is calibrated on the groups that the program itself forms.
-        self.script("train_chi1.py", "--database", paired, "--work", self.work,
+        self.script("train_chi1.py", "--database", os.path.join(self.tables, "orvix.tab"), "--work", self.work,
                     "--proteins", os.path.join(self.work, "proteins.tsv"),
                     "--labels", os.path.join(self.work, "labels.tsv.gz"),
                     "--program", os.path.join(os.path.dirname(self.tool), "orvixn"), "--tables", self.tables,
@@ -151,8 +151,9 @@ class Build:
                       "Backbone and chi1 atoms, numbered as the shift table")
 
 
-STEPS = (("clean", Build.clean), ("tables", Build.tables_), ("structures", Build.structures), ("chains", Build.chains), ("database", Build.database),
-         ("triplets", Build.triplets), ("features", Build.features), ("surface", Build.surface),
+STEPS = (("clean", Build.clean), ("tables", Build.tables_), ("structures", Build.structures), ("chains", Build.chains),
+         ("triplets", Build.triplets), ("features", Build.features), ("shifts", Build.shifts), ("database", Build.database),
+         ("surface", Build.surface),
          ("secondary", Build.secondary), ("chi1", Build.chi1), ("pack", Build.pack), ("examples", Build.examples))
 
 

@@ -155,8 +155,13 @@ int boxOf(double phi, double psi) {
     return orvix::angleBin(phi) * 18 + orvix::angleBin(psi);
 }
 
-/// Rows of chains that have a structure but no shifts; their number.
-int appendChains(const fs::path& path, std::FILE* out) {
+/// How much wider than those of measured shifts the scales of computed shifts are.
+constexpr double computedWidth = 1.3;
+
+/// Rows of chains that have a structure but no measured shifts; their number. Shifts computed from
+/// the structure, where the table has them, get wider scales.
+int appendChains(const fs::path& path, const std::map<char, std::array<double, atomCount>>& scales,
+                 const std::map<int, std::string>& atoms, std::FILE* out) {
     if (!fs::exists(path)) {
         return 0;
     }
@@ -164,9 +169,20 @@ int appendChains(const fs::path& path, std::FILE* out) {
     for (Row& row : readTsv(path)) {
         const double phi = orvix::textToDouble(row["phi"]);
         const double psi = orvix::textToDouble(row["psi"]);
-        std::fprintf(out, "%s %s %s %.1f %.1f %.1f %d 9999 0 9999 0 9999 0 9999 0 9999 0 9999 0\n",
-                     row["source"].c_str(), row["letter"].c_str(), row["resid"].c_str(), phi, psi,
+        std::fprintf(out, "%s %s %s %.1f %.1f %.1f %d", row["source"].c_str(),
+                     row["letter"].c_str(), row["resid"].c_str(), phi, psi,
                      orvix::textToDouble(row["chi1"]), boxOf(phi, psi));
+        const auto scale = scales.find(row["letter"][0]);
+        for (const auto& [key, atom] : atoms) {
+            const std::string shift = row[atom];
+            if (shift.empty() || shift == "." || scale == scales.end()) {
+                std::fprintf(out, " 9999 0");
+            } else {
+                std::fprintf(out, " %.2f %.2f", orvix::textToDouble(shift),
+                             computedWidth * scale->second[static_cast<std::size_t>(key) - 1]);
+            }
+        }
+        std::fputc('\n', out);
         ++rows;
     }
     return rows;
@@ -218,7 +234,9 @@ int database(const std::vector<std::string>& args) {
             ++rows;
         }
     }
-    rows += appendChains(work / "chains.tsv", out.get());
+    const fs::path computed = work / "synthetic" / "chains.tsv";
+    rows += appendChains(fs::exists(computed) ? computed : work / "chains.tsv", scales,
+                         ORVIX().atomNames, out.get());
     out.finish();
     std::cout << rows << " database rows\n";
     return 0;

@@ -9,6 +9,7 @@ never saw: a conditional logit over the three rotamers with one strength for eac
 """
 import argparse
 import concurrent.futures
+import copy
 import csv
 import gzip
 import os
@@ -23,8 +24,9 @@ import networks_common as nc
 LETTERS = "CDEFHIKLMNQRSTVWY"
 REACH, LIMIT, GROUP = 3, 50.0, 10
 SURVIVORS = 101
+COMPUTED_SCALE = 1.47  # scale of a computed shift in the database over the spread of measured around computed ones
 RIDGE = 4.0  # pull of a letter's strengths towards those of all letters
-ANGLE_ERROR = 9.0  # degrees, of the predicted angles that candidates are selected by
+ANGLE_ERROR = 11.0  # degrees, of the predicted angles that candidates are selected by
 
 
 class Database:
@@ -53,9 +55,14 @@ class Database:
         self.letter, self.number, self.source = np.array(letter), np.array(number), np.array(source)
         self.phi, self.psi, self.chi1 = cells[:, 0], cells[:, 1], cells[:, 2]
         self.value, self.scale = cells[:, 3::2], cells[:, 4::2]
-        known = [cluster_of.get(s, (-1, "")) for s in source]
+        # A chain without measured shifts is a cluster of its own, below zero.
+        chain = {}
+        known = [cluster_of.get(s) or (-1 - chain.setdefault(s, len(chain)), "") for s in source]
         self.cluster = np.array([k[0] for k in known])
         self.paired = self.cluster >= 0
+        # As a query, a residue with computed shifts gets the noise that measured ones have around computed ones.
+        noise = np.random.default_rng(17).normal(0, 1, self.value.shape) * self.scale / COMPUTED_SCALE
+        self.query_value = np.where(self.paired[:, None], self.value, self.value + noise)
         self.trusted = self.chi1 < 999
         if trusted is not None:
             self.trusted &= np.array([(k[1], r) in trusted for k, r in zip(known, number)])
@@ -81,7 +88,7 @@ class Database:
             missing = (self.scale[q] == 0) | (self.scale[f] == 0)
             if dropped is not None:
                 missing = missing | dropped[:, j + 1]
-            term = (self.value[f] - self.value[q]) / np.where(missing, 1.0, self.scale[f])
+            term = (self.value[f] - self.query_value[q]) / np.where(missing, 1.0, self.scale[f])
             parts += [self.fixed[f], np.where(missing, 1.5, term).astype(np.float32)]
         return torch.from_numpy(np.concatenate(parts, 1))
 
@@ -117,15 +124,16 @@ def pairs_of(queries, found, per_query, rng):
     return np.concatenate(a).astype(int), np.concatenate(b).astype(int)
 
 
-def train_one(db, args, state, train, held, seed):
-    """One member on (queries, candidate lists); stops on the held ones."""
+def train_one(db, args, state, train, held, seed, first=None):
+    """One member on (queries, candidate lists), from `first` if there is one; stops on the held ones."""
     torch.manual_seed(seed)
-    net = nc.Member(39, 15, 1, drop=0.05)
+    net = copy.deepcopy(first) or nc.Member(39, 15, 1, drop=args.drop)
     # A query of many candidates does not outweigh one of few.
     hq, hf = pairs_of(*held, args.per_query, np.random.default_rng(5))
     held_x, held_y = db.inputs(hq, hf), torch.from_numpy((db.rotamer[hq] != db.rotamer[hf]).astype(np.float32))
-    sq, sf = pairs_of(*train, 4, np.random.default_rng(6))
-    net.standardise_on(db.inputs(sq, sf), floor=0.02)
+    if first is None:
+        sq, sf = pairs_of(*train, 4, np.random.default_rng(6))
+        net.standardise_on(db.inputs(sq, sf), floor=0.02)
 
     def epoch(rng):
         q, f = pairs_of(*train, args.per_query, rng)
@@ -138,7 +146,8 @@ def train_one(db, args, state, train, held, seed):
             yield db.inputs(q[i], f[i], dropped), torch.from_numpy((db.rotamer[q[i]] != db.rotamer[f[i]]).astype(np.float32))
 
     loss_of = lambda model, b: ((model(b[0])[:, 0] - b[1]) ** 2).mean()
-    score = nc.fit(net, state, epoch, loss_of, lambda model: loss_of(model, (held_x, held_y)), args.epochs, args.rate, 0.05,
+    score = nc.fit(net, state, epoch, loss_of, lambda model: loss_of(model, (held_x, held_y)), args.epochs,
+                   args.rate if first is None else args.rate2, 0.02,
                    args.patience, os.path.basename(state), seed)
     net.eval()
     return net, score
@@ -193,7 +202,7 @@ def fold_tables(args, fold_nets):
             if not os.path.lexists(target) and not name.startswith("chi1_"):
                 os.symlink(os.path.abspath(os.path.join(args.tables, name)), target)
         for letter, nets in fold_nets.items():
-            nc.write_level(folder, "chi1_" + letter, 1, [nets[f]] * 3)
+            nc.write_level(folder, "chi1_" + letter, 1, nets[f])
         calibration = os.path.join(folder, "chi1.tab")
         if not os.path.lexists(calibration):
             write_calibration(calibration, {letter: np.zeros(11) for letter in fold_nets})
@@ -204,13 +213,12 @@ def fold_tables(args, fold_nets):
 def program_bins(args, fold_of_cluster, folders, db):
     """Bins of the rotamer groups as the program itself forms them: {letter: (bins, truth)}.
 
-    Every protein is run with the database rows of its cluster left out and the networks that never saw its cluster.
+    Every protein is run with the database rows of its relatives left out and the networks that never saw its cluster.
     """
     with open(args.proteins) as stream:
         proteins = list(csv.DictReader(stream, delimiter="\t"))
-    sources = {}
-    for p in proteins:
-        sources.setdefault(p["cluster30"], []).append(p["source"])
+    with open(os.path.join(args.work, "related.tsv")) as stream:
+        related = {row["id"]: row["sources"] for row in csv.DictReader(stream, delimiter="\t")}
     truth = {(s, n): r for s, n, r, ok in zip(db.source, db.number, db.rotamer, db.trusted) if ok}
 
     def run(p):
@@ -220,7 +228,7 @@ def program_bins(args, fold_of_cluster, folders, db):
             os.makedirs(folder, exist_ok=True)
             table = os.path.abspath(os.path.join(args.work, "tables", p["id"] + ".tab"))
             command = [os.path.abspath(args.program), "-tabDir", os.path.abspath(folders[fold_of_cluster[int(p["cluster30"])] % args.folds]),
-                       "-in", table, "-verb", "-excl", ",".join(sources[p["cluster30"]])]
+                       "-in", table, "-verb", "-excl", related[p["id"]]]
             with open(log + ".part", "w") as out:
                 subprocess.run(command, cwd=folder, stdout=out, stderr=subprocess.DEVNULL, check=False)
             with open(log + ".part", errors="replace") as raw, open(log + ".short", "w") as out:
@@ -312,9 +320,13 @@ def main():
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--epochs", type=int, default=25)
     parser.add_argument("--rate", type=float, default=2e-3)
+    parser.add_argument("--rate2", type=float, default=5e-4, help="rate of the second training, on measured shifts")
+    parser.add_argument("--drop", type=float, default=0.0)
+    parser.add_argument("--first-queries", type=int, default=5000)
     parser.add_argument("--patience", type=int, default=6)
     parser.add_argument("--per-query", type=int, default=24)
     parser.add_argument("--folds", type=int, default=3)
+    parser.add_argument("--pool", type=int, default=12000, help="fragments of one type to choose candidates from")
     args = parser.parse_args()
     os.makedirs(args.state, exist_ok=True)
     os.makedirs(args.out, exist_ok=True)
@@ -330,22 +342,34 @@ def main():
         own = (db.letter == letter) | (db.letter == letter.lower()) if letter in "CH" else db.letter == letter
         pool = np.flatnonzero(own & db.whole & (db.chi1 < 999) & ~excluded)
         queries = pool[db.trusted[pool] & db.paired[pool]]
+        chains = pool[~db.paired[pool]]
+        chains = np.sort(rng.choice(chains, min(len(chains), args.first_queries), replace=False))
+        if len(pool) > args.pool:
+            pool = np.sort(rng.choice(pool, args.pool, replace=False))
         found = candidates(db, queries, pool, rng, ANGLE_ERROR, 0.08, 300)
+        # The first training is on residues with computed shifts, which are ten times as many.
+        first_found = candidates(db, chains, pool, rng, ANGLE_ERROR, 0.08, 300)
+        chains, first_found = chains[[len(f) >= 3 for f in first_found]], [f for f in first_found if len(f) >= 3]
         keep = np.array([len(f) >= 3 for f in found])
         queries, found = queries[keep], [f for f, k in zip(found, keep) if k]
         part = lambda mask: (queries[mask], [f for f, m in zip(found, mask) if m])
         path = lambda suffix: os.path.join(args.state, "chi1_%s%s" % (letter, suffix))
         fold_of = fold[queries]
         seed = args.seed * 10000 + ord(letter) * 10
-        members = [train_one(db, args, path(".m%d" % m), part(fold_of != m), part(fold_of == m), seed + m) for m in range(3)]
+        most = len(chains) * 9 // 10
+        first = [train_one(db, args, path(".first%d" % m), (chains[:most], first_found[:most]),
+                           (chains[most:], first_found[most:]), seed + m)[0] for m in range(3)]
+        members = [train_one(db, args, path(".m%d" % m), part(fold_of != m), part(fold_of == m), seed + m, first[m])
+                   for m in range(3)]
         nc.write_level(args.out, "chi1_" + letter, 1, [m[0] for m in members])
         bins, truth = [], []
         for f in range(args.folds):
             mine, stop = fold_of % args.folds == f, (fold_of % args.folds == (f + 1) % args.folds) & (fold_of < 6)
-            net, _ = train_one(db, args, path(".fold%d" % f), part(~mine & ~stop), part(stop), seed + 5 + f)
-            fold_nets.setdefault(letter, []).append(net)
+            nets = [train_one(db, args, path(".fold%d.m%d" % (f, m)), part(~mine & ~stop), part(stop), seed + 5 + 3 * f + m,
+                              first[m])[0] for m in range(3)]
+            fold_nets.setdefault(letter, []).append(nets)
             for q, fragments in zip(*part(mine)):
-                bins.append(group_bins(db, [net], q, fragments[:SURVIVORS]))
+                bins.append(group_bins(db, nets, q, fragments[:SURVIVORS]))
                 truth.append(int(db.rotamer[q]))
         collected[letter] = (bins, truth)
         nc.log("%s: %d queries, held-out error %s (base %.4f)" % (letter, len(queries), " ".join("%.4f" % m[1] for m in members),

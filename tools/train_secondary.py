@@ -8,6 +8,7 @@ E B strand). Outputs are trained with squared error towards 1 for the class and 
 probabilities; members are averaged by the program with their margins as weights.
 """
 import argparse
+import copy
 import csv
 import gzip
 import os
@@ -122,6 +123,24 @@ class ShiftData:
         return good[:, need].all(1)
 
 
+class ComputedShiftData(ShiftData):
+    """Chains with computed shifts (tools/train_shifts.py): the first training of the networks on shifts."""
+
+    def __init__(self, work):
+        saved = np.load(os.path.join(work, "synthetic", "input.npz"))
+        x = saved["x"]
+        self.count = x.shape[1]
+        self.x = torch.zeros(len(x), self.count + 1, 32)
+        self.x[:, :, 1:12:2] = 1.0
+        self.x[:, : self.count] = torch.from_numpy(x)
+        self.known = self.x[:, :, 1:12:2] == 0
+        self.good = ((~self.known).sum(2) <= 3).numpy()
+        self.good[:, self.count] = False
+        self.first = {"chains": [tuple(c) for c in saved["chains"]]}
+        self.label = torch.from_numpy(saved["ss"].astype(np.int64))
+        self.usable = ~saved["related_to_dev"]
+
+
 def level2_input(code, values, windows, pad):
     """Level 2 windows of class vectors; `values` has a row of zeros at `pad`."""
     x = values[windows]
@@ -156,7 +175,42 @@ def level1_values(data, code, v, members_of, chunk=20000):
     return out
 
 
-def train_shift_network(data, args, name, pool, on_dev):
+def first_member(data, computed, args, name, code, width, hidden, m, seed):
+    """A level 1 member trained on computed shifts; proteins outside of the dev split stop it."""
+    reach = 2 if code == 5 else 1
+    centres, windows = computed.windows(reach)
+    ok = computed.usable[centres]
+    centres, windows = centres[ok], windows[ok]
+    held_centres, held_windows = data.windows(reach)
+    keep = (data.usable & ~data.dev & (data.fold < 6))[held_centres]
+    keep &= data.fits(code, np.zeros(len(held_centres), int), held_windows)
+    held_centres, held_windows = held_centres[keep], held_windows[keep]
+    held = (data.level1_input(code, torch.zeros(len(held_centres), 1, dtype=torch.long), torch.from_numpy(held_windows)),
+            data.label[held_centres], data.weight[held_centres])
+    torch.manual_seed(seed)
+    net = nc.Member(width, hidden, 3)
+    copies = len(computed.x)
+    some = np.random.default_rng(seed).choice(len(centres), 20000, replace=False)
+    net.standardise_on(computed.level1_input(code, torch.zeros(len(some), 1, dtype=torch.long),
+                                             torch.from_numpy(windows[some])), floor=0.02)
+
+    def epoch(rng):
+        order = rng.permutation(len(centres))
+        v = rng.choice(copies, len(order))
+        fit_ok = computed.fits(code, v, windows[order])
+        order, v = order[fit_ok], v[fit_ok]
+        for k in range(0, len(order) - 512, 512):
+            i = order[k:k + 512]
+            x = computed.level1_input(code, torch.from_numpy(v[k:k + 512])[:, None], torch.from_numpy(windows[i]), True)
+            yield x, computed.label[centres[i]], torch.ones(len(i))
+
+    state = os.path.join(args.first_state or args.state, "first.%s.m%d" % (name, m))
+    nc.fit(net, state, epoch, lambda model, b: class_loss(model(b[0]), b), lambda model: class_loss(model(held[0]), held),
+           args.first_epochs, 2e-3, 0.01, args.first_epochs, os.path.basename(state), seed)
+    return net
+
+
+def train_shift_network(data, computed, args, name, pool, on_dev):
     code = SHIFT_NETWORKS[name]
     reach = 2 if code == 5 else 1
     centres, windows = data.windows(reach)
@@ -191,22 +245,22 @@ def train_shift_network(data, args, name, pool, on_dev):
     def level1_of(v, rows, noisy):
         return data.level1_input(code, torch.from_numpy(v)[:, None], windows_t[rows], noisy)
 
-    def level1_member(state, train, held, seed):
-        torch.manual_seed(seed)
-        net = nc.Member(width, hidden, 3, drop=0.1)
+    def level1_member(m, state, train, held, seed):
+        net = copy.deepcopy(first[m])
         rows = np.flatnonzero(train[centres])
-        net.standardise_on(level1_of(np.zeros(len(rows), int), rows, False), floor=0.02)
         return train_one(net, state, rows, np.flatnonzero(held[centres]), level1_of, args.epochs, args.rate, seed)
 
     path = lambda suffix: os.path.join(args.state, name + suffix)
     seed = args.seed * 1000 + 10 * code
     held_of = lambda m: pool & np.isin(data.fold, (2 * m, 2 * m + 1))
-    members = [level1_member(path(".l1.m%d" % m), pool & ~held_of(m), held_of(m), seed + m) for m in range(3)]
+    first = [first_member(data, computed, args, name, code, width, hidden, m, seed + 500 + m) for m in range(3)]
+    members = [level1_member(m, path(".l1.m%d" % m), pool & ~held_of(m), held_of(m), seed + m) for m in range(3)]
     folds = []
     for f in range(args.folds):
         inside = data.fold % args.folds == f
         stop = (data.fold % args.folds == (f + 1) % args.folds) & (data.fold < args.folds)
-        folds.append(([level1_member(path(".fold%d" % f), pool & ~inside & ~stop, pool & stop, seed + 50 + f)], inside & pool))
+        folds.append(([level1_member(m, path(".fold%d.m%d" % (f, m)), pool & ~inside & ~stop, pool & stop,
+                                     seed + 50 + 3 * f + m) for m in range(3)], inside & pool))
     values = [level1_values(data, code, v, folds + [(members, ~pool)]) for v in range(len(data.variants))]
     stacked = torch.stack(values)
 
@@ -516,8 +570,10 @@ def main():
     parser.add_argument("--variants", default="full,noproton,dropA,dropB,dropC,dropD")
     parser.add_argument("--train", choices=["all", "split"], default="all", help="split: leave the dev clusters out and report on them")
     parser.add_argument("--seed", type=int, default=1)
-    parser.add_argument("--epochs", type=int, default=20)
-    parser.add_argument("--rate", type=float, default=1e-3)
+    parser.add_argument("--first-state", default="", help="directory of the states after the first training")
+    parser.add_argument("--first-epochs", type=int, default=6)
+    parser.add_argument("--epochs", type=int, default=12)
+    parser.add_argument("--rate", type=float, default=5e-4)
     parser.add_argument("--patience", type=int, default=6)
     parser.add_argument("--folds", type=int, default=3)
     parser.add_argument("--seq-epochs", type=int, default=10)
@@ -526,11 +582,13 @@ def main():
     parser.add_argument("--plain-share", type=float, default=0.5)
     args = parser.parse_args()
     os.makedirs(args.state, exist_ok=True)
+    os.makedirs(args.first_state or args.state, exist_ok=True)
     if "shift" in args.networks:
         data = ShiftData(args.work, args.variants.split(","), args.seed)
         pool = ~data.dev if args.train == "split" else np.ones(data.count, bool)
         nc.log("%d residues, training on %d" % (data.count, pool.sum()))
-        results = {name: train_shift_network(data, args, name, pool, args.train == "split") for name in SHIFT_NETWORKS}
+        computed = ComputedShiftData(args.work)
+        results = {name: train_shift_network(data, computed, args, name, pool, args.train == "split") for name in SHIFT_NETWORKS}
         if args.train == "split":
             report_combined(data, results)
     if "seqSS" in args.networks:

@@ -5,10 +5,15 @@ The output of a box is trained, after the fixed prior, towards the height of a r
 phi/psi. Squared error makes the map the residue's smoothed posterior density: one high bump when the shifts
 decide, two with their shares when they leave a choice. The prior is divided out of the last layer on writing.
 
+Every member is first trained on chains with computed shifts (tools/train_shifts.py), which are ten times as many,
+and then on the measured ones. The first half does not know any protein that has shifts in the dev split, so both
+kinds of final training (all proteins, or without the dev split) start from the same states.
+
 Stages: level 1 members on folds (for honest level 2 input), level 1 members to ship, level 2 members, hybrid
 members. Every member is a state file of its own, so an interrupted run goes on where it stopped.
 """
 import argparse
+import copy
 import os
 
 import numpy as np
@@ -21,6 +26,7 @@ PRIOR = torch.from_numpy(nc.BOX_PRIOR)
 # HN N HA C CA CB; CA and CB share theirs).
 NOISE = torch.tensor([0.04, 0.25, 0.03, 0.15, 0.15, 0.15])
 OFFSET = torch.tensor([0.02, 0.20, 0.015, 0.12, 0.12, 0.12])
+BOX_ANGLES = np.stack([np.repeat(nc.BOX_CENTRES, 18), np.tile(nc.BOX_CENTRES, 18)])
 PAD_ROW = [0.0] * 20 + [0.0, 1.0] * 6
 
 
@@ -79,6 +85,29 @@ class SurfaceData:
         return x.reshape(len(windows), 160)
 
 
+class ComputedData(SurfaceData):
+    """Chains with computed shifts, in the form of the measured ones: a variant is a differently noisy copy."""
+
+    def __init__(self, work):
+        saved = np.load(os.path.join(work, "synthetic", "input.npz"))
+        x = saved["x"]
+        pad = np.tile(np.array(PAD_ROW, dtype=np.float32), (len(x), 1, 1))
+        x = np.concatenate([x[:, :, 12:] * 10, x[:, :, :12]], 2)
+        self.x = torch.from_numpy(np.concatenate([x, pad], 1))
+        self.known = self.x[:, :, 21::2] == 0
+        self.copies, self.pad = len(x), x.shape[1]
+        self.phi, self.psi = torch.from_numpy(saved["phi"]), torch.from_numpy(saved["psi"])
+        self.chains = [tuple(c) for c in saved["chains"]]
+        self.usable = ~saved["related_to_dev"]
+
+    def windows(self, padded):
+        centres, windows = nc.window_index(self.chains, 2, padded)
+        ok = self.usable[centres]
+        if padded:
+            ok &= (windows[:, 1] >= 0) & (windows[:, 3] >= 0)
+        return centres[ok], np.where(windows[ok] < 0, self.pad, windows[ok])
+
+
 def align(a, b):
     """For each residue of dump a its place in dump b, or -1."""
     place = {(i, r): k for k, (i, r) in enumerate(zip(b["id"], b["resid"]))}
@@ -94,15 +123,46 @@ def bumps(phi, psi, sigma, height):
     return (height * axis(phi)[:, :, None] * axis(psi)[:, None, :]).reshape(len(phi), 324)
 
 
-def surface_loss(q, target, weight):
+def surface_loss(q, target, weight, lift=1.0):
+    """Squared error; `lift` above 1 makes too low cost more than too high, so that second choices stand out."""
     residual = q - target
+    if lift != 1.0:
+        residual = torch.where(residual < 0, lift ** 0.5 * residual, residual)
     # The program clamps at zero: going below it where nothing is expected costs little.
     residual = torch.where((q < 0) & (target < 0.01), 0.2 * residual, residual)
     return (weight[:, None] * residual ** 2).sum() / weight.sum()
 
 
-def train_members(data, args, state, count, train_of, held_of, padded, mix, seed):
-    """Level 1 members; `train_of(m)`/`held_of(m)` select residues, `mix` is the share of each variant."""
+def prepare_member(net, computed, args, state, padded, shares, lift, data, held, held_windows, held_variant, seed):
+    """First training of a level 1 member on computed shifts; `shares` are those of their copies."""
+    centres, windows = computed.windows(padded)
+    windows = torch.from_numpy(windows)
+    shares = np.array(shares) / np.sum(shares)
+    rng = np.random.default_rng(seed)
+    some = rng.choice(len(centres), 20000, replace=False)
+    net.standardise_on(computed.batch(torch.from_numpy(rng.choice(len(shares), 20000, p=shares)), windows[some], False))
+    nn_init_output(net, computed, centres, args)
+
+    def epoch(rng):
+        order = rng.permutation(len(centres))
+        copies = torch.from_numpy(rng.choice(len(shares), len(order), p=shares))
+        for k in range(0, len(order) - args.batch, args.batch):
+            i = order[k:k + args.batch]
+            c = centres[i]
+            yield (computed.batch(copies[k:k + args.batch], windows[i], True),
+                   bumps(computed.phi[c], computed.psi[c], args.sigma, args.height), torch.ones(len(i)))
+
+    def validate(model):
+        q = model(data.batch(torch.from_numpy(held_variant), held_windows, False)).clamp(min=0)
+        return surface_loss(q, bumps(data.phi[held], data.psi[held], args.sigma, args.height), data.weight[held], lift)
+
+    nc.fit(net, state, epoch, lambda model, b: surface_loss(model(b[0]), b[1], b[2], lift), validate, args.first_epochs,
+           args.first_rate, args.decay, args.first_epochs, os.path.basename(state), seed)
+
+
+def train_members(data, args, state, count, train_of, held_of, padded, mix, seed, first, lift=1.0):
+    """Level 1 members; `train_of(m)`/`held_of(m)` select residues, `mix` is the share of each variant, `first` the
+    members that they start from."""
     centres, windows = data.windows(padded)
     windows_t = torch.from_numpy(windows)
     mix = np.array([mix(name) for name in data.variants])
@@ -112,10 +172,7 @@ def train_members(data, args, state, count, train_of, held_of, padded, mix, seed
         train = np.flatnonzero(train_of(m)[centres])
         held = np.flatnonzero(held_of(m)[centres])
         torch.manual_seed(seed + m)
-        net = nc.Member(160, 180, 324, drop=args.drop)
-        some = data.present(np.random.default_rng(8).integers(len(mix), size=len(train)), windows[train])
-        net.standardise_on(data.batch(torch.from_numpy(some), windows_t[train], False))
-        nn_init_output(net, data, centres[train], args)
+        net = copy.deepcopy(first[m])
         held_variant = data.present(np.random.default_rng(7).choice(len(mix), len(held), p=mix), windows[held])
 
         def epoch(rng):
@@ -128,12 +185,12 @@ def train_members(data, args, state, count, train_of, held_of, padded, mix, seed
                        bumps(data.phi[c], data.psi[c], args.sigma, args.height), data.weight[c])
 
         def loss_of(model, batch):
-            return surface_loss(model(batch[0]), batch[1], batch[2])
+            return surface_loss(model(batch[0]), batch[1], batch[2], lift)
 
         def validate(model):
             c = centres[held]
             q = model(data.batch(torch.from_numpy(held_variant), windows_t[held], False))
-            return surface_loss(q.clamp(min=0), bumps(data.phi[c], data.psi[c], args.sigma, args.height), data.weight[c])
+            return surface_loss(q.clamp(min=0), bumps(data.phi[c], data.psi[c], args.sigma, args.height), data.weight[c], lift)
 
         score = nc.fit(net, "%s.m%d" % (state, m), epoch, loss_of, validate, args.epochs, args.rate,
                        args.decay, args.patience, os.path.basename(state) + ".m%d" % m, seed + m)
@@ -172,54 +229,84 @@ def level1_maps(data, variant, members_of_fold):
     return out
 
 
-def train_level2(data, args, state, maps, count, train_of, held_of, mix, seed):
-    """Level 2 members on the five-residue windows of level 1 maps (one tensor per variant)."""
+def gather_maps(maps, windows, variant, i):
+    """Level 2 input: the maps of the five residues of windows i, each from the variant of its sample."""
+    width = maps[0].shape[1]
+    x = torch.empty(len(i), 5 * width)
+    for v in np.unique(variant):
+        k = np.flatnonzero(variant == v)
+        x[k] = maps[v][windows[i[k]]].reshape(len(k), -1)
+    return x
+
+
+def fit_level2(net, state, data, args, maps, centres, windows, variants_of, train, validate, epochs, rate, patience, seed):
+    """Trains one level 2 member on the residues `train` of `data`; variants_of(rng, rows) picks their variants."""
+    weight = getattr(data, "weight", None)
+
+    def epoch(rng):
+        order = rng.permutation(train)
+        variant = variants_of(rng, order)
+        for k in range(0, len(order) - args.batch // 2, args.batch):
+            i = order[k:k + args.batch]
+            c = centres[i]
+            yield (gather_maps(maps, windows, variant[k:k + args.batch], i),
+                   bumps(data.phi[c], data.psi[c], args.sigma, args.height),
+                   torch.ones(len(i)) if weight is None else weight[c])
+
+    return nc.fit(net, state, epoch, lambda model, b: surface_loss(model(b[0]), b[1], b[2], args.lift), validate, epochs,
+                  rate, args.decay2, patience, os.path.basename(state), seed)
+
+
+def train_level2(data, computed, args, first_state, state, maps, computed_maps, count, train_of, held_of, mix, seed):
+    """Level 2 members on the five-residue windows of level 1 maps (one tensor per variant; narrowed to `boxes`)."""
     centres, windows = data.windows(False)
     windows_t = torch.from_numpy(windows)
-    boxes = np.flatnonzero(nc.BOX_SHARE >= args.box_floor)
-    narrow = [m[:, boxes].contiguous() for m in maps]
+    computed_centres, computed_windows = computed.windows(False)
+    computed_windows = torch.from_numpy(computed_windows)
     mix = np.array([mix(name) for name in data.variants])
     mix = mix / mix.sum()
+    width = maps[0].shape[1]
     members = []
     for m in range(count):
         train = np.flatnonzero(train_of(m)[centres])
         held = np.flatnonzero(held_of(m)[centres])
-        torch.manual_seed(seed + m)
-        net = nc.Member(5 * len(boxes), 360, 324, live=args.live, drop=args.drop2)
-        net.standardise_on(narrow[0][windows_t[train]].reshape(len(train), -1), floor=0.004)
-        nn_init_output(net, data, centres[train], args)
         held_variant = data.present(np.random.default_rng(7).choice(len(mix), len(held), p=mix), windows[held])
-
-        def gather(variant, i):
-            x = torch.empty(len(i), 5 * len(boxes))
-            for v in np.unique(variant):
-                k = np.flatnonzero(variant == v)
-                x[k] = narrow[v][windows_t[i[k]]].reshape(len(k), -1)
-            return x
-
-        def epoch(rng):
-            order = rng.permutation(train)
-            variant = data.present(rng.choice(len(mix), len(order), p=mix), windows[order])
-            for k in range(0, len(order) - args.batch // 2, args.batch):
-                i = order[k:k + args.batch]
-                c = centres[i]
-                yield (gather(variant[k:k + args.batch], i), bumps(data.phi[c], data.psi[c], args.sigma, args.height),
-                       data.weight[c])
-
-        def loss_of(model, batch):
-            return surface_loss(model(batch[0]), batch[1], batch[2])
 
         def validate(model):
             c = centres[held]
-            q = torch.cat([model(gather(held_variant[k:k + 2000], held[k:k + 2000])) for k in range(0, len(held), 2000)])
-            return surface_loss(q.clamp(min=0), bumps(data.phi[c], data.psi[c], args.sigma, args.height), data.weight[c])
+            q = torch.cat([model(gather_maps(maps, windows_t, held_variant[k:k + 2000], held[k:k + 2000]))
+                           for k in range(0, len(held), 2000)])
+            return surface_loss(q.clamp(min=0), bumps(data.phi[c], data.psi[c], args.sigma, args.height), data.weight[c],
+                                args.lift)
 
-        score = nc.fit(net, "%s.m%d" % (state, m), epoch, loss_of, validate, args.epochs2, args.rate2,
-                       args.decay2, args.patience, os.path.basename(state) + ".m%d" % m, seed + m)
+        torch.manual_seed(seed + m)
+        net = nc.Member(5 * width, 360, 324, live=args.live, drop=args.drop2)
+        some = np.random.default_rng(3).choice(len(computed_centres), 20000, replace=False)
+        net.standardise_on(computed_maps[0][computed_windows[some]].reshape(len(some), -1), floor=0.004)
+        nn_init_output(net, computed, computed_centres, args)
+        fit_level2(net, "%s.m%d" % (first_state, m), computed, args, computed_maps, computed_centres, computed_windows,
+                   lambda rng, rows: rng.integers(len(computed_maps), size=len(rows)), np.arange(len(computed_centres)),
+                   validate, args.first_epochs2, args.first_rate2, args.first_epochs2, seed + m)
+        score = fit_level2(net, "%s.m%d" % (state, m), data, args, maps, centres, windows_t,
+                           lambda rng, rows: data.present(rng.choice(len(mix), len(rows), p=mix), windows[rows]), train,
+                           validate, args.epochs2, args.rate2, args.patience, seed + m)
         nc.log("%s.m%d held-out %.5f" % (os.path.basename(state), m, score))
         net.eval()
         members.append(net)
-    return members, boxes
+    return members
+
+
+def computed_level1_maps(computed, members, boxes, copy):
+    """Mean level 1 maps of the chains with computed shifts, narrowed to `boxes`; 0 where there is no window."""
+    centres, windows = computed.windows(False)
+    windows = torch.from_numpy(windows)
+    out = torch.zeros(computed.pad + 1, len(boxes))
+    with torch.no_grad():
+        for k in range(0, len(centres), 8192):
+            w = windows[k:k + 8192]
+            x = computed.batch(torch.full((len(w),), copy), w, True)
+            out[centres[k:k + 8192]] = (sum(m(x) for m in members) / len(members))[:, boxes]
+    return out
 
 
 def widen_level2(net, boxes):
@@ -315,8 +402,25 @@ def figures(q, phi, psi):
                                 np.mean(size), np.median(q.max(1))))
 
 
+def coverage(q, phi, psi, share):
+    """Part of wrong angles among the `share` of residues whose maps are most decided."""
+    d = abs(np.arange(18)[:, None] - np.arange(18))
+    d = np.minimum(d, 18 - d)
+    near = (d[:, None, :, None] ** 2 + d[None, :, None, :] ** 2 <= 10).reshape(324, 324).astype(np.float32)
+    mass = q @ near
+    around = q * near[mass.argmax(1)]
+    angles = np.deg2rad(BOX_ANGLES)
+    mean = [np.rad2deg(np.arctan2(around @ np.sin(a), around @ np.cos(a))) for a in angles]
+    df, ds = (mean[0] - phi + 180) % 360 - 180, (mean[1] - psi + 180) % 360 - 180
+    box = np.array([box_of(a, b) for a, b in zip(phi, psi)])
+    wrong = df * df + ds * ds >= np.where(nc.BOX_SHARE[box] >= 0.06, 3600, 6400)
+    best = np.argsort(-mass.max(1) / np.maximum(q.sum(1), 1e-6), kind="stable")[: int(share * len(q))]
+    return wrong[best].mean()
+
+
 def report(data, name, variant, q, centres):
-    nc.log("%s on %s: %s" % (name, variant, figures(q.clamp(min=0).numpy(), data.phi[centres].numpy(), data.psi[centres].numpy())))
+    q, phi, psi = q.clamp(min=0).numpy(), data.phi[centres].numpy(), data.psi[centres].numpy()
+    nc.log("%s on %s: %s | at 90 %% wrong %.4f" % (name, variant, figures(q, phi, psi), coverage(q, phi, psi, 0.9)))
 
 
 def main():
@@ -327,33 +431,40 @@ def main():
     parser.add_argument("--variants", default="full,noproton,dropA,dropB,dropC,dropD")
     parser.add_argument("--train", choices=["all", "split"], default="all", help="split: leave the dev clusters out and report on them")
     parser.add_argument("--only", default="", help="level1, level2 or hybrid alone")
-    parser.add_argument("--folds", type=int, default=3)
-    parser.add_argument("--fold-members", type=int, default=1)
+    parser.add_argument("--folds", type=int, default=4)
     parser.add_argument("--members", type=int, default=3)
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--sigma", type=float, default=22.0)
     parser.add_argument("--height", type=float, default=1.1)
-    parser.add_argument("--epochs", type=int, default=40)
-    parser.add_argument("--epochs2", type=int, default=16)
-    parser.add_argument("--batch", type=int, default=384)
-    parser.add_argument("--rate", type=float, default=1.5e-3)
-    parser.add_argument("--rate2", type=float, default=5e-4)
+    parser.add_argument("--lift", type=float, default=1.5, help="weight of too low against too high, see surface_loss")
+    parser.add_argument("--first-state", default="", help="directory of the states after the first training")
+    parser.add_argument("--first-epochs", type=int, default=16)
+    parser.add_argument("--first-rate", type=float, default=2e-3)
+    parser.add_argument("--first-epochs2", type=int, default=6)
+    parser.add_argument("--first-rate2", type=float, default=1e-3)
+    parser.add_argument("--epochs", type=int, default=12)
+    parser.add_argument("--epochs2", type=int, default=6)
+    parser.add_argument("--batch", type=int, default=256)
+    parser.add_argument("--rate", type=float, default=4e-4)
+    parser.add_argument("--rate2", type=float, default=2e-4)
     parser.add_argument("--decay", type=float, default=0.01)
     parser.add_argument("--decay2", type=float, default=0.05)
-    parser.add_argument("--drop", type=float, default=0.1)
-    parser.add_argument("--drop2", type=float, default=0.2)
+    parser.add_argument("--drop", type=float, default=0.0)
+    parser.add_argument("--drop2", type=float, default=0.05)
     parser.add_argument("--patience", type=int, default=8)
     parser.add_argument("--live", type=int, default=224)
     parser.add_argument("--box-floor", type=float, default=0.0012)
     args = parser.parse_args()
     os.makedirs(args.state, exist_ok=True)
+    os.makedirs(args.first_state or args.state, exist_ok=True)
     data = SurfaceData(args.work, args.variants.split(","), args.seed)
+    computed = ComputedData(args.work)
     pool = ~data.dev if args.train == "split" else np.ones(data.pad, bool)
     dev_centres, dev_windows = data.windows(False)
     keep = data.dev[dev_centres]
     dev_centres, dev_windows = dev_centres[keep], torch.from_numpy(dev_windows[keep])
-    nc.log("%d residues, %d variants, training on %d, dev windows %d"
-           % (data.pad, len(data.variants), pool.sum(), keep.sum()))
+    nc.log("%d residues, %d variants, training on %d, dev windows %d, %d residues with computed shifts"
+           % (data.pad, len(data.variants), pool.sum(), keep.sum(), computed.pad))
 
     def on_dev(name, members):
         if args.train == "split":
@@ -367,16 +478,34 @@ def main():
     train_of = lambda m: pool & ~np.isin(data.fold, (2 * m, 2 * m + 1))
     held_of = lambda m: pool & np.isin(data.fold, (2 * m, 2 * m + 1))
     standard = lambda name: {"full": 3.0, "noproton": 0.0}.get(name, 0.5)
+    heavy = lambda name: {"full": 1.0, "noproton": 2.0}.get(name, 0.8)
     scale = 1.0 / nc.BOX_PRIOR.astype(np.float64)
     path = lambda name: os.path.join(args.state, name)
+    first = lambda name: os.path.join(args.first_state or args.state, name)
+
+    def first_members(name, padded, shares, lift, seed):
+        """Members trained on computed shifts; what stops them are proteins outside of the dev split."""
+        centres, windows = data.windows(padded)
+        held = np.flatnonzero((~data.dev & (data.fold < 6))[centres])
+        members = []
+        for m in range(args.members):
+            torch.manual_seed(seed + m)
+            net = nc.Member(160, 180, 324, drop=args.drop)
+            prepare_member(net, computed, args, first("%s.m%d" % (name, m)), padded, shares, lift, data, centres[held],
+                           torch.from_numpy(windows[held]), np.zeros(len(held), dtype=int), seed + m)
+            members.append(net)
+        return members
 
     if args.only in ("", "level1", "level2"):
-        level1 = train_members(data, args, path("surf20.l1"), args.members, train_of, held_of, False, standard, args.seed * 100)
+        level1_first = first_members("first.l1", False, (2.0, 1.0, 1.0, 0.0), 1.0, args.seed * 100)
+        level1 = train_members(data, args, path("surf20.l1"), args.members, train_of, held_of, False, standard,
+                               args.seed * 100, level1_first)
         on_dev("level 1", level1)
         nc.write_level(args.out, "surf20", 1, level1, scale)
     if args.only in ("", "hybrid"):
-        heavy = lambda name: {"full": 1.0, "noproton": 2.0}.get(name, 0.8)
-        hybrid = train_members(data, args, path("surf20_hyb"), args.members, train_of, held_of, True, heavy, args.seed * 100 + 50)
+        hybrid_first = first_members("first.hyb", True, (1.0, 1.0, 1.0, 2.0), args.lift, args.seed * 100 + 50)
+        hybrid = train_members(data, args, path("surf20_hyb"), args.members, train_of, held_of, True, heavy,
+                               args.seed * 100 + 50, hybrid_first, args.lift)
         on_dev("hybrid", hybrid)
         nc.write_level(args.out, "surf20_hyb", 1, hybrid, scale)
     if args.only in ("", "level2"):
@@ -387,20 +516,22 @@ def main():
             inside = data.fold % args.folds == f
             # Held-out for stopping: one small fold of the others.
             stop = (data.fold % args.folds == (f + 1) % args.folds) & (data.fold < args.folds)
-            of_fold[f] = train_members(data, args, path("surf20.fold%d" % f), args.fold_members,
+            of_fold[f] = train_members(data, args, path("surf20.fold%d" % f), args.members,
                                        lambda m: pool & ~inside & ~stop, lambda m: pool & stop, False, standard,
-                                       args.seed * 100 + 10 * (f + 1))
+                                       args.seed * 100 + 10 * (f + 1), level1_first)
         members_at = lambda row: level1 if not pool[row] else of_fold[data.fold[row] % args.folds]
-        used = [v for v in data.variants if standard(v) > 0]
-        maps = [level1_maps(data, v, members_at) if v in used else torch.zeros(1, 324).expand(data.pad + 1, 324)
-                for v in data.variants]
-        level2, boxes = train_level2(data, args, path("surf20.l2"), maps, args.members, train_of, held_of, standard, args.seed * 100 + 5)
+        boxes = np.flatnonzero(nc.BOX_SHARE >= args.box_floor)
+        maps = [level1_maps(data, v, members_at)[:, boxes].contiguous() if standard(v) > 0
+                else torch.zeros(1, len(boxes)).expand(data.pad + 1, len(boxes)) for v in data.variants]
+        computed_maps = [computed_level1_maps(computed, level1_first, boxes, k) for k in range(3)]
+        level2 = train_level2(data, computed, args, first("first.l2"), path("surf20.l2"), maps, computed_maps,
+                              args.members, train_of, held_of, standard, args.seed * 100 + 5)
         if args.train == "split":
             for v, variant in enumerate(data.variants):
-                if variant in used:
+                if standard(variant) > 0:
                     here = torch.from_numpy(np.flatnonzero(data.has[v][dev_windows.numpy()].all(1)))
                     with torch.no_grad():
-                        x = maps[v][:, boxes][dev_windows[here]].reshape(len(here), -1)
+                        x = maps[v][dev_windows[here]].reshape(len(here), -1)
                         report(data, "level 2", variant, sum(m(x) for m in level2) / len(level2), dev_centres[here.numpy()])
         nc.write_level(args.out, "surf20", 2, [widen_level2(m, boxes) for m in level2], scale)
     nc.log("done")
