@@ -26,7 +26,7 @@ namespace {
 constexpr char finishedMark = 'F';
 constexpr char rejectedMark = 'R';
 constexpr char failedMark = 'E';
-// First byte of a log line that was written to the standard error stream.
+// Stands in front of what was written to the standard error stream.
 constexpr char warningMark = '\x01';
 
 void writeAll(int descriptor, const std::string& text) {
@@ -238,9 +238,12 @@ class LogReader {
 
   private:
     void takeLine(std::string line) {
-        const bool warning = !line.empty() && line[0] == warningMark;
-        line.erase(0, warning ? 1 : 0);
-        log_ += line + '\n';
+        // A warning may come in the middle of a status line.
+        const std::size_t mark = line.find(warningMark);
+        const bool warning = mark != std::string::npos;
+        log_.append(line, 0, mark);
+        line.erase(0, warning ? mark + 1 : 0);
+        log_ += (warning ? line : "") + '\n';
         const auto& tell = warning ? listener_.warning : listener_.status;
         if (tell && line.find_first_not_of(" \t") != std::string::npos) {
             tell(line);

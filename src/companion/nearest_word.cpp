@@ -37,7 +37,8 @@ std::string nearestWord(const std::string& word, const std::vector<std::string>&
     std::size_t least = std::max<std::size_t>(1, word.size() / 3) + 1;
     for (const std::string& candidate : known) {
         // A word that was broken off is near too, however much of it is missing.
-        const bool begun = word.size() >= 3 && candidate.compare(0, word.size(), word) == 0;
+        const bool begun = word.size() >= 3 && candidate.size() > word.size() &&
+                           candidate.compare(0, word.size(), word) == 0;
         const std::size_t distance = begun ? 1 : editDistance(word, candidate);
         if (distance < least) {
             least = distance;

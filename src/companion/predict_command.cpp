@@ -215,11 +215,11 @@ std::string logText(const PredictOptions& options, const RunInput& input, const 
 
 void predict(const PredictOptions& options) {
     const DataDirectory data = findDataDirectory(dataPlaces(options.preparation.dataDirectory));
+    const RunInput input = takeInput(options.file, options.import, options.preparation.title);
+    tellImport(input);
     // Watches from before the first thing that would have to be cleaned up until after the last.
     SignalWatch signals;
     OutputDirectory output(options.directory, options.force);
-    const RunInput input = takeInput(options.file, options.import, options.preparation.title);
-    tellImport(input);
     if (input.imported) {
         std::ostringstream table, report;
         writeShiftTable(*input.imported, table);
