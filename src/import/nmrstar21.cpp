@@ -2,7 +2,6 @@
 #include <map>
 #include <set>
 
-#include "companion/command.h"
 #include "import/sequence_text.h"
 #include "import/shift_file.h"
 #include "import/shift_text.h"
@@ -106,7 +105,13 @@ class Star21Reader {
     }
 
     void readShifts(const StarFrame& frame) {
-        const std::vector<const StarLoop*> loops = frame.loopsWith("_chem_shift_value");
+        std::vector<const StarLoop*> loops = frame.loopsWith("_chem_shift_value");
+        // Referencing frames have the same tag for the shifts of their standards.
+        std::erase_if(loops, [](const StarLoop* loop) {
+            return loop->column("_atom_name") == StarLoop::none ||
+                   (loop->column("_residue_label") == StarLoop::none &&
+                    loop->column("_residue_seq_code") == StarLoop::none);
+        });
         if (loops.empty()) {
             return;
         }
@@ -145,10 +150,6 @@ class Star21Reader {
         const std::size_t atom = loop.column("_atom_name");
         const std::size_t value = loop.column("_chem_shift_value");
         const std::size_t ambiguity = loop.column("_chem_shift_ambiguity_code");
-        if (atom == StarLoop::none) {
-            throw InputRejected(
-                atLine(file_.path, loop.line, "the shift loop has no column _Atom_name"));
-        }
         for (std::size_t i = 0; i < loop.rowCount(); ++i) {
             ShiftRow row;
             row.line = loop.cell(i, 0).line;

@@ -1,7 +1,6 @@
 #include "import/residue_numbers.h"
 
 #include <algorithm>
-#include <climits>
 #include <set>
 
 #include "companion/command.h"
@@ -297,7 +296,6 @@ void ResidueNumbers::reportResidues(const std::vector<ShiftRow>& rows) {
     for (const ShiftRow& row : rows) {
         ++shifts[residueOf(row)];
     }
-    int firstOrdinary = INT_MAX;
     for (std::size_t i = 0; i < residues_.size(); ++i) {
         const SequenceResidue& residue = residues_[i];
         const ResidueLetter letter = letters_[i];
@@ -316,15 +314,23 @@ void ResidueNumbers::reportResidues(const std::vector<ShiftRow>& rows) {
                                                        " (" + std::to_string(count->second) +
                                                        " rows)");
         }
-        int author = 0;
-        if (firstOrdinary == INT_MAX && parseNumber(residue.authorNumber, author) && author > 0) {
-            firstOrdinary = static_cast<int>(i);
-        }
     }
-    if (firstOrdinary != INT_MAX && firstOrdinary > 0) {
-        report_.note("the first " + std::to_string(firstOrdinary) +
-                     " residues have no author number above 0, as an expression tag has; they stay "
-                     "in the sequence");
+    reportTag();
+}
+
+void ResidueNumbers::reportTag() {
+    for (std::size_t i = 0; i < residues_.size(); ++i) {
+        int author = 0;
+        if (!parseNumber(residues_[i].authorNumber, author)) {
+            continue;
+        }
+        const int ahead = static_cast<int>(i) - author + 1;  // residues in front of number 1
+        if (ahead > 0 && ahead <= static_cast<int>(residues_.size())) {
+            report_.note("the first " + std::to_string(ahead) +
+                         " residues have author numbers below 1, as an expression tag has; they "
+                         "stay in the sequence");
+        }
+        break;
     }
     if (sequence().find("HHHHHH") != std::string::npos) {
         report_.note("the sequence holds a histidine tag; it stays in the sequence");

@@ -47,6 +47,7 @@ class ResidueNumbers {
     bool numberByFile();
     void renumberLarge();
     void reportResidues(const std::vector<ShiftRow>& rows);
+    void reportTag();
 
     const ResidueNames& names_;
     const std::string& path_;

@@ -217,6 +217,9 @@ class Selector {
             for (const char* atom : atoms) {
                 text += std::string(", ") + atom + " " + std::to_string(found[list.id][atom]);
             }
+            if (file_.entities.size() > 1) {
+                text += " of molecule " + entity_;
+            }
             file_.report.note(text + (list.id == list_ ? " <- taken" : ""));
         }
     }

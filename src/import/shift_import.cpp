@@ -50,7 +50,7 @@ ImportedTable importShifts(const std::string& path, const ImportOptions& options
     for (const Form& form : forms) {
         if (format == form.name) {
             ShiftFile file = form.read(text, path);
-            file.report.note("file: " + path + ", read as " + format);
+            file.report.noteFirst("file: " + path + ", read as " + format);
             if (file.rows.empty()) {
                 throw InputRejected(path + ": no row with a shift in it (read as " + format + ")");
             }
