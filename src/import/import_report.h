@@ -49,6 +49,9 @@ class ImportReport {
     /// One fact about the file or a choice that was made.
     void note(const std::string& text) { notes_.push_back(text); }
 
+    /// A fact that goes in front of all others.
+    void noteFirst(const std::string& text) { notes_.insert(notes_.begin(), text); }
+
     /// A choice or state of the file that can spoil the result.
     void warn(const std::string& text) { warnings_.push_back(text); }
 
