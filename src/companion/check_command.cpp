@@ -6,7 +6,6 @@
 #include <cstring>
 #include <iostream>
 #include <memory>
-#include <sstream>
 
 #include "companion/check_report.h"
 #include "companion/command.h"
@@ -30,10 +29,7 @@ struct CheckOptions {
 /// A table in memory that the library can open by path. The path holds for child processes too.
 class MemoryTable {
   public:
-    explicit MemoryTable(const ImportedTable& table) : descriptor_(memfd_create("input.tab", 0)) {
-        std::ostringstream text;
-        writeShiftTable(table, text);
-        const std::string bytes = text.str();
+    explicit MemoryTable(const std::string& bytes) : descriptor_(memfd_create("input.tab", 0)) {
         std::size_t done = 0;
         while (descriptor_ >= 0 && done < bytes.size()) {
             const ssize_t n = write(descriptor_, bytes.data() + done, bytes.size() - done);
@@ -61,8 +57,8 @@ ExitStatus check(const CheckOptions& options) {
     const RunInput input = takeInput(options.file, options.import, options.preparation.title);
     tellImport(input);
     std::unique_ptr<MemoryTable> table;
-    if (input.imported) {
-        table = std::make_unique<MemoryTable>(*input.imported);
+    if (!input.tableText.empty()) {
+        table = std::make_unique<MemoryTable>(input.tableText);
     }
     RunTalk talk("the report");
     // The report, behind a first letter that tells whether there are findings.

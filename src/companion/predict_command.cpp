@@ -98,7 +98,7 @@ std::map<std::string, std::string> settingsOf(const PredictOptions& options, con
                                               const std::string& data,
                                               const OutputDirectory& output) {
     std::map<std::string, std::string> settings = librarySettings(options.preparation, data);
-    settings["in"] = input.imported ? output.file(inputTable) : input.file;
+    settings["in"] = input.tableText.empty() ? input.file : output.file(inputTable);
     settings["inTitle"] = input.title;
     settings["sum"] = output.file("pred.tab");
     if (!options.reference.empty()) {
@@ -220,10 +220,11 @@ void predict(const PredictOptions& options) {
     // Watches from before the first thing that would have to be cleaned up until after the last.
     SignalWatch signals;
     OutputDirectory output(options.directory, options.force);
+    if (!input.tableText.empty()) {
+        writeFile(output.file(inputTable), input.tableText);
+    }
     if (input.imported) {
-        std::ostringstream table, report;
-        writeShiftTable(*input.imported, table);
-        writeFile(output.file(inputTable), table.str());
+        std::ostringstream report;
         writeImportReport(*input.imported, report);
         writeFile(output.file(importReport), report.str());
     }

@@ -1,14 +1,27 @@
 #include "companion/run_input.h"
 
 #include <CLI/CLI.hpp>
+#include <fstream>
 #include <iostream>
+#include <sstream>
 
 #include "companion/command.h"
 #include "companion/version.h"
+#include "import/shift_text.h"
 #include "tables/line_reader.h"
 #include "tables/table_text.h"
 
 namespace orvix {
+namespace {
+
+/// Whether the file is compressed or begins with a byte order mark, which the library can't read.
+bool isPackedText(const std::string& file) {
+    std::string start(3, '\0');
+    std::ifstream(file, std::ios::binary).read(start.data(), 3);
+    return start.compare(0, 2, "\x1f\x8b") == 0 || start == "\xef\xbb\xbf";
+}
+
+}  // namespace
 
 void addImportOptions(CLI::App& command, ImportOptions& options) {
     const char* const group = "Reading FILE (see orvix import)";
@@ -39,7 +52,7 @@ void addImportOptions(CLI::App& command, ImportOptions& options) {
     command
         .add_option("--max-ambiguity", options.maxAmbiguity,
                     "Leave out shifts with a higher ambiguity code")
-        ->check(CLI::Range(0, 9))
+        ->check(CLI::Range(1, 9))
         ->type_name("N")
         ->group(group);
 }
@@ -81,9 +94,15 @@ RunInput takeInput(const std::string& file, const ImportOptions& options,
                       << " is an input table and taken as it is; the options for reading other "
                          "forms have no effect\n";
         }
+        if (isPackedText(file)) {
+            input.tableText = readShiftText(file);
+        }
     } else {
         input.imported = importShifts(file, options);
         fromFile = input.imported->title;
+        std::ostringstream text;
+        writeShiftTable(*input.imported, text);
+        input.tableText = text.str();
     }
     // Titles are one line with single blanks, as from a command line of orvixn.
     input.title = simplifyWhiteSpace(!title.empty() ? title : !fromFile.empty() ? fromFile : file);

@@ -35,6 +35,8 @@ struct RunInput {
     std::string file;                       ///< as named by the user
     std::string title;                      ///< for the tables
     std::optional<ImportedTable> imported;  ///< empty for a file that is an input table already
+    /// The table to run on where it is not FILE itself: imported, or unpacked. Else empty.
+    std::string tableText;
 };
 
 /// Reads FILE if it has to be imported. An input table is left alone, but for a look at whether it

@@ -109,4 +109,19 @@ expect 4 "" check shifted.tab
 grep -q 'CA/CB.*correct it' out.txt || { cat out.txt; fail "an offset was not found"; }
 expect 4 "" check --json shifted.tab
 grep -q '"significant": true' out.txt || fail "an offset was not found in the record"
+
+# A packed table, and a file that has to be imported: the same shifts, the same numbers.
+gzip -c "$examples/$name.tab" >packed.tab.gz
+expect 4 "" check packed.tab.gz
+awk 'BEGIN { print "seq_id,comp_id,atom_id,value" }
+    /^ *[0-9]+ [A-Z] / { print $1 "," $2 "," $3 "," $4 }' "$examples/$name.tab" >shifts.csv
+(echo ">$name"; sed -n 's/^DATA SEQUENCE //p' "$examples/$name.tab" | tr -d ' ') >sequence.fasta
+expect 0 "read as csv" predict shifts.csv --sequence sequence.fasta --title "$examples/$name.tab" \
+    -o imported
+for table in pred predS2 predSS predChi1 predAll; do
+    grep -v '^DATA SEQUENCE' plain.orvixn/$table.tab >one.txt
+    grep -v '^DATA SEQUENCE' imported/$table.tab >other.txt
+    cmp one.txt other.txt || fail "$table of the imported table"
+done
+test -s imported/import.txt && test -s imported/input.tab || fail "no import report"
 echo "the companion behaves"
