@@ -187,7 +187,9 @@ std::string checkText(const ORVIX& run, const std::string& file) {
         text += '\n';
     }
     const int count = findingsOf(run);
-    return text + (count == 0 ? "No findings\n" : printed("%d findings\n", count));
+    return text + (count == 0   ? "No findings\n"
+                   : count == 1 ? "1 finding\n"
+                                : printed("%d findings\n", count));
 }
 
 }  // namespace orvix
