@@ -9,6 +9,7 @@
 #include <string_view>
 #include <utility>
 
+#include "structure/narrow.h"
 #include "tables/gdb.h"
 #include "tables/number_text.h"
 
@@ -18,18 +19,6 @@ namespace {
 constexpr std::size_t leastColumns = 60;
 constexpr float bondLimit = 2.5F;         // angstrom between the SG of a disulfide
 constexpr long long leastSeparation = 3;  // residues; bonded partners lie further apart
-
-// Narrowing with a defined result for numbers that no float holds.
-float toFloat(double value) {
-    constexpr double limit = std::numeric_limits<float>::max();
-    if (value > limit) {
-        return std::numeric_limits<float>::infinity();
-    }
-    if (value < -limit) {
-        return -std::numeric_limits<float>::infinity();
-    }
-    return static_cast<float>(value);
-}
 
 bool isCysteine(const std::string& letter) {
     return letter == "C" || letter == "c";
@@ -59,6 +48,10 @@ bool PDB::loadPDB(const std::string& path) {
     atoms.clear();
     residName3.clear();
     residName1.clear();
+    ringCount = 0;
+    acceptors.clear();
+    donors.clear();
+    hbondDist.clear();
     firstRes = 9999;
     lastRes = -9999;
 
@@ -99,7 +92,7 @@ void PDB::loadPDB_Entry(const std::string& line, CORdata& out) {
         return;
     }
     const auto number = [&line](std::size_t column, std::size_t length) {
-        return toFloat(orvix::textToDouble(line.substr(column, length)));
+        return orvix::narrowToFloat(orvix::textToDouble(line.substr(column, length)));
     };
     out.atomNum = orvix::textToInt(line.substr(6, 5));
     out.atomName = GDB::simplifyWhiteSpace(line.substr(11, 5));
@@ -168,7 +161,7 @@ float PDB::getDist(float* a, float* b) {
         const double d = static_cast<double>(a[k]) - b[k];
         sum += d * d;
     }
-    return toFloat(std::sqrt(sum));
+    return orvix::narrowToFloat(std::sqrt(sum));
 }
 
 const CORdata& PDB::findAtom(int model, long long res, const std::string& name) const {
