@@ -59,36 +59,41 @@ double inverseCube(float r) {
     return 1.0 / (wide * wide * wide);
 }
 
-// No bond is longer: with A-H no longer than C-D the energy can't reach -0.5 kcal/mol beyond 4.82
-// angstrom. Most pairs of a structure end here.
-bool isFar(const CORdata& a, const CORdata& h) {
-    constexpr double limit = 5.0;
-    double sum = 0.0;
-    for (int k = 0; k < 3; ++k) {
-        const double d = static_cast<double>(a.coorCopy[k]) - h.coorCopy[k];
-        sum += d * d;
-    }
-    return sum > limit * limit;
-}
-
-// The records of a map of serial numbers, side by side.
+// An acceptor and its antecedent, or a donor hydrogen and its heavy atom. The place of the atom
+// itself stands close by: most pairs of a structure end at a look at it.
 struct AtomPair {
-    CORdata atom;
-    CORdata partner;
+    std::array<double, 3> place;
+    CORdata* atom;
+    CORdata* partner;
 };
 
-std::vector<AtomPair> pairsOf(const std::map<int, int>& serials,
-                              const std::map<int, CORdata>& bySerial) {
+std::vector<AtomPair> pairsOf(const std::map<int, int>& serials, std::map<int, CORdata>& bySerial) {
     std::vector<AtomPair> pairs;
     pairs.reserve(serials.size());
     for (const auto& [serial, partner] : serials) {
         const auto atom = bySerial.find(serial);
         const auto heavy = bySerial.find(partner);
         if (atom != bySerial.end() && heavy != bySerial.end()) {
-            pairs.push_back({atom->second, heavy->second});
+            const float* const c = atom->second.coorCopy;
+            pairs.push_back(
+                {{static_cast<double>(c[0]), static_cast<double>(c[1]), static_cast<double>(c[2])},
+                 &atom->second,
+                 &heavy->second});
         }
     }
     return pairs;
+}
+
+// No bond is longer: with A-H no longer than C-D the energy can't reach -0.5 kcal/mol beyond 4.82
+// angstrom.
+bool isFar(const AtomPair& acceptor, const AtomPair& donor) {
+    constexpr double limit = 5.0;
+    double sum = 0.0;
+    for (std::size_t k = 0; k < 3; ++k) {
+        const double d = acceptor.place[k] - donor.place[k];
+        sum += d * d;
+    }
+    return sum > limit * limit;
 }
 
 void keepShortest(std::map<int, std::map<std::string, float>>& distances, const CORdata& atom,
@@ -157,21 +162,25 @@ void PDB::initHBond(float, float) {
         }
     }
 
-    std::vector<AtomPair> hydrogens = pairsOf(donors, model->second);
-    for (AtomPair& acceptor : pairsOf(acceptors, model->second)) {
-        for (AtomPair& donor : hydrogens) {
-            const long long apart =
-                static_cast<long long>(acceptor.atom.resNum) - donor.atom.resNum;
-            if ((apart >= -1 && apart <= 1) || isFar(acceptor.atom, donor.atom)) {
+    const std::vector<AtomPair> hydrogens = pairsOf(donors, model->second);
+    for (const AtomPair& acceptor : pairsOf(acceptors, model->second)) {
+        float* const a = acceptor.atom->coorCopy;
+        float* const c = acceptor.partner->coorCopy;
+        for (const AtomPair& donor : hydrogens) {
+            if (isFar(acceptor, donor)) {
                 continue;
             }
-            const float length = getDist(acceptor.atom.coorCopy, donor.atom.coorCopy);
-            if (orvix::isHydrogenBond(getDist(acceptor.atom.coorCopy, donor.partner.coorCopy),
-                                      getDist(acceptor.partner.coorCopy, donor.atom.coorCopy),
-                                      length,
-                                      getDist(acceptor.partner.coorCopy, donor.partner.coorCopy))) {
-                keepShortest(hbondDist, acceptor.atom, length);
-                keepShortest(hbondDist, donor.atom, length);
+            const long long apart =
+                static_cast<long long>(acceptor.atom->resNum) - donor.atom->resNum;
+            if (apart >= -1 && apart <= 1) {
+                continue;
+            }
+            float* const h = donor.atom->coorCopy;
+            float* const d = donor.partner->coorCopy;
+            const float length = getDist(a, h);
+            if (orvix::isHydrogenBond(getDist(a, d), getDist(c, h), length, getDist(c, d))) {
+                keepShortest(hbondDist, *acceptor.atom, length);
+                keepShortest(hbondDist, *donor.atom, length);
             }
         }
     }

@@ -125,12 +125,39 @@ void PDB::storeAtom(const CORdata& atom, std::map<int, CORdata>& byNumber) {
 
 void PDB::assignDisulfides() {
     // A partner that is c already still counts, so both ends of a bond are found.
-    for (auto& [residue, letter] : residName1) {
-        if (letter == "C" && isSSBonded(1, residue)) {
-            letter.assign(1, 'c');
-            residName3[residue] = "cys";
+    std::vector<CORdata> sulfurs = cysteineSulfurs();
+    for (CORdata& sulfur : sulfurs) {
+        if (hasBondPartner(sulfur, sulfurs)) {
+            residName1[sulfur.resNum] = "c";
+            residName3[sulfur.resNum] = "cys";
         }
     }
+}
+
+// The SG of each cysteine that has one, in rising residue number.
+std::vector<CORdata> PDB::cysteineSulfurs() const {
+    std::vector<CORdata> sulfurs;
+    for (const auto& [residue, letter] : residName1) {
+        if (isCysteine(letter)) {
+            const CORdata& sulfur = findAtom(1, residue, "SG");
+            if (!sulfur.atomName.empty()) {
+                sulfurs.push_back(sulfur);
+                sulfurs.back().resNum = residue;
+            }
+        }
+    }
+    return sulfurs;
+}
+
+bool PDB::hasBondPartner(CORdata& sulfur, std::vector<CORdata>& sulfurs) {
+    for (CORdata& partner : sulfurs) {
+        const long long apart = static_cast<long long>(partner.resNum) - sulfur.resNum;
+        if (std::abs(apart) > leastSeparation &&
+            getDist(sulfur.coorCopy, partner.coorCopy) <= bondLimit) {
+            return true;
+        }
+    }
+    return false;
 }
 
 bool PDB::isSSBonded(int /*model*/, int res) {
@@ -142,17 +169,9 @@ bool PDB::isSSBonded(int /*model*/, int res) {
     if (sulfur.atomName.empty()) {
         return false;
     }
-    for (const auto& [other, letter] : residName1) {
-        const long long apart = static_cast<long long>(other) - res;
-        if (!isCysteine(letter) || std::abs(apart) <= leastSeparation) {
-            continue;
-        }
-        CORdata partner = findAtom(1, other, "SG");
-        if (!partner.atomName.empty() && getDist(sulfur.coorCopy, partner.coorCopy) <= bondLimit) {
-            return true;
-        }
-    }
-    return false;
+    sulfur.resNum = res;
+    std::vector<CORdata> sulfurs = cysteineSulfurs();
+    return hasBondPartner(sulfur, sulfurs);
 }
 
 float PDB::getDist(float* a, float* b) {

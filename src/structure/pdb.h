@@ -105,6 +105,8 @@ class PDB {
   private:
     void storeAtom(const CORdata& atom, std::map<int, CORdata>& byNumber);
     void assignDisulfides();
+    std::vector<CORdata> cysteineSulfurs() const;
+    bool hasBondPartner(CORdata& sulfur, std::vector<CORdata>& sulfurs);
     void addRing(int residue, float intensity, const std::vector<const char*>& ringAtoms);
     const CORdata& findAtom(int model, long long res, const std::string& name) const;
 };
