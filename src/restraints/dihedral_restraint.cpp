@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "restraints/residue_names.h"
+#include "restraints/restraint_names.h"
 #include "run/angles.h"
 
 namespace orvix {

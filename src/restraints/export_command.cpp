@@ -78,8 +78,8 @@ RestraintRules chosenRules(const ExportOptions& options) {
     return rules;
 }
 
-ResidueNames chosenNames(const ExportOptions& options, RestraintFormat format) {
-    ResidueNames names(format == RestraintFormat::cyana);
+RestraintNames chosenNames(const ExportOptions& options, RestraintFormat format) {
+    RestraintNames names(format == RestraintFormat::cyana);
     for (const std::string& entry : options.nameEntries) {
         try {
             names.addEntry(entry);

@@ -57,12 +57,12 @@ void addAtomTags(std::vector<std::string>& tags) {
     }
 }
 
-StarFrame openFrame(std::ostream& out, const std::string& category, const std::string& code) {
+StarFrameWriter openFrame(std::ostream& out, const std::string& category, const std::string& code) {
     return {out, category, category, code, "sf_category", "sf_framecode"};
 }
 
 void writeMetaData(const RestraintFile& file, std::ostream& out) {
-    StarFrame frame = openFrame(out, "nef_nmr_meta_data", "nef_nmr_meta_data");
+    StarFrameWriter frame = openFrame(out, "nef_nmr_meta_data", "nef_nmr_meta_data");
     frame.tag("format_name", "nmr_exchange_format");
     frame.tag("format_version", "1.1");
     frame.tag("program_name", "orvix");
@@ -73,7 +73,7 @@ void writeMetaData(const RestraintFile& file, std::ostream& out) {
 
 void writeMolecularSystem(const RestraintFile& file, std::ostream& out) {
     const FinishedPrediction& prediction = file.prediction;
-    StarFrame frame = openFrame(out, "nef_molecular_system", "nef_molecular_system");
+    StarFrameWriter frame = openFrame(out, "nef_molecular_system", "nef_molecular_system");
     frame.beginLoop("nef_sequence", {"index", "chain_code", "sequence_code", "residue_name",
                                      "linking", "residue_variant", "cis_peptide"});
     const int first = prediction.firstResidue;
@@ -92,7 +92,7 @@ void writeMolecularSystem(const RestraintFile& file, std::ostream& out) {
 }
 
 void writeShifts(const RestraintFile& file, std::ostream& out) {
-    StarFrame frame =
+    StarFrameWriter frame =
         openFrame(out, "nef_chemical_shift_list", "nef_chemical_shift_list_prediction_input");
     frame.beginLoop("nef_chemical_shift",
                     {"chain_code", "sequence_code", "residue_name", "atom_name", "value",
@@ -116,7 +116,7 @@ void writeRestraints(const RestraintFile& file, std::ostream& out) {
     if (file.set.restraints.empty()) {
         return;
     }
-    StarFrame frame =
+    StarFrameWriter frame =
         openFrame(out, "nef_dihedral_restraint_list", "nef_dihedral_restraint_list_predicted");
     frame.tag("potential_type", "square-well-parabolic");
     frame.tag("restraint_origin", "chemical_shift");

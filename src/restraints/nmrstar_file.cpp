@@ -32,13 +32,13 @@ class StarWriter {
     }
 
   private:
-    StarFrame frame(const std::string& prefix, const std::string& category,
-                    const std::string& code) {
+    StarFrameWriter frame(const std::string& prefix, const std::string& category,
+                          const std::string& code) {
         return {out_, prefix, category, code, "Sf_category", "Sf_framecode"};
     }
 
     void writeEntry() {
-        StarFrame entry = frame("Entry", "entry_information", "entry_information");
+        StarFrameWriter entry = frame("Entry", "entry_information", "entry_information");
         entry.tag("ID", entry_);
         entry.tag("Title", file_.prediction.title.empty() ? "Predicted torsion angle restraints"
                                                           : file_.prediction.title);
@@ -49,7 +49,7 @@ class StarWriter {
     }
 
     void writeSoftware() {
-        StarFrame software = frame("Software", "software", "orvix");
+        StarFrameWriter software = frame("Software", "software", "orvix");
         software.tag("Entry_ID", entry_);
         software.tag("ID", one);
         software.tag("Name", "orvix");
@@ -60,7 +60,7 @@ class StarWriter {
     }
 
     void writeAssembly() {
-        StarFrame assembly = frame("Assembly", "assembly", "assembly");
+        StarFrameWriter assembly = frame("Assembly", "assembly", "assembly");
         assembly.tag("Entry_ID", entry_);
         assembly.tag("ID", one);
         assembly.tag("Name", "assembly");
@@ -75,7 +75,7 @@ class StarWriter {
 
     void writeEntity() {
         const FinishedPrediction& prediction = file_.prediction;
-        StarFrame entity = frame("Entity", "entity", entityCode);
+        StarFrameWriter entity = frame("Entity", "entity", entityCode);
         entity.tag("Entry_ID", entry_);
         entity.tag("ID", one);
         entity.tag("Name", entityCode);
@@ -102,8 +102,8 @@ class StarWriter {
         if (file_.set.restraints.empty()) {
             return;
         }
-        StarFrame list = frame("Torsion_angle_constraint_list", "torsion_angle_constraints",
-                               "torsion_angle_constraints");
+        StarFrameWriter list = frame("Torsion_angle_constraint_list", "torsion_angle_constraints",
+                                     "torsion_angle_constraints");
         list.tag("Entry_ID", entry_);
         list.tag("ID", one);
         list.text("Details", headLines(file_));

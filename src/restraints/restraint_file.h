@@ -6,7 +6,7 @@
 
 #include "restraints/dihedral_restraint.h"
 #include "restraints/finished_prediction.h"
-#include "restraints/residue_names.h"
+#include "restraints/restraint_names.h"
 
 namespace orvix {
 
@@ -20,7 +20,7 @@ struct RestraintFile {
     FinishedPrediction prediction;
     RestraintRules rules;
     RestraintSet set;
-    ResidueNames names;
+    RestraintNames names;
     Numbering numbering = Numbering::table;
     std::string segment;      ///< CNS segment identifier; empty for none
     std::string chain = "A";  ///< NEF chain code, NMR-STAR author chain

@@ -59,24 +59,24 @@ std::string starName(const std::string& text) {
     return name.empty() ? "unnamed" : name;
 }
 
-StarFrame::StarFrame(std::ostream& out, std::string prefix, const std::string& category,
-                     const std::string& code, std::string_view categoryTag,
-                     std::string_view codeTag)
+StarFrameWriter::StarFrameWriter(std::ostream& out, std::string prefix, const std::string& category,
+                                 const std::string& code, std::string_view categoryTag,
+                                 std::string_view codeTag)
     : out_(out), prefix_(std::move(prefix)) {
     out_ << "\nsave_" << code << '\n';
     tag(categoryTag, category);
     tag(codeTag, code);
 }
 
-StarFrame::~StarFrame() {
+StarFrameWriter::~StarFrameWriter() {
     out_ << "save_\n";
 }
 
-void StarFrame::tag(std::string_view name, const std::string& value) {
+void StarFrameWriter::tag(std::string_view name, const std::string& value) {
     out_ << "   _" << prefix_ << '.' << name << "  " << starValue(value) << '\n';
 }
 
-void StarFrame::text(std::string_view name, const std::vector<std::string>& lines) {
+void StarFrameWriter::text(std::string_view name, const std::vector<std::string>& lines) {
     out_ << "   _" << prefix_ << '.' << name << "\n;\n";
     for (const std::string& line : lines) {
         const std::string printable = asciiText(line);
@@ -86,7 +86,7 @@ void StarFrame::text(std::string_view name, const std::vector<std::string>& line
     out_ << ";\n";
 }
 
-void StarFrame::beginLoop(std::string_view prefix, const std::vector<std::string>& names) {
+void StarFrameWriter::beginLoop(std::string_view prefix, const std::vector<std::string>& names) {
     out_ << "\n   loop_\n";
     for (const std::string& name : names) {
         out_ << "      _" << prefix << '.' << name << '\n';
@@ -94,7 +94,7 @@ void StarFrame::beginLoop(std::string_view prefix, const std::vector<std::string
     out_ << '\n';
 }
 
-void StarFrame::row(const std::vector<std::string>& values) {
+void StarFrameWriter::row(const std::vector<std::string>& values) {
     out_ << "     ";
     for (const std::string& value : values) {
         out_ << ' ' << starValue(value);
@@ -102,7 +102,7 @@ void StarFrame::row(const std::vector<std::string>& values) {
     out_ << '\n';
 }
 
-void StarFrame::endLoop() {
+void StarFrameWriter::endLoop() {
     out_ << "   stop_\n";
 }
 

@@ -17,15 +17,16 @@ std::string starValue(const std::string& text);
 std::string starName(const std::string& text);
 
 /// Writes save frames of one file in the manner of NEF and NMR-STAR.
-class StarFrame {
+class StarFrameWriter {
   public:
     /// Opens the frame `code` of `category`, with the prefix of its tags.
-    StarFrame(std::ostream& out, std::string prefix, const std::string& category,
-              const std::string& code, std::string_view categoryTag, std::string_view codeTag);
+    StarFrameWriter(std::ostream& out, std::string prefix, const std::string& category,
+                    const std::string& code, std::string_view categoryTag,
+                    std::string_view codeTag);
     /// Closes it.
-    ~StarFrame();
-    StarFrame(const StarFrame&) = delete;
-    StarFrame& operator=(const StarFrame&) = delete;
+    ~StarFrameWriter();
+    StarFrameWriter(const StarFrameWriter&) = delete;
+    StarFrameWriter& operator=(const StarFrameWriter&) = delete;
 
     void tag(std::string_view name, const std::string& value);
     /// A value over several lines.

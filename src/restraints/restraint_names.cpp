@@ -1,4 +1,4 @@
-#include "restraints/residue_names.h"
+#include "restraints/restraint_names.h"
 
 #include <algorithm>
 #include <cctype>
@@ -41,9 +41,9 @@ bool isKnownLetter(char letter) {
                        [letter](const LetterName& entry) { return entry.letter == letter; });
 }
 
-ResidueNames::ResidueNames(bool cyana) : cyana_(cyana) {}
+RestraintNames::RestraintNames(bool cyana) : cyana_(cyana) {}
 
-void ResidueNames::addEntry(const std::string& entry) {
+void RestraintNames::addEntry(const std::string& entry) {
     const std::size_t sign = entry.find('=');
     if (sign == std::string::npos) {
         throw std::invalid_argument("'" + entry + "' is not of the form KEY=NAME");
@@ -71,7 +71,7 @@ void ResidueNames::addEntry(const std::string& entry) {
     }
 }
 
-std::string ResidueNames::standardName(char letter) const {
+std::string RestraintNames::standardName(char letter) const {
     if (letter == 'c' && cyana_) {
         return std::string(oxidisedCysteine);
     }
@@ -83,7 +83,7 @@ std::string ResidueNames::standardName(char letter) const {
     return std::string(unknownName);
 }
 
-std::string ResidueNames::name(int residue, char letter) const {
+std::string RestraintNames::name(int residue, char letter) const {
     if (const auto found = byNumber_.find(residue); found != byNumber_.end()) {
         return found->second;
     }
@@ -95,7 +95,7 @@ std::string ResidueNames::name(int residue, char letter) const {
     return found == byName_.end() ? standard : found->second;
 }
 
-std::set<int> ResidueNames::namedUnknown(const FinishedPrediction& prediction) const {
+std::set<int> RestraintNames::namedUnknown(const FinishedPrediction& prediction) const {
     std::set<int> named;
     for (const auto& [number, residue] : prediction.residues) {
         if (!isKnownLetter(residue.letter) && name(number, residue.letter) != unknownName) {

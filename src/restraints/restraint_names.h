@@ -14,10 +14,10 @@ bool isKnownLetter(char letter);
 
 /// Three-letter residue names as a structure program knows them: standard names, the names of its
 /// library for special states, and what the user says.
-class ResidueNames {
+class RestraintNames {
   public:
     /// Standard names; with `cyana` an oxidised cysteine is CYSS.
-    explicit ResidueNames(bool cyana = false);
+    explicit RestraintNames(bool cyana = false);
 
     /// Takes an entry KEY=NAME. The key is a residue number, a one-letter name as in the tables (c,
     /// h, X count as such), or a three- or four-letter name that is to be replaced. The more
