@@ -63,7 +63,11 @@ class Collector {
     }
 
     void addChi1(int residue, const FinishedChi1& chi1) {
-        if (chi1.rotamer.empty() || !chi1.angle) {
+        if (chi1.rotamer.empty()) {
+            ++set_.withoutRotamer;
+            return;
+        }
+        if (!chi1.angle) {
             ++set_.withoutValue;
             return;
         }

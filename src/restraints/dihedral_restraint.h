@@ -44,6 +44,7 @@ struct RestraintSet {
     int count(Dihedral dihedral) const;
 
     int withoutValue = 0;          ///< angles of chosen residues without a usable value or spread
+    int withoutRotamer = 0;        ///< side chains of chosen residues without a predicted rotamer
     int wholeCircle = 0;           ///< angles whose interval would be the whole circle
     std::vector<int> endResidues;  ///< chosen residues at an end of the chain or of the run
     std::vector<int> unknownResidues;  ///< chosen residues of unknown type

@@ -141,6 +141,10 @@ void writeNotes(const RestraintFile& file, RestraintFormat format, const ExportO
         note(std::to_string(set.withoutValue) +
              " angles without a value or an error estimate, not restrained");
     }
+    if (set.withoutRotamer > 0) {
+        note(std::to_string(set.withoutRotamer) +
+             " side chains without a predicted rotamer, chi1 not restrained");
+    }
     if (set.wholeCircle > 0) {
         note(std::to_string(set.wholeCircle) +
              " angles whose interval would be the whole circle, not restrained");

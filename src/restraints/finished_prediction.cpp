@@ -67,6 +67,14 @@ class Place {
 
     std::string textOrNothing() const { return value_.is_null() ? std::string() : text(); }
 
+    char letter() const {
+        if (!value_.is_string() || text().size() != 1 ||
+            std::isgraph(static_cast<unsigned char>(text()[0])) == 0) {
+            reject("one letter");
+        }
+        return text()[0];
+    }
+
     int residueNumber() const {
         if (!value_.is_number_integer() || std::fabs(value_.get<double>()) > residueNumberLimit) {
             reject("a residue number");
@@ -133,6 +141,11 @@ json parseFile(const std::string& path) {
     }
 }
 
+bool sameResidue(char a, char b) {
+    const auto fold = [](char c) { return std::toupper(static_cast<unsigned char>(c)); };
+    return fold(a) == fold(b);
+}
+
 std::optional<FinishedChi1> readChi1(const Place& place, bool valine) {
     if (place.value().is_null()) {
         return std::nullopt;
@@ -159,11 +172,14 @@ std::optional<FinishedChi1> readChi1(const Place& place, bool valine) {
 
 FinishedResidue readResidue(const Place& place) {
     FinishedResidue residue;
-    const std::string name = place["resname"].text();
-    if (name.size() != 1 || std::isgraph(static_cast<unsigned char>(name[0])) == 0) {
-        place["resname"].reject("one letter");
+    residue.letter = place["resname"].letter();
+    // The state that the prediction found, where it is told, says more than the letter given.
+    if (const Place state = place["state_letter"]; !state.value().is_null()) {
+        if (!sameResidue(state.letter(), residue.letter)) {
+            state.reject(std::string("a state of \"") + residue.letter + "\"");
+        }
+        residue.letter = state.letter();
     }
-    residue.letter = name[0];
     residue.authorNumber = place["author_resid"].textOrNothing();
     residue.classWord = place["class"].word({"Strong", "Generous", "Warn", "Dyn", "Bad", "None"});
     if (const Place shifts = place["shifts"]; !shifts.value().is_null()) {
@@ -195,11 +211,6 @@ std::string readSequence(const Place& place) {
         place.reject("a sequence in one-letter code");
     }
     return sequence;
-}
-
-bool sameResidue(char a, char b) {
-    const auto fold = [](char c) { return std::toupper(static_cast<unsigned char>(c)); };
-    return fold(a) == fold(b);
 }
 
 }  // namespace

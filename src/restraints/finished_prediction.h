@@ -23,7 +23,7 @@ struct FinishedChi1 {
 /// What a finished prediction says about one residue. A value that is missing, or that stands as a
 /// mark of a missing one (999.0 and more), is empty.
 struct FinishedResidue {
-    char letter = 'X';         ///< as in the summary table: c is an oxidised cysteine
+    char letter = 'X';         ///< as the prediction took it: c is an oxidised cysteine
     std::string authorNumber;  ///< empty for none
     std::string classWord;     ///< Strong, Generous, Warn, Dyn, Bad or None
     std::array<std::optional<double>, 6> shifts;           ///< ppm, by `resultShiftAtoms`

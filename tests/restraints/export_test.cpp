@@ -60,26 +60,28 @@ json results(const std::string& sequence, const std::vector<json>& residues) {
 json exampleResults() {
     const Angles plain = {-60.0, 5.0, -40.0, 5.0};
     const Angles placeholder = {9999.0, 0.0, 9999.0, 0.0};
-    return results(
-        "MKVTSIcLGW FXAYHVQE",
-        {
-            residue(-2, "M", "Strong", plain),  // the first one
-            withChi1(residue(-1, "K", "Strong", Angles{170.0, 15.0, -175.5, 4.0}), "t", -175.0,
-                     12.5),
-            withChi1(residue(0, "V", "Strong", plain), "g-", -62.0, 15.0),
-            withChi1(residue(1, "T", "Strong", plain), "g+", 58.0, 11.0),
-            withChi1(residue(2, "S", "Generous", plain), "g+", 60.0, 11.0),
-            withChi1(residue(3, "I", "Strong", plain), "t", 180.0, 180.0),  // one pick
-            withChi1(residue(4, "c", "Strong", plain), "g-", -60.0, 5.0),
-            residue(5, "L", "Strong", Angles{-60.123, 91.0, -40.5, 89.9}),
-            residue(6, "G", "Strong", Angles{80.0, 0.0, 10.0, 180.0}),
-            residue(7, "W", "Strong", placeholder),
-            withChi1(residue(8, "F", "Dyn", plain), "t", 180.0, 5.0),
-            residue(9, "X", "Strong", plain), residue(10, "A", "None", plain),
-            residue(11, "Y", "Warn", plain), residue(12, "H", "Bad", plain),
-            withChi1(residue(13, "V", "Strong", plain), "t", -179.0, 5.0),
-            residue(14, "Q", "Strong"), residue(15, "E", "Strong", plain),  // the last one
-        });
+    return results("MKVTSIcLGW FXAYHVQE",
+                   {
+                       residue(-2, "M", "Strong", plain),  // the first one
+                       withChi1(residue(-1, "K", "Strong", Angles{170.0, 15.0, -175.5, 4.0}), "t",
+                                -175.0, 12.5),
+                       withChi1(residue(0, "V", "Strong", plain), "g-", -62.0, 15.0),
+                       withChi1(residue(1, "T", "Strong", plain), "g+", 58.0, 11.0),
+                       withChi1(residue(2, "S", "Generous", plain), "g+", 60.0, 11.0),
+                       withChi1(residue(3, "I", "Strong", plain), "t", 180.0, 180.0),  // one pick
+                       withChi1(residue(4, "c", "Strong", plain), "g-", -60.0, 5.0),
+                       residue(5, "L", "Strong", Angles{-60.123, 91.0, -40.5, 89.9}),
+                       residue(6, "G", "Strong", Angles{80.0, 0.0, 10.0, 180.0}),
+                       withChi1(residue(7, "W", "Strong", placeholder), "na", 9999.0, 9999.0),
+                       withChi1(residue(8, "F", "Dyn", plain), "t", 180.0, 5.0),
+                       residue(9, "X", "Strong", plain),
+                       residue(10, "A", "None", plain),
+                       residue(11, "Y", "Warn", plain),
+                       residue(12, "H", "Bad", plain),
+                       withChi1(residue(13, "V", "Strong", plain), "t", -179.0, 5.0),
+                       residue(14, "Q", "Strong"),
+                       residue(15, "E", "Strong", plain),  // the last one
+                   });
 }
 
 struct Expected {
@@ -195,6 +197,7 @@ TEST_P(EveryFormat, HoldsTheIntendedIntervalsAndNoOthers) {
     EXPECT_TRUE(hasText(run.notes, "unknown type")) << run.notes;
     EXPECT_TRUE(hasText(run.notes, "1 angles whose interval would be the whole circle"));
     EXPECT_TRUE(hasText(run.notes, "7 angles without a value")) << run.notes;
+    EXPECT_TRUE(hasText(run.notes, "1 side chains without")) << run.notes;
 }
 
 TEST_P(EveryFormat, WidthsClassesAndChi1FollowTheOptions) {
@@ -247,6 +250,11 @@ TEST(ExportNames, FollowTheMap) {
     };
     EXPECT_EQ("CYS", names("CYSS=CYS")["4"]);
     EXPECT_EQ("CYO", names("c=CYO")["4"]);
+    json found = document;  // given as C, found to be oxidised
+    found["residues"][6]["resname"] = "C";
+    EXPECT_EQ("CYS", readCyana(exportAs("cyana", {}, found).text)[11].residueName);
+    found["residues"][6]["state_letter"] = "c";
+    EXPECT_EQ("CYSS", readCyana(exportAs("cyana", {}, found).text)[11].residueName);
     auto mapped = names("LYS=LYS+,-1=LYX,9=SEP");
     EXPECT_EQ("LYX", mapped["-1"]);  // the number is more special than the name
     EXPECT_EQ("SEP", mapped["9"]);   // named, so it is restrained
@@ -350,6 +358,7 @@ TEST(ExportInput, IsRejectedWithThePlace) {
     EXPECT_TRUE(
         hasText(changed(Pointer("/residues/4"), residue(1, "T", "None")), "each residue once"));
     EXPECT_TRUE(hasText(changed(Pointer("/residues/3/chi1/turned"), true), "no valine"));
+    EXPECT_TRUE(hasText(changed(Pointer("/residues/3/state_letter"), "c"), "a state of"));
     EXPECT_TRUE(hasText(changed(Pointer("/residues"), 5), "a list of residues"));
 
     CLI::App app;
