@@ -52,8 +52,8 @@ AtomName readAtomName(std::string_view name, char residue) {
             return {Kind::glycineAlpha, "HA"};
         }
     }
-    if (isOneOf(folded, {"H1", "H2", "H3", "HT1", "HT2", "HT3", "HN1", "HN2", "HN3", "H%", "HT%",
-                         "H*", "H#", "QH", "HX", "HY"})) {
+    if (residue != 'X' && isOneOf(folded, {"H1", "H2", "H3", "HT1", "HT2", "HT3", "H%", "HT%", "H*",
+                                           "H#", "QH", "HX", "HY"})) {
         return {Kind::aminoTerminus, folded};
     }
     for (const Synonym& synonym : synonyms) {

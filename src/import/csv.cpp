@@ -99,6 +99,7 @@ CsvColumns::CsvColumns(const std::vector<std::string>& header) {
             column = index;
         }
     };
+    std::size_t residue = none;  // a number or a name
     for (std::size_t i = 0; i < header.size(); ++i) {
         // Tag names of STAR serve as headers too: only the part behind the point counts.
         std::string name = foldLower(header[i]);
@@ -107,13 +108,13 @@ CsvColumns::CsvColumns(const std::vector<std::string>& header) {
         std::replace(name.begin(), name.end(), ' ', '_');
         std::replace(name.begin(), name.end(), '-', '_');
         if (isOneOf(name, {"seq_id", "comp_index_id", "resid", "res_id", "resnum", "res_num",
-                           "residue_number", "residue_id", "residue", "num", "number", "sequence",
-                           "sequence_code", "resno", "res_no", "seq", "position", "group"})) {
+                           "residue_number", "residue_id", "num", "number", "sequence_code",
+                           "resno", "res_no", "seq", "position", "group"})) {
             take(number, i);
         } else if (isOneOf(name, {"auth_seq_id", "author_number"})) {
             take(authorNumber, i);
         } else if (isOneOf(name, {"comp_id", "resname", "res_name", "residue_name", "residue_type",
-                                  "restype", "res_type", "aa", "amino_acid", "res", "type"})) {
+                                  "restype", "res_type", "aa", "amino_acid"})) {
             take(residueName, i);
         } else if (isOneOf(name, {"atom_id", "atom_name", "atomname", "atom"})) {
             take(atom, i);
@@ -130,7 +131,14 @@ CsvColumns::CsvColumns(const std::vector<std::string>& header) {
             take(ambiguity, i);
         } else if (readAtomName(name, 'G').kind != AtomName::Kind::other) {
             atoms.emplace_back(i, header[i]);
+        } else if (isOneOf(name, {"residue", "res"})) {
+            take(residue, i);
+        } else {
+            unread.push_back(header[i]);
         }
+    }
+    if (residue != none) {
+        take(number == none ? number : residueName, residue);
     }
     if (number == none) {
         std::swap(number, authorNumber);
@@ -164,6 +172,9 @@ class CsvReader {
                                        "and shift or columns named by atoms"));
         }
         columnCount_ = records_.fields().size();
+        for (const std::string& name : columns.unread) {
+            file_.report.add(ImportFinding::unreadText, "column " + name);
+        }
         while (records_.next()) {
             readRecord(columns);
         }

@@ -45,6 +45,7 @@ struct CsvColumns {
     std::size_t entity = none;
     std::size_t assembly = none;
     std::size_t ambiguity = none;
+    std::vector<std::string> unread;                         ///< names of columns without a meaning
     std::vector<std::pair<std::size_t, std::string>> atoms;  ///< one column an atom: index, name
 
     explicit CsvColumns(const std::vector<std::string>& header);

@@ -105,7 +105,9 @@ class Star3Reader {
         const std::string type = foldLower(plainText(frame.item("_entity.type")));
         if (polymer == "polypeptide(l)") {
             entity.kind = ShiftEntity::Kind::polypeptide;
-        } else if (!polymer.empty() || (!type.empty() && type != "polymer")) {
+        } else if (polymer.find("nucleotide") != std::string::npos ||
+                   polymer.starts_with("polysaccharide") || polymer == "polypeptide(d)" ||
+                   (!type.empty() && type != "polymer")) {
             entity.kind = ShiftEntity::Kind::other;
         }
         readResidues(frame, entity);
@@ -214,26 +216,34 @@ class Star3Reader {
         if (list.id.empty()) {
             list.id = std::to_string(file_.lists.size() + 1);
         }
+        const bool taken = !listIds_.insert(list.id).second;
+        if (taken) {
+            file_.report.warn("frame " + frame.name + " has the list number " + list.id +
+                              " of another frame and is known by its name");
+            list.id = frame.name + "@" + std::to_string(frame.line);
+        }
         for (const StarLoop* loop : loops) {
-            readRows(*loop, list.id);
+            readRows(*loop, list.id, taken);
         }
         file_.lists.push_back(std::move(list));
     }
 
-    void readRows(const StarLoop& loop, const std::string& frameList) {
+    void readRows(const StarLoop& loop, const std::string& frameList, bool ownList) {
         requireWholeRows(loop, file_.path);
-        for (const char* tag : {"_atom_chem_shift.val", "_atom_chem_shift.atom_id"}) {
-            if (loop.column(tag) == StarLoop::none) {
-                throw InputRejected(atLine(file_.path, loop.line,
-                                           "the shift loop has no column " + std::string(tag)));
-            }
+        const auto has = [&loop](const char* tag) { return loop.column(tag) != StarLoop::none; };
+        if (!has("_atom_chem_shift.val") && !has("_atom_chem_shift.chem_shift_val")) {
+            throw InputRejected(atLine(file_.path, loop.line, "the shift loop has no column Val"));
+        }
+        if (!has("_atom_chem_shift.atom_id") && !has("_atom_chem_shift.auth_atom_id")) {
+            throw InputRejected(
+                atLine(file_.path, loop.line, "the shift loop has no column Atom_ID"));
         }
         const ShiftColumns columns(loop);
         for (std::size_t i = 0; i < loop.rowCount(); ++i) {
             ShiftRow row;
             row.line = loop.cell(i, 0).line;
             row.list = columns.text(i, "assigned_chem_shift_list_id");
-            if (row.list.empty()) {
+            if (row.list.empty() || ownList) {
                 row.list = frameList;
             }
             row.assembly = columns.text(i, "entity_assembly_id");
@@ -241,8 +251,8 @@ class Star3Reader {
             row.authorNumber = columns.text(i, "auth_seq_id");
             row.residueName = columns.text(i, "comp_id", "auth_comp_id");
             row.atom = columns.text(i, "atom_id", "auth_atom_id");
-            row.value = columns.text(i, "val");
-            row.ambiguity = columns.text(i, "ambiguity_code");
+            row.value = columns.text(i, "val", "chem_shift_val");
+            row.ambiguity = columns.text(i, "ambiguity_code", "chem_shift_ambiguity_code");
             sequenceIds_.push_back(columns.text(i, "seq_id"));
             indexIds_.push_back(columns.text(i, "comp_index_id"));
             file_.rows.push_back(std::move(row));
@@ -313,6 +323,7 @@ class Star3Reader {
     std::map<std::string, std::string> memberEntity_;  // assembly member to entity id
     std::map<std::string, std::string> memberLabel_;   // assembly member to the entity's frame
     std::map<std::string, std::string> frameEntity_;   // frame name to entity id
+    std::set<std::string> listIds_;
     std::set<std::string> deuterated_;
     std::vector<std::string> sequenceIds_;  // of each row
     std::vector<std::string> indexIds_;     // of each row

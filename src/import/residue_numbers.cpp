@@ -59,8 +59,10 @@ ResidueNumbers::ResidueNumbers(RowSelection& selection, const ResidueNames& name
 }
 
 int ResidueNumbers::residueOf(const ShiftRow& row) const {
-    const auto found = index_.find(numberKey(byAuthorNumber_ ? row.authorNumber : row.number));
-    return found == index_.end() ? none : found->second;
+    const bool byAuthor = byAuthorNumber_ || isMissing(row.number);
+    const auto& index = byAuthor && !byAuthorNumber_ ? authorIndex_ : index_;
+    const auto found = index.find(numberKey(byAuthor ? row.authorNumber : row.number));
+    return found == index.end() ? none : found->second;
 }
 
 std::string ResidueNumbers::sequence() const {
@@ -199,6 +201,13 @@ void ResidueNumbers::collectAuthorNumbers(const std::vector<ShiftRow>& rows) {
     for (auto& [at, text] : found) {
         residues_[static_cast<std::size_t>(at)].authorNumber = text;
     }
+    int at = 0;
+    for (const SequenceResidue& residue : residues_) {
+        if (!isMissing(residue.authorNumber)) {
+            authorIndex_.emplace(numberKey(residue.authorNumber), at);
+        }
+        ++at;
+    }
 }
 
 void ResidueNumbers::number(const ImportOptions& options) {
@@ -278,7 +287,7 @@ void ResidueNumbers::renumberLarge() {
     if (numbers_.back() <= largest && first >= -largest) {
         return;
     }
-    if (first == 1) {
+    if (first == 1 || span > largest) {
         report_.note("residue numbers above 999: the sequence itself is longer");
         return;
     }

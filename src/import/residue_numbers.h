@@ -56,7 +56,8 @@ class ResidueNumbers {
     std::vector<SequenceResidue> residues_;
     std::vector<ResidueLetter> letters_;
     std::vector<int> numbers_;
-    std::map<std::string, int> index_;  // number in rows to residue
+    std::map<std::string, int> index_;        // number in rows to residue
+    std::map<std::string, int> authorIndex_;  // for rows without one
 };
 
 }  // namespace orvix

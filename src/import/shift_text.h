@@ -8,7 +8,7 @@ namespace orvix {
 
 /// The most that a shift file may hold once it is unpacked, in bytes. Far above the largest
 /// depositions; it keeps a small compressed file from filling the memory.
-inline constexpr std::size_t shiftTextLimit = std::size_t{256} << 20;
+inline constexpr std::size_t shiftTextLimit = std::size_t{128} << 20;
 
 /// The whole text of a plain or gzip file, with every line end made a line feed and without a byte
 /// order mark. Throws InputRejected when it can't be read or unpacked or exceeds the limit.

@@ -27,6 +27,10 @@ class DocumentBuilder {
                     return;
                 }
                 leaveFrame(token.line);
+                if (++document_.blockCount == 2) {
+                    document_.remarks.push_back(atLine(
+                        path_, token.line, "a second data block begins; both are read as one"));
+                }
                 return;
             case Kind::frameStart:
                 leaveFrame(token.line);
@@ -105,6 +109,10 @@ class DocumentBuilder {
     }
 
     void takeValue(const StarToken& token) {
+        if (token.unclosed) {
+            document_.remarks.push_back(
+                atLine(path_, token.line, "a quote is not closed and stands as part of its word"));
+        }
         const StarValue value{token.text, token.line, !token.quoted && isMissing(token.text)};
         if (inLoop_) {
             inHeader_ = false;
@@ -181,18 +189,18 @@ void requireWholeRows(const StarLoop& loop, const std::string& path) {
     if (!loop.closed || width == 0 || loop.values.size() % width == 0) {
         return;
     }
-    // Archives write one row a line: the first row that doesn't begin a line is out of step.
+    // Archives write one row a line: the first line with another count is out of step.
     int line = loop.values.back().line;
-    for (std::size_t i = width; i < loop.values.size(); i += width) {
-        if (loop.values[i].line == loop.values[i - 1].line) {
+    for (std::size_t i = 0; i < loop.values.size();) {
+        std::size_t end = i + 1;
+        while (end < loop.values.size() && loop.values[end].line == loop.values[i].line) {
+            ++end;
+        }
+        if (end - i != width) {
             line = loop.values[i].line;
             break;
         }
-        if (i >= 2 * width && loop.values[i - width].line != loop.values[i - 1].line &&
-            loop.values[width - 1].line == loop.values[0].line) {
-            line = loop.values[i - width].line;
-            break;
-        }
+        i = end;
     }
     throw InputRejected(atLine(path, line,
                                "the rows of this loop have " + std::to_string(width) +

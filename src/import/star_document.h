@@ -55,6 +55,7 @@ class StarFrame {
 class StarDocument {
   public:
     std::vector<StarFrame> frames;
+    int blockCount = 0;                ///< data blocks; their frames are not told apart
     std::vector<std::string> remarks;  ///< oddities of the file that were read over
 
     /// Reads a whole text. Takes what real files leave out (`stop_`, a closing `save_`) and throws
