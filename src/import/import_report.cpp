@@ -70,6 +70,18 @@ const std::vector<std::string>& ImportReport::items(ImportFinding finding) const
     return found == items_.end() ? none : found->second;
 }
 
+std::string ImportReport::losses() const {
+    std::string text;
+    for (const FindingText& finding : findingTexts) {
+        const std::size_t count = items(finding.finding).size();
+        if (finding.fate == Fate::dropped && count > 0) {
+            text += (text.empty() ? "" : "; ") + std::string(finding.title) + ": " +
+                    std::to_string(count);
+        }
+    }
+    return text;
+}
+
 void ImportReport::write(std::ostream& out, std::size_t itemLimit) const {
     for (const std::string& text : notes_) {
         out << text << '\n';
@@ -89,7 +101,8 @@ void ImportReport::write(std::ostream& out, std::size_t itemLimit) const {
             out << "  " << list[i] << '\n';
         }
         if (shown < list.size()) {
-            out << "  ... and " << list.size() - shown << " more\n";
+            out << "  ... and " << list.size() - shown
+                << " more (--full-report or --report FILE gives them all)\n";
         }
     }
 }

@@ -64,6 +64,9 @@ class ImportReport {
     /// Items of one kind, in file order; empty when there are none.
     const std::vector<std::string>& items(ImportFinding finding) const;
 
+    /// Why data are not in the table, with counts, in one line; empty when all are.
+    std::string losses() const;
+
     /// Writes the report. With `itemLimit` above 0 a longer list of items is cut there, and the
     /// number of those left out is told.
     void write(std::ostream& out, std::size_t itemLimit = 0) const;

@@ -189,7 +189,8 @@ class TableBuilder {
         }
         if (table.shifts.empty()) {
             throw InputRejected(file_.path + ": no backbone shift with a value among its " +
-                                std::to_string(file_.rows.size()) + " rows");
+                                std::to_string(file_.rows.size()) + " rows (" +
+                                file_.report.losses() + ")");
         }
         table.title = file_.title;
         table.format = file_.format;

@@ -109,6 +109,10 @@ class DocumentBuilder {
     }
 
     void takeValue(const StarToken& token) {
+        if (token.unclosed) {
+            document_.remarks.push_back(
+                atLine(path_, token.line, "a quote is not closed and stands as part of its word"));
+        }
         const StarValue value{token.text, token.line, !token.quoted && isMissing(token.text)};
         if (inLoop_) {
             inHeader_ = false;

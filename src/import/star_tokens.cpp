@@ -1,5 +1,7 @@
 #include "import/star_tokens.h"
 
+#include <algorithm>
+
 #include "companion/command.h"
 #include "import/shift_text.h"
 #include "tables/table_text.h"
@@ -39,7 +41,7 @@ StarToken::Kind wordKind(std::string_view word) {
 StarToken StarTokens::next() {
     skipBlanks();
     if (at_ >= text_.size()) {
-        return {StarToken::Kind::end, {}, line_, false};
+        return {StarToken::Kind::end, {}, line_, false, false};
     }
     const char c = text_[at_];
     if (c == ';' && (at_ == 0 || text_[at_ - 1] == '\n')) {
@@ -74,7 +76,7 @@ StarToken StarTokens::textField() {
         ++line_;
         if (end + 1 < text_.size() && text_[end + 1] == ';') {
             at_ = end + 2;
-            return {StarToken::Kind::value, text_.substr(begin, end - begin), first, true};
+            return {StarToken::Kind::value, text_.substr(begin, end - begin), first, true, false};
         }
     }
     throw InputRejected(atLine(path_, first,
@@ -85,15 +87,19 @@ StarToken StarTokens::textField() {
 StarToken StarTokens::quotedValue() {
     const char quote = text_[at_];
     const std::size_t begin = at_ + 1;
-    for (std::size_t end = begin; end < text_.size() && text_[end] != '\n'; ++end) {
+    std::size_t& searched = quote == '"' ? doubleSearched_ : singleSearched_;
+    std::size_t end = begin;
+    for (; end < text_.size() && text_[end] != '\n' && begin > searched; ++end) {
         if (text_[end] == quote && (end + 1 == text_.size() || isSpace(text_[end + 1]))) {
             at_ = end + 1;
-            return {StarToken::Kind::value, text_.substr(begin, end - begin), line_, true};
+            return {StarToken::Kind::value, text_.substr(begin, end - begin), line_, true, false};
         }
     }
-    throw InputRejected(atLine(path_, line_,
-                               std::string("a value opens with ") + quote +
-                                   " here; expected the same quote before the end of the line"));
+    // A stray quote in some remark must not cost the whole file.
+    searched = std::max(searched, end);
+    StarToken token = word();
+    token.unclosed = true;
+    return token;
 }
 
 StarToken StarTokens::word() {
@@ -102,7 +108,7 @@ StarToken StarTokens::word() {
         ++at_;
     }
     const std::string_view text = text_.substr(begin, at_ - begin);
-    return {wordKind(text), text, line_, false};
+    return {wordKind(text), text, line_, false, false};
 }
 
 }  // namespace orvix

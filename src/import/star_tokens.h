@@ -14,6 +14,7 @@ struct StarToken {
     std::string_view text;  ///< the word, or the content of a quoted value or text field
     int line = 0;           ///< where it begins, from 1
     bool quoted = false;    ///< a value in quotes or a text field: never a missing value
+    bool unclosed = false;  ///< a word that opens with a quote which the line never closes
 };
 
 /// Cuts a STAR text into tokens (Hall, J. Chem. Inf. Comput. Sci. 31 (1991) 326, with the keywords
@@ -27,8 +28,8 @@ class StarTokens {
     /// `path` is the file's name in messages.
     StarTokens(std::string_view text, std::string path) : text_(text), path_(std::move(path)) {}
 
-    /// The next token; the kind `end` from the end of the text on. Throws InputRejected for a quote
-    /// or a text field that isn't closed.
+    /// The next token; the kind `end` from the end of the text on. Throws InputRejected for a text
+    /// field that isn't closed.
     StarToken next();
 
   private:
@@ -41,6 +42,10 @@ class StarTokens {
     std::string path_;
     std::size_t at_ = 0;
     int line_ = 1;
+    // No closing quote of its kind stands in front of these places: they bound the search on a line
+    // full of stray quotes.
+    std::size_t singleSearched_ = 0;
+    std::size_t doubleSearched_ = 0;
 };
 
 }  // namespace orvix

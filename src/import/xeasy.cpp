@@ -50,7 +50,11 @@ ShiftFile readXeasy(std::string_view text, const std::string& path) {
         }
         file.rows.push_back(std::move(row));
     }
-    const std::filesystem::path sequence = std::filesystem::path(path).replace_extension(".seq");
+    std::filesystem::path sequence(path);
+    if (sequence.extension() == ".gz") {
+        sequence.replace_extension();
+    }
+    sequence.replace_extension(".seq");
     std::error_code failure;
     if (std::filesystem::is_regular_file(sequence, failure) && sequence != path) {
         ShiftEntity entity = readSequenceFile(sequence.string(), file.report);
