@@ -60,28 +60,26 @@ json results(const std::string& sequence, const std::vector<json>& residues) {
 json exampleResults() {
     const Angles plain = {-60.0, 5.0, -40.0, 5.0};
     const Angles placeholder = {9999.0, 0.0, 9999.0, 0.0};
-    return results("MKVTSIcLGW FXAYHVQE",
-                   {
-                       residue(-2, "M", "Strong", plain),  // the first one
-                       withChi1(residue(-1, "K", "Strong", Angles{170.0, 15.0, -175.5, 4.0}), "t",
-                                -175.0, 12.5),
-                       withChi1(residue(0, "V", "Strong", plain), "g-", -62.0, 15.0),
-                       withChi1(residue(1, "T", "Strong", plain), "g+", 58.0, 11.0),
-                       withChi1(residue(2, "S", "Generous", plain), "g+", 60.0, 11.0),
-                       withChi1(residue(3, "I", "Strong", plain), "t", 180.0, 180.0),  // one pick
-                       withChi1(residue(4, "c", "Strong", plain), "g-", -60.0, 5.0),
-                       residue(5, "L", "Strong", Angles{-60.123, 91.0, -40.5, 89.9}),
-                       residue(6, "G", "Strong", Angles{80.0, 0.0, 10.0, 180.0}),
-                       withChi1(residue(7, "W", "Strong", placeholder), "na", 9999.0, 9999.0),
-                       withChi1(residue(8, "F", "Dyn", plain), "t", 180.0, 5.0),
-                       residue(9, "X", "Strong", plain),
-                       residue(10, "A", "None", plain),
-                       residue(11, "Y", "Warn", plain),
-                       residue(12, "H", "Bad", plain),
-                       withChi1(residue(13, "V", "Strong", plain), "t", -179.0, 5.0),
-                       residue(14, "Q", "Strong"),
-                       residue(15, "E", "Strong", plain),  // the last one
-                   });
+    return results(
+        "MKVTSIcLGW FXAYHVQE",
+        {
+            residue(-2, "M", "Strong", plain),  // the first one
+            withChi1(residue(-1, "K", "Strong", Angles{170.0, 15.0, -175.5, 4.0}), "t", -175.0,
+                     12.5),
+            withChi1(residue(0, "V", "Strong", plain), "g-", -62.0, 15.0),
+            withChi1(residue(1, "T", "Strong", plain), "g+", 58.0, 11.0),
+            withChi1(residue(2, "S", "Generous", plain), "g+", 60.0, 11.0),
+            withChi1(residue(3, "I", "Strong", plain), "t", 180.0, 180.0),  // one pick
+            withChi1(residue(4, "c", "Strong", plain), "g-", -60.0, 5.0),
+            residue(5, "L", "Strong", Angles{-60.123, 91.0, -40.5, 89.9}),
+            residue(6, "G", "Strong", Angles{80.0, 0.0, 10.0, 180.0}),
+            withChi1(residue(7, "W", "Strong", placeholder), "na", 9999.0, 9999.0),
+            withChi1(residue(8, "F", "Dyn", plain), "t", 180.0, 5.0),
+            residue(9, "X", "Strong", plain), residue(10, "A", "None", plain),
+            residue(11, "Y", "Warn", plain), residue(12, "H", "Bad", plain),
+            withChi1(residue(13, "V", "Strong", plain), "t", -179.0, 5.0),
+            residue(14, "Q", "Strong"), residue(15, "E", "Strong", plain),  // the last one
+        });
 }
 
 struct Expected {
