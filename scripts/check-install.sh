@@ -12,4 +12,10 @@ ORVIXN_DIR="$prefix/share/orvixn" "$prefix/bin/orvixn" \
 for table in predAdjCS predABP predSS predS2 pred predChi1 predAll; do
     test -s "$table.tab" || { echo "$table.tab was not written" >&2; exit 1; }
 done
-echo "the installed program wrote all seven tables"
+"$prefix/bin/orvix" --version
+# Without ORVIXN_DIR it finds the data beside itself.
+env -u ORVIXN_DIR "$prefix/bin/orvix" predict \
+    "$prefix/share/orvixn/examples/$name.tab" -o companion 2>run.log
+test -s companion/results.json || { echo "no results.json was written" >&2; exit 1; }
+cmp pred.tab companion/pred.tab
+echo "the installed programs wrote all seven tables and results.json"

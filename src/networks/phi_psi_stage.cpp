@@ -12,6 +12,7 @@
 #include "networks/surfann.h"
 #include "run/angles.h"
 #include "run/orvix.h"
+#include "run/process.h"
 #include "tables/number_text.h"
 
 namespace {
@@ -191,4 +192,5 @@ void ORVIX::runABP_Prediction() {
         annPhiPsi[residue] = std::move(map);
     }
     std::fwrite(text.data(), 1, text.size(), out.get());
+    orvix::finishFile(out.get(), file);
 }

@@ -9,6 +9,7 @@
 #include "networks/ssann.h"
 #include "run/citation.h"
 #include "run/orvix.h"
+#include "run/process.h"
 
 namespace {
 
@@ -161,12 +162,21 @@ void ORVIX::runSS_Prediction() {
         if (original == seqOrig.end() || original->second.empty()) {
             continue;
         }
+        orvix::StructureRow& row = structureRows[residue];
+        row.residue = residue;
+        row.name = residueLabel(residue);
+        row.shiftCount = 18 - missingAt(residue - 1) - missingAt(residue) - missingAt(residue + 1);
+        row.ownShiftCount = 6 - missingAt(residue);
+        row.helix = shown[0];
+        row.strand = shown[1];
+        row.coil = shown[2];
+        row.confidence = call.confidence;
+        row.letter = call.letter;
+        row.chainEnd = decidedByShifts && end;
         char line[200];
         std::snprintf(line, sizeof line, " %4d %1s %2d %2d %8.3f %8.3f %8.3f %4.2f %s\n", residue,
-                      residueLabel(residue).c_str(),
-                      18 - missingAt(residue - 1) - missingAt(residue) - missingAt(residue + 1),
-                      6 - missingAt(residue), shown[0], shown[1], shown[2], call.confidence,
-                      call.letter.c_str());
+                      row.name.c_str(), row.shiftCount, row.ownShiftCount, row.helix, row.strand,
+                      row.coil, row.confidence, row.letter.c_str());
         rows += line;
     }
     const std::string text = tableHeader(*this) + blocks.finish() +
@@ -174,4 +184,5 @@ void ORVIX::runSS_Prediction() {
                              "FORMAT %4d %1s %2d %2d %8.3f %8.3f %8.3f %4.2f %s\n\n" +
                              rows;
     std::fwrite(text.data(), 1, text.size(), out.get());
+    orvix::finishFile(out.get(), file);
 }

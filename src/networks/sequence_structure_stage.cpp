@@ -95,4 +95,5 @@ void ORVIX::runSeqSS_Prediction() {
                              "FORMAT %4d %1s %8.3f %8.3f %8.3f %4.2f %s\n\n" +
                              rows;
     std::fwrite(text.data(), 1, text.size(), out.get());
+    orvix::finishFile(out.get(), file);
 }

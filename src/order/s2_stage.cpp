@@ -5,6 +5,7 @@
 
 #include "order/rci.h"
 #include "run/orvix.h"
+#include "run/process.h"
 
 namespace {
 
@@ -23,6 +24,12 @@ void ORVIX::runS2_Prediction() {
     RCI engine;
     engine.runRCI(annInput, secShift, seq);
     s2 = engine.s2;
+    for (const auto& [residue, value] : s2) {
+        const int own = missingAt(residue);
+        const int around = own + missingAt(residue - 1) + missingAt(residue + 1);
+        orderRows[residue] = {residue, residueLabel(residue), 18 - around, 6 - own,
+                              value > 999.0 ? 9999.0 : s2Base - value};
+    }
 
     const std::string name = outBase + "S2.tab";
     const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(name.c_str(), "w"));
@@ -38,10 +45,9 @@ void ORVIX::runS2_Prediction() {
                  "FORMAT %%4d %%1s %%2d %%2d %%8.3f \n"
                  "\n",
                  inTitle.c_str());
-    for (const auto& [residue, value] : s2) {
-        const int own = missingAt(residue);
-        const int around = own + missingAt(residue - 1) + missingAt(residue + 1);
-        std::fprintf(file.get(), " %4d %1s %2d %2d %8.3f\n", residue, residueLabel(residue).c_str(),
-                     18 - around, 6 - own, value > 999.0 ? 9999.0 : s2Base - value);
+    for (const auto& [residue, row] : orderRows) {
+        std::fprintf(file.get(), " %4d %1s %2d %2d %8.3f\n", residue, row.name.c_str(),
+                     row.shiftCount, row.ownShiftCount, row.s2);
     }
+    orvix::finishFile(file.get(), name);
 }

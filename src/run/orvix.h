@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "search/clusterdata.h"
+#include "shifts/shift_findings.h"
+#include "summaries/result_rows.h"
 #include "tables/gdb.h"
 
 class CHI1ANN;
@@ -150,10 +152,13 @@ class ORVIX {
     /// Ends the process with status -1 with `checkOnly` set, and for a table without sequence,
     /// columns or rows.
     void getResInfo();
+    /// The same without the table and without the end by `checkOnly`.
+    void prepareShifts();
     /// `shift`, or the limit of residue `res` and `atom` that it passed.
     double clipSShift(int res, double shift, const std::string& atom);
     /// Reports outliers and estimates referencing offsets into `shiftOffset`.
     void checkCS();
+    orvix::ShiftFindings shiftFindings;  ///< what checkCS and the look at the sequence reported
     /// Fits y = a x + b; `sd` is the standard error of the residuals. Without effect when x and y
     /// differ in length.
     int LinearLeastSquareFitting(std::vector<double>& x, std::vector<double>& y, double& a,
@@ -192,6 +197,9 @@ class ORVIX {
     /// Order parameters by the random coil index; writes their table.
     void runS2_Prediction();
     std::map<int, double> s2;  ///< residue -> 1.003 - S2, 9999.0 for none
+
+    std::map<int, orvix::StructureRow> structureRows;  ///< residue -> row of its table
+    std::map<int, orvix::OrderRow> orderRows;          ///< residue -> row of its table
 
     // ---- database search ----------------------------------------------------------------------
 
@@ -237,6 +245,9 @@ class ORVIX {
     void vinaChi1();
     /// Writes the comprehensive match table.
     void writePredAll();
+
+    std::map<int, orvix::PhiPsiRow> phiPsiRows;  ///< residue -> row of the summary table
+    std::map<int, orvix::Chi1Row> chi1Rows;      ///< residue -> row of the chi1 table
 
     // ---- helpers ------------------------------------------------------------------------------
 

@@ -23,6 +23,13 @@
 namespace orvix {
 namespace {
 
+std::atomic<int> threadLimit{0};
+
+int limited(int threads) {
+    const int most = threadLimit.load();
+    return most > 0 ? std::min(threads, most) : threads;
+}
+
 void runOnThreads(int threads, const std::function<void(int, int)>& work) {
 #ifdef ORVIX_PLAIN_THREADS
     std::vector<std::thread> pool;
@@ -44,6 +51,7 @@ void runOnThreads(int threads, const std::function<void(int, int)>& work) {
 }  // namespace
 
 void parallelFor(int count, int threads, const std::function<void(int)>& body) {
+    threads = limited(threads);
     if (threads <= 1 || count <= 1) {
         for (int i = 0; i < count; ++i) {
             body(i);
@@ -58,6 +66,7 @@ void parallelFor(int count, int threads, const std::function<void(int)>& body) {
 }
 
 void parallelForDynamic(int count, int threads, const std::function<void(int)>& body) {
+    threads = limited(threads);
     if (threads <= 1 || count <= 1) {
         for (int i = 0; i < count; ++i) {
             body(i);
@@ -73,7 +82,11 @@ void parallelForDynamic(int count, int threads, const std::function<void(int)>& 
 }
 
 int availableThreads() {
-    return std::max(1, omp_get_num_procs());
+    return std::max(1, limited(omp_get_num_procs()));
+}
+
+void limitThreads(int most) {
+    threadLimit = most;
 }
 
 }  // namespace orvix

@@ -13,7 +13,11 @@ void parallelFor(int count, int threads, const std::function<void(int)>& body);
 /// The same, but each thread takes the next index that nobody has begun: for work of uneven size.
 void parallelForDynamic(int count, int threads, const std::function<void(int)>& body);
 
-/// Number of processors that this process may use, at least 1.
+/// Number of processors that this process may use, or the limit if that is less; at least 1.
 int availableThreads();
+
+/// No loop begun from now on runs on more than `most` threads, whatever its caller asks for; 0 for
+/// no limit. Results are the same.
+void limitThreads(int most);
 
 }  // namespace orvix

@@ -193,6 +193,7 @@ void checkSequence(ORVIX& run) {
             std::cerr << "WARNING: Residue Type Mismatch: Residue " << residue
                       << " SEQUENCE: " << letter
                       << " Chemical Shift Table: " << cellOf(&row, "RESNAME") << ".\n";
+            run.shiftFindings.mismatches.push_back({residue, letter, cellOf(&row, "RESNAME")});
             ++mismatches;
         }
     }
@@ -380,7 +381,7 @@ void writeSecondaryShifts(ORVIX& run) {
 
 }  // namespace
 
-void ORVIX::getResInfo() {
+void ORVIX::prepareShifts() {
     startWorkingTable(*this);
     takeSequence(*this);
     requireInput(*this);
@@ -409,6 +410,10 @@ void ORVIX::getResInfo() {
     if (offsetCorrect) {
         applyOffsets(*this);
     }
+}
+
+void ORVIX::getResInfo() {
+    prepareShifts();
     writeSecondaryShifts(*this);
     if (checkOnly) {
         orvix::endProcess(-1);

@@ -69,6 +69,8 @@ std::map<std::string, ShiftsByAtom> listOutliers(ORVIX& run) {
             std::cout << "  " << padded(std::to_string(residue)) << " " << run.seqName(residue)
                       << " " << padded(atom) << " Secondary Shift: " << fixed(8, shift)
                       << "    Limit: " << fixed(8, limit) << (serious ? " !\n" : "\n");
+            run.shiftFindings.outliers.push_back(
+                {residue, run.seqName(residue), atom, shift, limit, serious});
         }
         shifts[residText][atom] = shift;
     }
@@ -143,6 +145,7 @@ void ORVIX::checkCS() {
         const ShiftGroups& group = groups.at(nucleus.atom);
         const orvix::OffsetEstimate estimate =
             orvix::estimateOffset(group.negative, group.positive);
+        shiftFindings.offsets[nucleus.atom] = estimate;
         if (!estimate.enough) {
             if (estimate.size != 0) {
                 std::cerr << nucleus.tooFew << "\n";

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <utility>
 
+#include "structure/narrow.h"
 #include "tables/gdb.h"
 #include "tables/number_text.h"
 
@@ -18,18 +19,6 @@ namespace {
 constexpr std::size_t leastColumns = 60;
 constexpr float bondLimit = 2.5F;         // angstrom between the SG of a disulfide
 constexpr long long leastSeparation = 3;  // residues; bonded partners lie further apart
-
-// Narrowing with a defined result for numbers that no float holds.
-float toFloat(double value) {
-    constexpr double limit = std::numeric_limits<float>::max();
-    if (value > limit) {
-        return std::numeric_limits<float>::infinity();
-    }
-    if (value < -limit) {
-        return -std::numeric_limits<float>::infinity();
-    }
-    return static_cast<float>(value);
-}
 
 bool isCysteine(const std::string& letter) {
     return letter == "C" || letter == "c";
@@ -59,6 +48,10 @@ bool PDB::loadPDB(const std::string& path) {
     atoms.clear();
     residName3.clear();
     residName1.clear();
+    ringCount = 0;
+    acceptors.clear();
+    donors.clear();
+    hbondDist.clear();
     firstRes = 9999;
     lastRes = -9999;
 
@@ -99,7 +92,7 @@ void PDB::loadPDB_Entry(const std::string& line, CORdata& out) {
         return;
     }
     const auto number = [&line](std::size_t column, std::size_t length) {
-        return toFloat(orvix::textToDouble(line.substr(column, length)));
+        return orvix::narrowToFloat(orvix::textToDouble(line.substr(column, length)));
     };
     out.atomNum = orvix::textToInt(line.substr(6, 5));
     out.atomName = GDB::simplifyWhiteSpace(line.substr(11, 5));
@@ -132,12 +125,39 @@ void PDB::storeAtom(const CORdata& atom, std::map<int, CORdata>& byNumber) {
 
 void PDB::assignDisulfides() {
     // A partner that is c already still counts, so both ends of a bond are found.
-    for (auto& [residue, letter] : residName1) {
-        if (letter == "C" && isSSBonded(1, residue)) {
-            letter.assign(1, 'c');
-            residName3[residue] = "cys";
+    std::vector<CORdata> sulfurs = cysteineSulfurs();
+    for (CORdata& sulfur : sulfurs) {
+        if (hasBondPartner(sulfur, sulfurs)) {
+            residName1[sulfur.resNum] = "c";
+            residName3[sulfur.resNum] = "cys";
         }
     }
+}
+
+// The SG of each cysteine that has one, in rising residue number.
+std::vector<CORdata> PDB::cysteineSulfurs() const {
+    std::vector<CORdata> sulfurs;
+    for (const auto& [residue, letter] : residName1) {
+        if (isCysteine(letter)) {
+            const CORdata& sulfur = findAtom(1, residue, "SG");
+            if (!sulfur.atomName.empty()) {
+                sulfurs.push_back(sulfur);
+                sulfurs.back().resNum = residue;
+            }
+        }
+    }
+    return sulfurs;
+}
+
+bool PDB::hasBondPartner(CORdata& sulfur, std::vector<CORdata>& sulfurs) {
+    for (CORdata& partner : sulfurs) {
+        const long long apart = static_cast<long long>(partner.resNum) - sulfur.resNum;
+        if (std::abs(apart) > leastSeparation &&
+            getDist(sulfur.coorCopy, partner.coorCopy) <= bondLimit) {
+            return true;
+        }
+    }
+    return false;
 }
 
 bool PDB::isSSBonded(int /*model*/, int res) {
@@ -149,17 +169,9 @@ bool PDB::isSSBonded(int /*model*/, int res) {
     if (sulfur.atomName.empty()) {
         return false;
     }
-    for (const auto& [other, letter] : residName1) {
-        const long long apart = static_cast<long long>(other) - res;
-        if (!isCysteine(letter) || std::abs(apart) <= leastSeparation) {
-            continue;
-        }
-        CORdata partner = findAtom(1, other, "SG");
-        if (!partner.atomName.empty() && getDist(sulfur.coorCopy, partner.coorCopy) <= bondLimit) {
-            return true;
-        }
-    }
-    return false;
+    sulfur.resNum = res;
+    std::vector<CORdata> sulfurs = cysteineSulfurs();
+    return hasBondPartner(sulfur, sulfurs);
 }
 
 float PDB::getDist(float* a, float* b) {
@@ -168,7 +180,7 @@ float PDB::getDist(float* a, float* b) {
         const double d = static_cast<double>(a[k]) - b[k];
         sum += d * d;
     }
-    return toFloat(std::sqrt(sum));
+    return orvix::narrowToFloat(std::sqrt(sum));
 }
 
 const CORdata& PDB::findAtom(int model, long long res, const std::string& name) const {

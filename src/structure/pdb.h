@@ -2,6 +2,9 @@
 
 #include <map>
 #include <string>
+#include <vector>
+
+#include "structure/ring_data.h"
 
 /// One atom record of a structure file.
 struct CORdata {
@@ -44,9 +47,41 @@ class PDB {
     float getPhi(int model, int res);
     float getPsi(int model, int res);
     float getChi1(int model, int res);
+    float getChi2(int model, int res);
+    /// Torsion angle about the peptide bond in front of residue `res`.
+    float getOmega(int model, int res);
+
+    /// Finds the hydrogen bonds of the structure: fills `acceptors`, `donors` and `hbondDist`. A
+    /// bond joins residues that are at least two apart. The arguments have no effect.
+    void initHBond(float, float);
+    /// Length of the shortest hydrogen bond of an atom in angstrom; 0.0 without one. Needs
+    /// `initHBond`; adds an empty entry for an atom that has none.
+    float getHBondDist(int res, std::string atomName);
+    float getHBondDist(CORdata atom);
+    /// The heavy atom that an acceptor hangs on; empty if the atom accepts no hydrogen bond or its
+    /// residue lacks that atom.
+    CORdata isAcceptor(CORdata atom);
+    /// The heavy atom that carries a donor hydrogen; empty as above. Alpha protons are donors.
+    CORdata isDonor(CORdata atom);
+
+    /// Finds the aromatic rings that have all their atoms, and their planes; those beyond the first
+    /// `maxRings` are left out.
+    void initOrbitalShift();
+    /// Computes `center`, `normal` and `transform` of one ring.
+    void calcPlane(RingData* ring);
+    /// Ring current shift at an atom in ppm, by Haigh and Mallion; 0 for an atom that isn't there.
+    /// The rings of the atom's own residue count for HN alone. Needs `initOrbitalShift`.
+    float getOrbitalShift(int model, int res, const std::string& atomName);
+
+    /// Scales v, three coordinates, to length 1; a null vector stays null.
+    void Vec3Norm(float* v);
+    /// Replaces a by a x b.
+    void Vec3Cross(float* a, float* b);
 
     /// One-letter name of a three-letter residue name, case counts; "X" for any other.
     static std::string getOneAAName(const std::string& name);
+
+    static constexpr int maxRings = 200;
 
     bool loaded = false;   ///< the file could be opened
     std::string fileName;  ///< the path given
@@ -58,9 +93,20 @@ class PDB {
     std::map<int, std::string> residName1;  ///< residue number -> letter, c for a bonded cysteine
     int firstRes = 9999;                    ///< lowest residue number read
     int lastRes = -9999;                    ///< highest residue number read
+    RingData rings[maxRings];               ///< the aromatic rings found
+    int ringCount = 0;                      ///< number of rings in use
+    /// serial number of an acceptor atom -> that of the heavy atom it hangs on
+    std::map<int, int> acceptors;
+    /// serial number of a donor hydrogen -> that of the heavy atom that carries it
+    std::map<int, int> donors;
+    /// residue number -> atom name -> length of the atom's shortest hydrogen bond, angstrom
+    std::map<int, std::map<std::string, float>> hbondDist;
 
   private:
     void storeAtom(const CORdata& atom, std::map<int, CORdata>& byNumber);
     void assignDisulfides();
+    std::vector<CORdata> cysteineSulfurs() const;
+    bool hasBondPartner(CORdata& sulfur, std::vector<CORdata>& sulfurs);
+    void addRing(int residue, float intensity, const std::vector<const char*>& ringAtoms);
     const CORdata& findAtom(int model, long long res, const std::string& name) const;
 };

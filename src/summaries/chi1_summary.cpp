@@ -13,16 +13,6 @@ namespace {
 
 constexpr std::size_t pickLimit = 25;
 
-/// One row of the chi1 table.
-struct Chi1Row {
-    int residue = 0;
-    std::string name;
-    int shiftCount = 0;
-    double observed = orvix::missingValue;  ///< of the reference structure
-    orvix::RotamerPrediction prediction;
-    double chi1 = orvix::missingValue, spread = orvix::missingValue;
-};
-
 std::map<std::string, orvix::RotamerCalibration> readCalibration(const std::string& file) {
     GDB table;
     table.loadGDB(file);
@@ -63,7 +53,7 @@ void addRemarks(GDB& table, const std::string& inTitle, const std::string* refTi
     table.addRemark(std::string(orvix::versionRemark));
 }
 
-void addRow(GDB& table, const Chi1Row& row, bool hasReference) {
+void addRow(GDB& table, const orvix::Chi1Row& row, bool hasReference) {
     const auto set = [&](const char* column, const std::string& value) {
         table.setEntry(row.residue, column, value);
     };
@@ -116,9 +106,10 @@ void ORVIX::vinaChi1() {
                 chi1 = orvix::turnValine(chi1);
             }
         }
-        Chi1Row row;
+        orvix::Chi1Row row;
         row.residue = r;
         row.name = residueLabel(r);
+        row.turned = valine;
         row.shiftCount = 18 - missingAt(r - 1) - missingAt(r) - missingAt(r + 1);
         if (hasReference) {
             row.observed = static_cast<double>(refPDB->getChi1(1, r));
@@ -135,6 +126,7 @@ void ORVIX::vinaChi1() {
         row.chi1 = getAVGAngle2(picks);
         row.spread = getSTDAngle(picks);
         addRow(table, row, hasReference);
+        chi1Rows[r] = row;
     }
     table.saveGDB(outBase + "Chi1.tab");
 }

@@ -10,19 +10,6 @@
 
 namespace {
 
-/// One row of the summary table.
-struct SummaryRow {
-    int residue = 0;
-    std::string name;
-    double phi = orvix::missingValue, psi = orvix::missingValue;
-    double phiSpread = 0.0, psiSpread = 0.0;
-    double distance = 0.0;
-    double s2 = 0.0;
-    int count = 0;
-    int shiftCount = 0;
-    std::string classWord = "None";
-};
-
 /// Angles and box of a residue in the reference structure.
 struct ReferenceAngles {
     double phi = 0.0, psi = 0.0;
@@ -70,7 +57,7 @@ void addRemarks(GDB& table, const std::string& inTitle, const std::string* refTi
     table.addRemark(std::string(orvix::versionRemark));
 }
 
-void addRow(GDB& table, const SummaryRow& row) {
+void addRow(GDB& table, const orvix::PhiPsiRow& row) {
     const auto set = [&](const char* column, const std::string& value) {
         table.setEntry(row.residue, column, value);
     };
@@ -116,10 +103,14 @@ void ORVIX::vina() {
     std::cout << "Summarizing Phi/Psi Predictions ...\n";
 
     for (int r = firstResid; r <= lastResid; ++r) {
-        SummaryRow row;
+        orvix::PhiPsiRow row;
         row.residue = r;
         row.name = residueLabel(r);
         row.shiftCount = 18 - missingAt(r - 1) - missingAt(r) - missingAt(r + 1);
+        if (hasReference) {
+            row.referencePhi = static_cast<double>(refPDB->getPhi(1, r));
+            row.referencePsi = static_cast<double>(refPDB->getPsi(1, r));
+        }
         const bool rim = r == firstResid || r == lastResid || r == firstCSResid || r == lastCSResid;
         if (!rim && !(matchPhi[r].empty() && matchPsi[r].empty())) {
             row.phi = getAVGAngle2(matchPhi[r]);
@@ -151,6 +142,7 @@ void ORVIX::vina() {
             row.classWord = orvix::classWord(evidence);
         }
         addRow(table, row);
+        phiPsiRows[r] = row;
     }
     table.saveGDB(sumFile);
 }

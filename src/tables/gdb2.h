@@ -51,6 +51,20 @@ class GDB2 {
     /// Reads `file`; false when the load failed, with what was read so far left in the table.
     bool loadGDB(const std::string& file);
 
+    /// Reads a shift table and checks that it is one: a sequence, the columns RESID, RESNAME,
+    /// ATOMNAME and SHIFT with their types, and fewer than five residues that differ from the
+    /// sequence. False when it isn't, with what was read left in the table.
+    bool loadORVIX(const std::string& file);
+
+    /// Read a shift table from a deposited file in NMR-STAR version 2 or 3, line by line: the
+    /// columns of a shift table, the sequence in `residList`, with "?" for a residue without a
+    /// name, and a header. `lastResid` is the highest residue number. False, with a report in
+    /// `errorText`, for a file that can't be opened, five and more residues that differ from the
+    /// sequence, or residue numbers with more than 100,000 undefined ones between them; false
+    /// without a report for a file without shifts. Version 3 takes entity 1.
+    bool loadNMRStar2(const std::string& file);
+    bool loadNMRStar3(const std::string& file);
+
     /// Writes the table with its header in place.
     void saveGDB(const std::string& file);
 

@@ -10,6 +10,7 @@
 #include "tables/gdb2.h"
 #include "tables/line_reader.h"
 #include "tables/number_text.h"
+#include "tables/shift_table_reports.h"
 #include "tables/table_text.h"
 #include "tables/text_writer.h"
 
@@ -53,12 +54,6 @@ void readDataLine(GDB2& table, const std::vector<std::string_view>& words) {
             orvix::appendSequence(words[i], table.firstResid, table.residList);
         }
     }
-}
-
-bool failLoad(GDB2& table, const std::string& text) {
-    std::cerr << text;
-    table.errorText += text;
-    return false;
 }
 
 void writeSequence(orvix::TextWriter& out, const std::map<int, std::string>& residues) {
@@ -147,7 +142,7 @@ bool GDB2::loadGDB(const std::string& file) {
     fileName = file;
     orvix::LineReader reader(file);
     if (!reader.isOpen()) {
-        return failLoad(*this, "\tFile Error: Can't open input file for reading\n");
+        return orvix::failLoad(*this, "\tFile Error: Can't open input file for reading\n");
     }
 
     bool readsRows = false;
@@ -191,10 +186,11 @@ bool GDB2::loadGDB(const std::string& file) {
     reader.close();
 
     if (varsCount < 1) {
-        return failLoad(*this, "Format Error: Missing input table keyword VARS\n");
+        return orvix::failLoad(*this, "Format Error: Missing input table keyword VARS\n");
     }
     if (lineCount == 0) {
-        return failLoad(*this, "Format Error: No valid data found and read from input file \n");
+        return orvix::failLoad(*this,
+                               "Format Error: No valid data found and read from input file \n");
     }
     const std::int64_t last =
         firstResid - std::int64_t{1} + static_cast<std::int64_t>(residList.size());

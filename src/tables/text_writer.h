@@ -3,17 +3,21 @@
 #include <cstdio>
 #include <string>
 
+#include "run/process.h"
+
 namespace orvix {
 
 /// Writes a text file in large blocks. Text is appended to `text()`, each line closed by `endLine`.
 class TextWriter {
   public:
     /// Opens `path`, truncating it; see `isOpen`.
-    explicit TextWriter(const std::string& path) : file_(std::fopen(path.c_str(), "wb")) {}
+    explicit TextWriter(const std::string& path)
+        : path_(path), file_(std::fopen(path.c_str(), "wb")) {}
 
     ~TextWriter() {
         if (file_ != nullptr) {
             flush();
+            finishFile(file_, path_);
             std::fclose(file_);
         }
     }
@@ -39,6 +43,7 @@ class TextWriter {
         text_.clear();
     }
 
+    std::string path_;
     std::FILE* file_;
     std::string text_;
 };

@@ -95,4 +95,51 @@ TEST(Torsions, FourthAtomOfChi1) {
     EXPECT_EQ(bonded.getChi1(1, 2), -90.0F);
 }
 
+TEST(Torsions, Omega) {
+    // CA and C of residue 1, then N and CA of residue 2; a right angle about the peptide bond.
+    const std::string before =
+        atomLine(1, " CA", "ALA", 1, 1, 0, 0) + "\n" + atomLine(2, " C", "ALA", 1, 0, 0, 0) + "\n";
+    const std::string after =
+        atomLine(3, " N", "GLY", 2, 0, 0, 1) + "\n" + atomLine(4, " CA", "GLY", 2, 0, 1, 1) + "\n";
+    PDB pdb = readStructure(before + after);
+    EXPECT_EQ(pdb.getOmega(1, 2), 90.0F);
+    EXPECT_EQ(pdb.getOmega(1, 1), 9999.0F);
+    EXPECT_EQ(pdb.getOmega(1, 3), 9999.0F);
+    EXPECT_EQ(pdb.getOmega(2, 2), 9999.0F);
+    EXPECT_EQ(pdb.getOmega(1, -2147483647 - 1), 9999.0F);
+    EXPECT_EQ(readStructure(after).getOmega(1, 2), 9999.0F);
+}
+
+TEST(Torsions, LastAtomsOfChi2) {
+    const auto chi2 = [](const std::string& residue, const std::string& third,
+                         const std::string& fourth) {
+        PDB pdb = readStructure(atomLine(1, " CA", residue, 2, 1, 0, 0) + "\n" +
+                                atomLine(2, " CB", residue, 2, 0, 0, 0) + "\n" +
+                                atomLine(3, third, residue, 2, 0, 0, 1) + "\n" +
+                                atomLine(4, fourth, residue, 2, 0, -1, 1) + "\n");
+        return pdb.getChi2(1, 2);
+    };
+    const struct {
+        const char* residue;
+        const char* third;
+        const char* fourth;
+    } ends[] = {{"VAL", "CG1", "HG11"}, {"THR", "CG2", "HG21"}, {"SER", "OG", "HG"},
+                {"ILE", "CG1", "CD1"},  {"CYS", "SG", "HG"},    {"ASN", "CG", "OD1"},
+                {"ASP", "CG", "OD1"},   {"HIS", "CG", "ND1"},   {"MET", "CG", "SD"},
+                {"LEU", "CG", "CD1"},   {"PHE", "CG", "CD1"},   {"TYR", "CG", "CD1"},
+                {"TRP", "CG", "CD1"},   {"LYS", "CG", "CD"},    {"GLU", "CG", "CD"},
+                {"PRO", "CG", "CD"},    {"UNK", "CG", "CD"}};
+    for (const auto& end : ends) {
+        EXPECT_EQ(chi2(end.residue, end.third, end.fourth), -90.0F) << end.residue;
+        EXPECT_EQ(chi2(end.residue, end.third, "XX"), 9999.0F) << end.residue;
+    }
+    EXPECT_EQ(chi2("GLY", "CG", "CD"), 9999.0F);
+    EXPECT_EQ(chi2("ALA", "CG", "CD"), 9999.0F);
+    EXPECT_EQ(readStructure("END\n").getChi2(1, 5), 9999.0F);
+    PDB bonded = readStructure(shortChain("CYS", "SG") + atomLine(9, " HG", "CYS", 2, 0, 1, 1) +
+                               "\n" + atomLine(8, " SG", "CYS", 30, -1, 2, 1) + "\n");
+    ASSERT_EQ(bonded.residName3[2], "cys");
+    EXPECT_LT(bonded.getChi2(1, 2), 999.0F);
+}
+
 }  // namespace

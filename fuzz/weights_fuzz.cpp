@@ -1,0 +1,51 @@
+#include <cstring>
+#include <map>
+
+#include "fuzz_input.h"
+#include "networks/weight_table.h"
+
+namespace {
+
+constexpr int columns = 3;
+
+bool sameBits(const std::vector<double>& a, const std::vector<double>& b) {
+    return a.size() == b.size() &&
+           (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0);
+}
+
+void compareForms(const std::string& path, orvix::WeightRules rules, int threads) {
+    const auto fast = orvix::readWeightTableFast(path, rules, columns, threads);
+    bool ended = true;
+    orvix::WeightTable plain;
+    untilProcessEnds([&] {
+        plain = orvix::readWeightTablePlain(path, rules, columns);
+        ended = false;
+    });
+    if (!fast) {
+        return;
+    }
+    require(!ended && fast->weights.size() == plain.weights.size());
+    require(sameBits(fast->bias, plain.bias));
+    for (std::size_t i = 0; i < plain.weights.size(); ++i) {
+        require(sameBits(fast->weights[i], plain.weights[i]));
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string& path = inputFile(data, size);
+    for (const orvix::WeightRules rules : {orvix::WeightRules::typed, orvix::WeightRules::text}) {
+        compareForms(path, rules, 1);
+        compareForms(path, rules, 3);
+    }
+    std::map<int, std::vector<double>> rows[2];
+    std::vector<double> bias[2];
+    const orvix::LayerWeights members[] = {{&rows[0], &bias[0]}, {&rows[1], &bias[1]}};
+    orvix::loadBinaryRows(path, members, 4, columns);
+    untilProcessEnds([&] {
+        orvix::distributeRows(orvix::readWeightTable(path, orvix::WeightRules::text, columns),
+                              members, 4);
+    });
+    return 0;
+}

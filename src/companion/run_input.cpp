@@ -1,0 +1,123 @@
+#include "companion/run_input.h"
+
+#include <CLI/CLI.hpp>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+#include "companion/command.h"
+#include "companion/version.h"
+#include "import/shift_text.h"
+#include "tables/line_reader.h"
+#include "tables/table_text.h"
+
+namespace orvix {
+namespace {
+
+/// Whether the file is compressed or begins with a byte order mark, which the library can't read.
+bool isPackedText(const std::string& file) {
+    std::string start(3, '\0');
+    std::ifstream(file, std::ios::binary).read(start.data(), 3);
+    return start.compare(0, 2, "\x1f\x8b") == 0 || start == "\xef\xbb\xbf";
+}
+
+}  // namespace
+
+void addImportOptions(CLI::App& command, ImportOptions& options) {
+    const char* const group = "Reading FILE (see orvix import)";
+    command
+        .add_option("--format", options.format, "Form of FILE; found from its content if absent")
+        ->check(CLI::IsMember(importFormats()))
+        ->type_name("NAME")
+        ->group(group);
+    command.add_option("--list", options.list, "Shift list, by number or name")
+        ->type_name("ID")
+        ->group(group);
+    command.add_option("--entity", options.entity, "Entity or chain")
+        ->type_name("ID")
+        ->group(group);
+    command.add_option("--assembly", options.assembly, "Member of the assembly")
+        ->type_name("ID")
+        ->group(group);
+    command
+        .add_option("--numbering", options.numbering,
+                    "Residue numbers: place in the sequence, or the authors'")
+        ->check(CLI::IsMember({"seq", "auth"}))
+        ->type_name("seq|auth")
+        ->capture_default_str()
+        ->group(group);
+    command.add_option("--sequence", options.sequenceFile, "Sequence file, FASTA or .seq")
+        ->type_name("FILE")
+        ->group(group);
+    command
+        .add_option("--max-ambiguity", options.maxAmbiguity,
+                    "Leave out shifts with a higher ambiguity code")
+        ->check(CLI::Range(1, 9))
+        ->type_name("N")
+        ->group(group);
+}
+
+void addPreparationOptions(CLI::App& command, PreparationOptions& options) {
+    command
+        .add_option("--data-dir", options.dataDirectory,
+                    "Directory that holds tab/; else ORVIXN_DIR, else share/orvixn of the program")
+        ->type_name("DIR");
+    command.add_option("--title", options.title, "Title in the tables; FILE if absent")
+        ->type_name("TEXT");
+    command.add_flag("--no-proton,--noproton", options.noProton,
+                     "Take HA and HN as missing, work from 13C and 15N alone");
+    command.add_flag("--iso", options.isotopeCorrection,
+                     "Correct CA and CB shifts of a deuterated sample");
+    command.add_flag("--keep-cysteines", options.keepCysteines,
+                     "Keep the cysteine states as given instead of taking them from CB");
+}
+
+std::map<std::string, std::string> librarySettings(const PreparationOptions& options,
+                                                   const std::string& dataDirectory) {
+    const auto flag = [](bool set) { return std::string(set ? "true" : ""); };
+    return {{"tabDir", dataDirectory + "/tab"},
+            {"noproton", flag(options.noProton)},
+            {"iso", flag(options.isotopeCorrection)},
+            {"noOxiCysCheck", flag(options.keepCysteines)}};
+}
+
+RunInput takeInput(const std::string& file, const ImportOptions& options,
+                   const std::string& title) {
+    RunInput input;
+    input.file = file;
+    std::string fromFile;
+    if (options.format.empty() && isShiftTable(file)) {
+        if (!options.list.empty() || !options.entity.empty() || !options.assembly.empty() ||
+            !options.sequenceFile.empty() || options.numbering != "seq" ||
+            options.maxAmbiguity != 0) {
+            std::cerr << programName << ": warning: " << file
+                      << " is an input table and taken as it is; the options for reading other "
+                         "forms have no effect\n";
+        }
+        if (isPackedText(file)) {
+            input.tableText = readShiftText(file);
+        }
+    } else {
+        input.imported = importShifts(file, options);
+        fromFile = input.imported->title;
+        std::ostringstream text;
+        writeShiftTable(*input.imported, text);
+        input.tableText = text.str();
+    }
+    // Titles are one line with single blanks, as from a command line of orvixn.
+    input.title = simplifyWhiteSpace(!title.empty() ? title : !fromFile.empty() ? fromFile : file);
+    return input;
+}
+
+void tellImport(const RunInput& input) {
+    if (!input.imported) {
+        return;
+    }
+    std::cerr << programName << ": " << input.file << " read as " << input.imported->format << ", "
+              << input.imported->shifts.size() << " backbone shifts\n";
+    for (const std::string& warning : input.imported->report.warnings()) {
+        std::cerr << programName << ": warning: " << warning << '\n';
+    }
+}
+
+}  // namespace orvix

@@ -1,0 +1,5 @@
+#include "companion/version.h"
+
+const char* orvix::programVersion() {
+    return ORVIX_VERSION;
+}

@@ -1,0 +1,349 @@
+#include "import/residue_numbers.h"
+
+#include <algorithm>
+#include <set>
+
+#include "companion/command.h"
+#include "import/sequence_text.h"
+#include "import/shift_text.h"
+
+namespace orvix {
+
+namespace {
+
+// "012" and "+12" are 12.
+std::string numberKey(const std::string& text) {
+    int number = 0;
+    return parseNumber(text, number) ? std::to_string(number) : text;
+}
+
+// Numbers with holes: at most so many letters X may be put in.
+constexpr int mostGaps = 1000;
+
+}  // namespace
+
+ResidueNumbers::ResidueNumbers(RowSelection& selection, const ResidueNames& names,
+                               const ImportOptions& options, const std::string& path,
+                               ImportReport& report)
+    : names_(names), path_(path), report_(report) {
+    const std::vector<ShiftRow>& rows = selection.rows;
+    byAuthorNumber_ = std::all_of(rows.begin(), rows.end(),
+                                  [](const ShiftRow& row) { return isMissing(row.number); });
+    residues_ = selection.entity.residues;
+    if (residues_.empty()) {
+        residuesFromRows(rows);
+    }
+    for (const SequenceResidue& residue : residues_) {
+        letters_.push_back(names_.letter(residue.name));
+    }
+    const bool authorsKnown =
+        std::any_of(residues_.begin(), residues_.end(),
+                    [](const SequenceResidue& residue) { return !residue.authorNumber.empty(); });
+    if (!selection.entity.numbered || (byAuthorNumber_ && !authorsKnown)) {
+        align(rows);
+    }
+    int at = 0;
+    for (const SequenceResidue& residue : residues_) {
+        const std::string& key = byAuthorNumber_ ? residue.authorNumber : residue.number;
+        if (!isMissing(key) && !index_.emplace(numberKey(key), at).second) {
+            report_.warn("two residues of the sequence have the number " + key +
+                         "; the first one is used");
+        }
+        ++at;
+    }
+    if (!byAuthorNumber_) {
+        collectAuthorNumbers(rows);
+    }
+    number(options);
+    reportResidues(rows);
+}
+
+int ResidueNumbers::residueOf(const ShiftRow& row) const {
+    const bool byAuthor = byAuthorNumber_ || isMissing(row.number);
+    const auto& index = byAuthor && !byAuthorNumber_ ? authorIndex_ : index_;
+    const auto found = index.find(numberKey(byAuthor ? row.authorNumber : row.number));
+    return found == index.end() ? none : found->second;
+}
+
+std::string ResidueNumbers::sequence() const {
+    std::string letters;
+    for (std::size_t i = 0; i < residues_.size(); ++i) {
+        if (i > 0) {
+            letters.append(static_cast<std::size_t>(numbers_[i] - numbers_[i - 1] - 1), 'X');
+        }
+        letters += letters_[i].letter;
+    }
+    return letters;
+}
+
+std::map<int, std::string> ResidueNumbers::authorNumbers() const {
+    std::map<int, std::string> known;
+    for (std::size_t i = 0; i < residues_.size(); ++i) {
+        const SequenceResidue& residue = residues_[i];
+        if (!isMissing(residue.authorNumber)) {
+            known[numbers_[i]] = residue.authorNumber;
+        } else if (!isMissing(residue.number) && residue.number != std::to_string(numbers_[i])) {
+            known[numbers_[i]] = residue.number;
+        }
+    }
+    return known;
+}
+
+void ResidueNumbers::residuesFromRows(const std::vector<ShiftRow>& rows) {
+    std::map<int, std::string> found;
+    for (const ShiftRow& row : rows) {
+        int value = 0;
+        if (parseNumber(byAuthorNumber_ ? row.authorNumber : row.number, value)) {
+            std::string& name = found[value];
+            if (isMissing(name)) {
+                name = row.residueName;
+            }
+        }
+    }
+    for (const auto& [value, name] : found) {
+        SequenceResidue residue{isMissing(name) ? "X" : name, std::to_string(value), {}};
+        if (byAuthorNumber_) {
+            std::swap(residue.number, residue.authorNumber);
+        }
+        residues_.push_back(std::move(residue));
+    }
+    if (residues_.empty()) {
+        throw InputRejected(path_ + ": no row has a residue number that can be used");
+    }
+    if (byAuthorNumber_) {
+        numberFromOne(residues_);
+        const int first = found.begin()->first;
+        for (SequenceResidue& residue : residues_) {
+            int value = 0;
+            parseNumber(residue.authorNumber, value);
+            residue.number = std::to_string(value - first + 1);
+        }
+    }
+    requireSaneLength(residues_, path_);
+    const int span = found.rbegin()->first - found.begin()->first + 1;
+    report_.warn("the file has no sequence: it is made of the residue names of the rows, " +
+                 std::to_string(found.begin()->first) + " to " +
+                 std::to_string(found.rbegin()->first) + ", with " +
+                 std::to_string(span - static_cast<int>(found.size())) +
+                 " unknown residues; give the whole sequence with --sequence");
+}
+
+void ResidueNumbers::align(const std::vector<ShiftRow>& rows) {
+    std::map<int, char> known;
+    for (const ShiftRow& row : rows) {
+        int value = 0;
+        const char letter = names_.letter(row.residueName).letter;
+        if (letter != 'X' && parseNumber(byAuthorNumber_ ? row.authorNumber : row.number, value)) {
+            known.emplace(value, letter);
+        }
+    }
+    // A part of the residues is enough and bounds the work; it is taken evenly.
+    constexpr std::size_t mostCompared = 400;
+    const std::size_t step = known.size() / mostCompared + 1;
+    std::map<int, int> fits;  // offset to residues that fit
+    std::size_t place = 0;
+    int compared = 0;
+    for (const auto& [value, letter] : known) {
+        if (place++ % step != 0) {
+            continue;
+        }
+        ++compared;
+        for (std::size_t i = 0; i < residues_.size(); ++i) {
+            if (letters_[i].letter == letter) {
+                ++fits[value - static_cast<int>(i)];
+            }
+        }
+    }
+    // Of equals the one that leaves the sequence numbered from 1, or nearly so.
+    int offset = 1;
+    int best = 0;
+    for (const auto& [candidate, count] : fits) {
+        if (count > best || (count == best && std::abs(candidate - 1) < std::abs(offset - 1))) {
+            offset = candidate;
+            best = count;
+        }
+    }
+    if (compared > 0 && best == 0) {
+        throw InputRejected(path_ + ": no residue name of the shifts occurs in the sequence");
+    }
+    for (std::size_t i = 0; i < residues_.size(); ++i) {
+        const std::string value = std::to_string(offset + static_cast<int>(i));
+        (byAuthorNumber_ ? residues_[i].authorNumber : residues_[i].number) = value;
+    }
+    const std::string text =
+        "the rows are placed on the sequence by their residue names: its first letter is residue " +
+        std::to_string(offset) + " of the file, " + std::to_string(best) + " of " +
+        std::to_string(compared) + " residues fit";
+    if (best == compared && compared > 0) {
+        report_.note(text);
+    } else {
+        report_.warn(text);
+    }
+}
+
+void ResidueNumbers::collectAuthorNumbers(const std::vector<ShiftRow>& rows) {
+    // What the rows say goes before the table of residues: it is nearer to the data.
+    std::map<int, std::string> found;
+    std::set<std::pair<int, std::string>> conflicts;
+    for (const ShiftRow& row : rows) {
+        const int at = residueOf(row);
+        if (at == none || isMissing(row.authorNumber)) {
+            continue;
+        }
+        const auto [entry, fresh] = found.emplace(at, row.authorNumber);
+        if (!fresh && entry->second != row.authorNumber &&
+            conflicts.insert({at, row.authorNumber}).second) {
+            report_.warn("residue " + residues_[static_cast<std::size_t>(at)].number +
+                         " has the author numbers " + entry->second + " and " + row.authorNumber +
+                         "; the first one is used");
+        }
+    }
+    for (auto& [at, text] : found) {
+        residues_[static_cast<std::size_t>(at)].authorNumber = text;
+    }
+    int at = 0;
+    for (const SequenceResidue& residue : residues_) {
+        if (!isMissing(residue.authorNumber)) {
+            authorIndex_.emplace(numberKey(residue.authorNumber), at);
+        }
+        ++at;
+    }
+}
+
+void ResidueNumbers::number(const ImportOptions& options) {
+    numbers_.assign(residues_.size(), 0);
+    if (options.numbering == "auth" ? !numberByAuthors() : !numberByFile()) {
+        for (std::size_t i = 0; i < numbers_.size(); ++i) {
+            numbers_[i] = static_cast<int>(i) + 1;
+        }
+        report_.warn(
+            "the residue numbers of the file can't number a table (no whole numbers, not "
+            "rising, or too far apart): residues are numbered from 1");
+    }
+    renumberLarge();
+    const int gaps = numbers_.back() - numbers_.front() + 1 - static_cast<int>(numbers_.size());
+    if (gaps > 0) {
+        report_.warn(std::to_string(gaps) +
+                     " residue numbers between the first and the last are not in the sequence and "
+                     "stand in it as X");
+    }
+}
+
+bool ResidueNumbers::numberByAuthors() {
+    std::vector<bool> known(residues_.size(), false);
+    std::size_t first = residues_.size();
+    for (std::size_t i = 0; i < residues_.size(); ++i) {
+        const std::string& text = residues_[i].authorNumber;
+        if (isMissing(text)) {
+            continue;
+        }
+        if (!parseNumber(text, numbers_[i])) {
+            throw InputRejected(path_ + ": the author number " + text + " of residue " +
+                                residues_[i].number + " is no whole number; use --numbering seq");
+        }
+        known[i] = true;
+        first = std::min(first, i);
+    }
+    if (first == residues_.size()) {
+        report_.warn("the file has no author numbers beside its own; its own are used");
+        return numberByFile();
+    }
+    // Residues without a number of their own go on from their neighbours.
+    for (std::size_t i = first; i-- > 0;) {
+        numbers_[i] = numbers_[i + 1] - 1;
+    }
+    for (std::size_t i = first + 1; i < residues_.size(); ++i) {
+        if (!known[i]) {
+            numbers_[i] = numbers_[i - 1] + 1;
+        }
+        if (numbers_[i] <= numbers_[i - 1]) {
+            throw InputRejected(path_ + ": the author numbers don't rise along the sequence (" +
+                                std::to_string(numbers_[i - 1]) + ", then " +
+                                std::to_string(numbers_[i]) + "); use --numbering seq");
+        }
+    }
+    if (numbers_.back() - numbers_.front() + 1 > static_cast<int>(numbers_.size()) + mostGaps) {
+        throw InputRejected(path_ + ": the author numbers leave more than " +
+                            std::to_string(mostGaps) + " residues out; use --numbering seq");
+    }
+    return true;
+}
+
+bool ResidueNumbers::numberByFile() {
+    for (std::size_t i = 0; i < residues_.size(); ++i) {
+        if (!parseNumber(residues_[i].number, numbers_[i]) ||
+            (i > 0 && numbers_[i] <= numbers_[i - 1])) {
+            return false;
+        }
+    }
+    return numbers_.back() - numbers_.front() + 1 <= static_cast<int>(numbers_.size()) + mostGaps;
+}
+
+// A run counts the range of its shift rows from -999 and 999.
+void ResidueNumbers::renumberLarge() {
+    constexpr int largest = 999;
+    const int first = numbers_.front();
+    const int span = numbers_.back() - first + 1;
+    if (numbers_.back() <= largest && first >= -largest) {
+        return;
+    }
+    if (first == 1 || span > largest) {
+        report_.note("residue numbers above 999: the sequence itself is longer");
+        return;
+    }
+    for (int& value : numbers_) {
+        value -= first - 1;
+    }
+    report_.warn("residue numbers " + std::to_string(first) + " to " +
+                 std::to_string(first + span - 1) +
+                 " are outside of -999 to 999: residues are numbered from 1");
+}
+
+void ResidueNumbers::reportResidues(const std::vector<ShiftRow>& rows) {
+    using Kind = ResidueLetter::Kind;
+    std::map<int, int> shifts;
+    for (const ShiftRow& row : rows) {
+        ++shifts[residueOf(row)];
+    }
+    for (std::size_t i = 0; i < residues_.size(); ++i) {
+        const SequenceResidue& residue = residues_[i];
+        const ResidueLetter letter = letters_[i];
+        const std::string own = byAuthorNumber_ ? residue.authorNumber : residue.number;
+        const std::string place = own + " " + residue.name;
+        if (letter.kind != Kind::standard) {
+            report_.add(
+                ImportFinding::residueReplaced,
+                place + " -> " + letter.letter +
+                    (letter.kind == Kind::unknown ? ", no known parent: a run can't use its shifts"
+                                                  : ""));
+        }
+        const auto count = shifts.find(static_cast<int>(i));
+        if (count != shifts.end() && own != std::to_string(numbers_[i])) {
+            report_.add(ImportFinding::renumbered, place + " -> " + std::to_string(numbers_[i]) +
+                                                       " (" + std::to_string(count->second) +
+                                                       " rows)");
+        }
+    }
+    reportTag();
+}
+
+void ResidueNumbers::reportTag() {
+    for (std::size_t i = 0; i < residues_.size(); ++i) {
+        int author = 0;
+        if (!parseNumber(residues_[i].authorNumber, author)) {
+            continue;
+        }
+        const int ahead = static_cast<int>(i) - author + 1;  // residues in front of number 1
+        if (ahead > 0 && ahead <= static_cast<int>(residues_.size())) {
+            report_.note("the first " + std::to_string(ahead) +
+                         " residues have author numbers below 1, as an expression tag has; they "
+                         "stay in the sequence");
+        }
+        break;
+    }
+    if (sequence().find("HHHHHH") != std::string::npos) {
+        report_.note("the sequence holds a histidine tag; it stays in the sequence");
+    }
+}
+
+}  // namespace orvix

@@ -1,0 +1,74 @@
+#include "import/shift_import.h"
+
+#include "companion/command.h"
+#include "import/shift_file.h"
+#include "import/shift_text.h"
+
+namespace orvix {
+
+namespace {
+
+using Reader = ShiftFile (*)(std::string_view, const std::string&);
+
+struct Form {
+    const char* name;
+    Reader read;
+};
+
+constexpr Form forms[] = {{"nmrstar3", readNmrStar3}, {"nmrstar21", readNmrStar21},
+                          {"nef", readNef},           {"xeasy", readXeasy},
+                          {"sparky", readSparky},     {"csv", readCsv}};
+
+std::string knownForms() {
+    std::string names;
+    for (const std::string& name : importFormats()) {
+        names += (names.empty() ? "" : ", ") + name;
+    }
+    return names;
+}
+
+}  // namespace
+
+const std::vector<std::string>& importFormats() {
+    static const std::vector<std::string> names = [] {
+        std::vector<std::string> list;
+        for (const Form& form : forms) {
+            list.emplace_back(form.name);
+        }
+        return list;
+    }();
+    return names;
+}
+
+ImportedTable importShifts(const std::string& path, const ImportOptions& options) {
+    if (options.numbering != "seq" && options.numbering != "auth") {
+        throw InputRejected("numbering " + options.numbering +
+                            " is not known; expected seq or auth");
+    }
+    const std::string text = readShiftText(path);
+    const std::string format = options.format.empty() ? findFormat(text) : options.format;
+    for (const Form& form : forms) {
+        if (format == form.name) {
+            ShiftFile file = form.read(text, path);
+            file.report.noteFirst("file: " + path + ", read as " + format);
+            if (file.rows.empty()) {
+                throw InputRejected(path + ": no row with a shift in it (read as " + format + ")");
+            }
+            return buildShiftTable(std::move(file), options);
+        }
+    }
+    if (!format.empty()) {
+        throw InputRejected(path + ": the form " + format +
+                            " is not known; known forms: " + knownForms());
+    }
+    throw InputRejected(path +
+                        (isShiftTable(path)
+                             ? ": is an input table already and needs no import"
+                             : ": no known form of a shift file; known forms: " + knownForms()));
+}
+
+void writeImportReport(const ImportedTable& table, std::ostream& out, std::size_t itemLimit) {
+    table.report.write(out, itemLimit);
+}
+
+}  // namespace orvix

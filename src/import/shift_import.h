@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "import/import_report.h"
+
+namespace orvix {
+
+/// How a shift file is to be read. The defaults suit a file with one protein.
+struct ImportOptions {
+    std::string format;             ///< one of `importFormats`; empty: found from the content
+    std::string list;               ///< shift list, by number or frame name; empty: the fullest one
+    std::string entity;             ///< entity (NEF: chain); empty: the only polypeptide
+    std::string assembly;           ///< assembly member; empty: the one with most backbone shifts
+    std::string numbering = "seq";  ///< "seq": place in the sequence; "auth": the authors' numbers
+    std::string sequenceFile;       ///< FASTA or CYANA `.seq`; overrules the file's own sequence
+    int maxAmbiguity = 0;           ///< rows with a higher ambiguity code are dropped; 0: none
+};
+
+/// One row of the input table.
+struct ImportedShift {
+    int residue = 0;          ///< in the numbering of the table
+    std::string residueName;  ///< one letter
+    std::string atom;         ///< N HN HA HA2 HA3 C CA CB
+    std::string valueText;    ///< ppm, the digits of the file
+    double value = 0.0;       ///< ppm
+};
+
+/// A shift file as the run wants it.
+struct ImportedTable {
+    std::string title;     ///< may be empty; one line
+    std::string format;    ///< the form that the file was read as
+    std::string sequence;  ///< one letter a residue, numbered on from `firstResidue`
+    int firstResidue = 1;
+    std::vector<ImportedShift> shifts;        ///< by residue, then N HA HA2 HA3 C CA CB HN
+    std::map<int, std::string> authorNumber;  ///< table number to the authors', where known
+    ImportReport report;
+};
+
+/// Names of the forms that can be read, as `ImportOptions::format` takes them.
+const std::vector<std::string>& importFormats();
+
+/// Reads a shift file, plain or gzip, of any known form. Throws InputRejected for a file that can't
+/// be read, has an unknown form or no usable shift, and for options that name nothing in it.
+ImportedTable importShifts(const std::string& path, const ImportOptions& options);
+
+/// True for a file that already is an input table of `orvixn`. False for one that can't be read.
+bool isShiftTable(const std::string& path);
+
+/// Writes the input table of `orvixn`.
+void writeShiftTable(const ImportedTable& table, std::ostream& out);
+
+/// Writes the report as text; see `ImportReport::write` for the limit.
+void writeImportReport(const ImportedTable& table, std::ostream& out, std::size_t itemLimit = 0);
+
+}  // namespace orvix

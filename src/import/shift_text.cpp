@@ -1,0 +1,121 @@
+#include "import/shift_text.h"
+
+#include <zlib.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <memory>
+
+#include "companion/command.h"
+#include "tables/number_text.h"
+#include "tables/table_text.h"
+
+namespace orvix {
+
+namespace {
+
+// One pass in place: the text may be large.
+void unifyLineEnds(std::string& text) {
+    std::size_t out = 0;
+    for (std::size_t in = 0; in < text.size(); ++in) {
+        char c = text[in];
+        if (c == '\r') {
+            if (in + 1 < text.size() && text[in + 1] == '\n') {
+                continue;
+            }
+            c = '\n';
+        }
+        text[out++] = c;
+    }
+    text.resize(out);
+}
+
+std::string fold(std::string_view text, char first, char last, int shift) {
+    std::string folded(text);
+    for (char& c : folded) {
+        if (c >= first && c <= last) {
+            c = static_cast<char>(c + shift);
+        }
+    }
+    return folded;
+}
+
+}  // namespace
+
+std::string readShiftText(const std::string& path, std::size_t limit) {
+    // zlib hands plain files through as they are.
+    const std::unique_ptr<gzFile_s, int (*)(gzFile)> file(gzopen(path.c_str(), "rb"), gzclose);
+    if (!file) {
+        throw InputRejected(path + ": can't be opened for reading");
+    }
+    std::string text;
+    std::array<char, 1 << 16> block;
+    for (;;) {
+        const int count = gzread(file.get(), block.data(), static_cast<unsigned>(block.size()));
+        int code = Z_OK;
+        const char* reason = gzerror(file.get(), &code);
+        if (count < 0 || (code != Z_OK && code != Z_STREAM_END)) {
+            throw InputRejected(
+                path + ": can't be read: " + (code == Z_ERRNO ? "no readable file" : reason));
+        }
+        if (count == 0) {
+            break;
+        }
+        if (text.size() + static_cast<std::size_t>(count) > limit) {
+            throw InputRejected(path + ": holds more than " + std::to_string(limit >> 20) +
+                                " MiB of text, which no shift file does");
+        }
+        text.append(block.data(), static_cast<std::size_t>(count));
+    }
+    if (text.starts_with("\xEF\xBB\xBF")) {
+        text.erase(0, 3);
+    }
+    unifyLineEnds(text);
+    return text;
+}
+
+std::string atLine(const std::string& path, int line, const std::string& text) {
+    return path + ":" + std::to_string(line) + ": " + text;
+}
+
+std::string foldLower(std::string_view text) {
+    return fold(text, 'A', 'Z', 'a' - 'A');
+}
+std::string foldUpper(std::string_view text) {
+    return fold(text, 'a', 'z', 'A' - 'a');
+}
+
+bool isMissing(std::string_view value) {
+    return value.empty() || value == "." || value == "?";
+}
+
+bool parseNumber(std::string_view text, int& number) {
+    const std::size_t sign = !text.empty() && (text[0] == '-' || text[0] == '+') ? 1 : 0;
+    const std::string_view digits = text.substr(sign);
+    if (digits.empty() || !std::all_of(digits.begin(), digits.end(), isDigit)) {
+        return false;
+    }
+    const int value = textToInt(text);
+    if (value < -99999 || value > 99999) {
+        return false;
+    }
+    number = value;
+    return true;
+}
+
+bool parseValue(std::string_view text, double& value) {
+    // Only decimals: the C reader would also take hexadecimal, "inf" and "nan".
+    if (text.empty() || text.find_first_not_of("0123456789+-.eE") != std::string_view::npos) {
+        return false;
+    }
+    double read = 0.0;
+    const char* end = text.data() + text.size();
+    if (readDouble(text.data(), end, read) != end || !std::isfinite(read)) {
+        return false;
+    }
+    value = read;
+    return true;
+}
+
+}  // namespace orvix

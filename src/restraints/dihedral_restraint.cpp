@@ -1,0 +1,175 @@
+#include "restraints/dihedral_restraint.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+#include "restraints/restraint_names.h"
+#include "run/angles.h"
+
+namespace orvix {
+
+namespace {
+
+constexpr int halfTurn = 180000;  // in thousandths of a degree
+/// The turn that the tables give to valine's chi1, undone.
+constexpr double valineTurn = 120.0;
+
+int thousandths(double degrees) {
+    return static_cast<int>(std::lround(degrees * 1000.0));
+}
+
+/// The same direction above -180 to 180 degrees.
+int onCircle(int angle) {
+    while (angle > halfTurn) {
+        angle -= 2 * halfTurn;
+    }
+    while (angle <= -halfTurn) {
+        angle += 2 * halfTurn;
+    }
+    return angle;
+}
+
+double rotamerCentre(const std::string& rotamer) {
+    return rotamer == "g-" ? -60.0 : rotamer == "g+" ? 60.0 : 180.0;
+}
+
+bool hasChi1(char letter) {
+    return letter != 'A' && letter != 'G' && letter != 'P' && letter != 'p';
+}
+
+/// Collects the restraints of one residue after the other.
+class Collector {
+  public:
+    Collector(const RestraintRules& rules, RestraintSet& set) : rules_(rules), set_(set) {}
+
+    /// The interval about `centre`, or a count of why there is none. Null when there is none.
+    const DihedralRestraint* add(int residue, Dihedral dihedral, std::optional<double> centre,
+                                 std::optional<double> spread) {
+        // A spread of 0 stands for no pick and one of 180 for a single one: neither is an error
+        // estimate.
+        if (!centre || !spread || !(*spread > 0.0 && *spread < 180.0)) {
+            ++set_.withoutValue;
+            return nullptr;
+        }
+        const double width = std::max(rules_.spreadFactor * *spread, rules_.minimum);
+        if (!(width < 180.0) || thousandths(width) >= halfTurn) {
+            ++set_.wholeCircle;
+            return nullptr;
+        }
+        set_.restraints.push_back({residue, dihedral, onCircle(thousandths(*centre)),
+                                   thousandths(width), thousandths(*spread)});
+        return &set_.restraints.back();
+    }
+
+    void addChi1(int residue, const FinishedChi1& chi1) {
+        if (chi1.rotamer.empty()) {
+            ++set_.withoutRotamer;
+            return;
+        }
+        if (!chi1.angle) {
+            ++set_.withoutValue;
+            return;
+        }
+        const double turn = chi1.turned ? valineTurn : 0.0;
+        const double centre =
+            rules_.chi1Centre == Chi1Centre::rotamer ? rotamerCentre(chi1.rotamer) : *chi1.angle;
+        const DihedralRestraint* const restraint =
+            add(residue, Dihedral::chi1, centre + turn, chi1.spread);
+        if (restraint != nullptr) {
+            const int off = onCircle(thousandths(*chi1.angle + turn) - restraint->centre);
+            if (std::abs(off) > restraint->halfWidth) {
+                set_.outsideRotamer.push_back(residue);
+            }
+        }
+    }
+
+  private:
+    const RestraintRules& rules_;
+    RestraintSet& set_;
+};
+
+}  // namespace
+
+int RestraintSet::count(Dihedral dihedral) const {
+    int count = 0;
+    for (const DihedralRestraint& restraint : restraints) {
+        count += restraint.dihedral == dihedral ? 1 : 0;
+    }
+    return count;
+}
+
+RestraintSet makeRestraints(const FinishedPrediction& prediction, const RestraintRules& rules,
+                            const std::set<int>& namedResidues) {
+    RestraintSet set;
+    Collector collector(rules, set);
+    for (const auto& [number, residue] : prediction.residues) {
+        if (rules.classes.count(residue.classWord) == 0) {
+            continue;
+        }
+        const bool atEnd = number == prediction.residues.begin()->first ||
+                           number == prediction.residues.rbegin()->first ||
+                           !prediction.inSequence(number - 1) || !prediction.inSequence(number + 1);
+        if (atEnd) {
+            set.endResidues.push_back(number);
+            continue;
+        }
+        if (!isKnownLetter(residue.letter) && namedResidues.count(number) == 0) {
+            set.unknownResidues.push_back(number);
+            continue;
+        }
+        collector.add(number, Dihedral::phi, residue.phi, residue.phiSpread);
+        collector.add(number, Dihedral::psi, residue.psi, residue.psiSpread);
+        if (rules.withChi1 && residue.chi1 && isKnownLetter(residue.letter) &&
+            hasChi1(residue.letter)) {
+            collector.addChi1(number, *residue.chi1);
+        }
+    }
+    return set;
+}
+
+std::array<TorsionAtom, 4> torsionAtoms(const DihedralRestraint& restraint, char letter) {
+    const int i = restraint.residue;
+    switch (restraint.dihedral) {
+        case Dihedral::phi:
+            return {{{i - 1, "C"}, {i, "N"}, {i, "CA"}, {i, "C"}}};
+        case Dihedral::psi:
+            return {{{i, "N"}, {i, "CA"}, {i, "C"}, {i + 1, "N"}}};
+        case Dihedral::chi1:
+            break;
+    }
+    std::string gamma = "CG";
+    switch (letter) {
+        case 'I':
+        case 'V':
+            gamma = "CG1";
+            break;
+        case 'S':
+            gamma = "OG";
+            break;
+        case 'T':
+            gamma = "OG1";
+            break;
+        case 'C':
+        case 'c':
+            gamma = "SG";
+            break;
+        default:
+            break;
+    }
+    return {{{i, "N"}, {i, "CA"}, {i, "CB"}, {i, gamma}}};
+}
+
+std::string torsionName(Dihedral dihedral) {
+    return dihedral == Dihedral::phi ? "PHI" : dihedral == Dihedral::psi ? "PSI" : "CHI1";
+}
+
+std::string degreesText(int thousandths) {
+    const int size = std::abs(thousandths);
+    char text[32];
+    std::snprintf(text, sizeof text, "%s%d.%03d", thousandths < 0 ? "-" : "", size / 1000,
+                  size % 1000);
+    return text;
+}
+
+}  // namespace orvix

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <string>
+
+#include "run/angles.h"
+#include "summaries/rotamer_evidence.h"
+
+namespace orvix {
+
+/// Rows of the result tables as the stages compute them, before they become text. The tables are
+/// written from these, and so is every other form of the results. Angles in degrees; 9999.0 marks a
+/// missing one.
+
+/// One row of the summary table.
+struct PhiPsiRow {
+    int residue = 0;
+    std::string name;
+    double phi = missingValue, psi = missingValue;
+    double phiSpread = 0.0, psiSpread = 0.0;
+    double distance = 0.0;
+    double s2 = 0.0;  ///< 1.0 also for a class without an order parameter, see OrderRow
+    int count = 0;
+    int shiftCount = 0;
+    std::string classWord = "None";
+    double referencePhi = missingValue, referencePsi = missingValue;  ///< of the known structure
+};
+
+/// One row of the chi1 table; valine's chi1 is turned by -120 degrees, the reference's never.
+struct Chi1Row {
+    int residue = 0;
+    std::string name;
+    int shiftCount = 0;
+    double observed = missingValue;  ///< of the reference structure
+    RotamerPrediction prediction;
+    double chi1 = missingValue, spread = missingValue;
+    bool turned = false;  ///< a valine
+};
+
+/// One row of the secondary structure table.
+struct StructureRow {
+    int residue = 0;
+    std::string name;
+    int shiftCount = 0;     ///< of the residue and its neighbours
+    int ownShiftCount = 0;  ///< of the residue
+    double helix = 0.0, strand = 0.0, coil = 0.0;
+    double confidence = 0.0;
+    std::string letter;     ///< H E L by shifts, h e c by sequence, x for none
+    bool chainEnd = false;  ///< coil by rule, whatever the shifts say
+};
+
+/// One row of the order parameter table.
+struct OrderRow {
+    int residue = 0;
+    std::string name;
+    int shiftCount = 0;
+    int ownShiftCount = 0;
+    double s2 = missingValue;
+};
+
+}  // namespace orvix

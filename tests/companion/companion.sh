@@ -1,0 +1,127 @@
+#!/bin/sh
+# The companion program as a user meets it: tables beside those of orvixn, statuses, and what is
+# left behind when a run does not come to its end.
+set -eu
+build=$1
+work=$2
+here=$(cd "$(dirname "$0")" && pwd)
+examples=$here/../../examples
+. "$examples/demo.conf"
+rm -rf "$work"
+mkdir -p "$work"
+cd "$work"
+data=$build/share/orvixn
+unset ORVIXN_DIR
+fail() { echo "FAILED: $*" >&2; exit 1; }
+
+expect() { # expect STATUS TEXT ARGUMENTS...: status, and the text on standard error
+    want=$1 text=$2
+    shift 2
+    status=0
+    "$build/bin/orvix" "$@" >out.txt 2>err.txt </dev/null || status=$?
+    [ "$status" -eq "$want" ] || { cat err.txt >&2; fail "orvix $*: status $status, expected $want"; }
+    [ -z "$text" ] || grep -qF -- "$text" err.txt || { cat err.txt >&2; fail "orvix $*: no '$text'"; }
+}
+leaves_nothing() { # no result, finished or not, hidden or not
+    [ -z "$(find . -maxdepth 1 -name '*result*')" ] || fail "$1 left something behind"
+}
+
+# The same bytes as orvixn, in every table.
+compare() { # compare NAME "OPTIONS OF ORVIXN" OPTIONS OF PREDICT...
+    case_name=$1 options=$2
+    shift 2
+    mkdir "$case_name.orvixn"
+    # shellcheck disable=SC2086
+    (cd "$case_name.orvixn" && ORVIXN_DIR=$data "$build/bin/orvixn" -in "$examples/$name.tab" \
+        $options >/dev/null 2>&1)
+    expect 0 "residues" predict "$examples/$name.tab" -o "$case_name" "$@"
+    for table in pred predAdjCS predABP predSS predS2 predChi1 predAll; do
+        cmp "$case_name.orvixn/$table.tab" "$case_name/$table.tab" || fail "$case_name: $table"
+    done
+    for file in results.json run.log; do
+        test -s "$case_name/$file" || fail "$case_name: no $file"
+    done
+    [ "$(ls -A "$case_name" | wc -l)" -eq 9 ] || fail "$case_name: other files"
+}
+compare plain ""
+compare titled "-inTitle two words -excl $source_word -s2Thresh 0.8" \
+    --title "two  words" --exclude "$source_word" --s2-threshold 0.8 --threads 1
+compare reference "-ref $examples/$name.pdb -noproton -first 10 -last 40 -offset -iso -count 5" \
+    --ref "$examples/$name.pdb" --no-proton --first 10 --last 40 --offset --iso --count 5
+
+# Nothing under the final name, and nothing beside it, of a run that failed.
+sed 's/^DATA SEQUENCE.*//' "$examples/$name.tab" >nosequence.tab
+sed 's/^FORMAT.*/FORMAT %4d %1s %4s %q/' "$examples/$name.tab" >badformat.tab
+sed 's/^VARS.*/VARS RESID RESNAME ATOMNAME VALUE/' "$examples/$name.tab" >noshift.tab
+for input in nosequence badformat noshift missing; do
+    expect 3 "$input.tab" predict $input.tab -o result
+    leaves_nothing $input.tab
+    expect 3 "$input.tab" check $input.tab
+done
+expect 3 "nowhere.pdb" predict "$examples/$name.tab" --ref nowhere.pdb -o result
+leaves_nothing "a missing reference"
+mkdir -p broken
+ln -s "$data/tab" broken/all
+mkdir broken/tab
+ln -s "$PWD"/broken/all/* broken/tab
+rm broken/tab/ss5.level2.WL1.tab broken/tab/chi1.tab
+head -c 5000 "$data/tab/chi1.tab" >broken/tab/chi1.tab
+expect 1 "orvix:" predict "$examples/$name.tab" --data-dir broken -o result
+leaves_nothing "a broken network"
+"$build/bin/orvix" predict "$examples/fgf2.tab" -o result 2>err.txt &
+pid=$!
+sleep 0.4
+kill -TERM $pid
+status=0
+wait $pid || status=$?
+[ "$status" -eq 143 ] || [ "$status" -eq 0 ] || fail "SIGTERM gave status $status"
+if [ "$status" -eq 143 ]; then leaves_nothing SIGTERM; else rm -r result; fi
+
+# Data directories.
+expect 1 "Tried:" predict "$examples/$name.tab" -o result --data-dir nowhere
+expect 1 "nowhere/tab" check "$examples/$name.tab" --data-dir nowhere
+ORVIXN_DIR=./elsewhere
+export ORVIXN_DIR
+expect 1 "ORVIXN_DIR (./elsewhere)" check "$examples/$name.tab"
+expect 4 "" check "$examples/$name.tab" --data-dir "$data"
+unset ORVIXN_DIR
+
+# An existing directory.
+expect 1 "--force" predict "$examples/$name.tab" -o plain
+touch plain/stale
+expect 0 "" predict "$examples/$name.tab" -o plain --force
+[ ! -e plain/stale ] || fail "--force kept an old file"
+expect 1 "no earlier prediction" predict "$examples/$name.tab" -o plain.orvixn --force
+test -s plain.orvixn/pred.tab || fail "--force touched a foreign directory"
+
+# The check: orvixn lists the same outliers.
+expect 4 "" check "$examples/$name.tab"
+[ "$(grep -c '  limit ' out.txt)" -eq \
+    "$(ORVIXN_DIR=$data "$build/bin/orvixn" -in "$examples/$name.tab" -check 2>/dev/null |
+        grep -c 'Secondary Shift:')" ] || fail "outliers of the check"
+grep -v -e '^ *1 L *C ' -e '^ *1 L *CB ' -e '^ *7 E *HN ' -e '^ *64 G *C ' \
+    "$examples/$name.tab" >clean.tab
+expect 0 "" check clean.tab
+grep -qx "No findings" out.txt || fail "findings in a clean table"
+awk '$3 == "CA" || $3 == "CB" { $4 = $4 + 2.5 } { print }' clean.tab |
+    sed 's/^FORMAT.*/FORMAT %4d %1s %4s %8.3f/' >shifted.tab
+expect 4 "" check shifted.tab
+grep -q 'CA/CB.*correct it' out.txt || { cat out.txt; fail "an offset was not found"; }
+expect 4 "" check --json shifted.tab
+grep -q '"significant": true' out.txt || fail "an offset was not found in the record"
+
+# A packed table, and a file that has to be imported: the same shifts, the same numbers.
+gzip -c "$examples/$name.tab" >packed.tab.gz
+expect 4 "" check packed.tab.gz
+awk 'BEGIN { print "seq_id,comp_id,atom_id,value" }
+    /^ *[0-9]+ [A-Z] / { print $1 "," $2 "," $3 "," $4 }' "$examples/$name.tab" >shifts.csv
+(echo ">$name"; sed -n 's/^DATA SEQUENCE //p' "$examples/$name.tab" | tr -d ' ') >sequence.fasta
+expect 0 "read as csv" predict shifts.csv --sequence sequence.fasta --title "$examples/$name.tab" \
+    -o imported
+for table in pred predS2 predSS predChi1 predAll; do
+    grep -v '^DATA SEQUENCE' plain.orvixn/$table.tab >one.txt
+    grep -v '^DATA SEQUENCE' imported/$table.tab >other.txt
+    cmp one.txt other.txt || fail "$table of the imported table"
+done
+test -s imported/import.txt && test -s imported/input.tab || fail "no import report"
+echo "the companion behaves"

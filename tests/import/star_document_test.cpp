@@ -1,0 +1,116 @@
+#include "import/star_document.h"
+
+#include <random>
+
+#include "companion/command.h"
+#include "import/import_text.h"
+#include "import/shift_text.h"
+#include "import/star_tokens.h"
+
+namespace orvix {
+namespace {
+
+std::vector<std::string> valuesOf(const std::string& text) {
+    std::vector<std::string> values;
+    const StarDocument document(text, "file");
+    for (const StarFrame& frame : document.frames) {
+        for (const auto& [tag, value] : frame.items) {
+            values.push_back(tag + "=" + std::string(value.text));
+        }
+        for (const StarLoop& loop : frame.loops) {
+            for (const StarValue& value : loop.values) {
+                values.emplace_back(value.text);
+            }
+        }
+    }
+    return values;
+}
+
+TEST(StarDocument, ReadsEveryFormOfValue) {
+    EXPECT_EQ(valuesOf("data_x save_a _T 'two words' _u \"it's\" _V $label#x _w 'RNA (5'-R)-3''\n"
+                       "_text\n;first\n  ;second\n;\n_z # comment\n 'a#b' save_"),
+              (Rows{"_t=two words", "_u=it's", "_v=$label#x", "_w=RNA (5'-R)-3'",
+                    "_text=first\n  ;second", "_z=a#b"}));
+}
+
+TEST(StarDocument, LoopsNeedNeitherLinesNorStop) {
+    EXPECT_EQ(
+        valuesOf("lOop_ _a _b 1 2 3\n4 sTop_ Loop_ _c 5 SAVE_f _d 6 LOOP_ _e _f\n7\n;\n8\n;\n"),
+        (Rows{"1", "2", "3", "4", "5", "_d=6", "7", "\n8"}));
+    const std::string text = "save_a loop_ _a data_like 2 save_ loop_ _b 3";
+    const StarDocument document(text, "file");
+    ASSERT_EQ(document.frames.size(), 3U);
+    EXPECT_EQ(document.frames[1].name, "a");
+    EXPECT_EQ(document.frames[1].loops.at(0).values.size(), 2U);
+    EXPECT_TRUE(document.frames[1].loops[0].closed);
+    EXPECT_FALSE(document.frames[2].loops.at(0).closed);
+}
+
+TEST(StarDocument, AStrayQuoteIsAWord) {
+    const std::string text = "_a 'x\n_b y' loop_ _c ' 5'-end";
+    EXPECT_EQ(valuesOf(text), (Rows{"_a='x", "_b=y'", "'", "5'-end"}));
+    EXPECT_EQ(StarDocument(text, "file").remarks.size(), 2U);
+}
+
+TEST(StarDocument, OnlyBareSignsAreMissing) {
+    const std::string text = "loop_ _a . ? '.' \"?\"";
+    const StarDocument document(text, "file");
+    std::vector<bool> missing;
+    for (const StarValue& value : document.frames.at(0).loops.at(0).values) {
+        missing.push_back(value.missing);
+    }
+    EXPECT_EQ(missing, (std::vector<bool>{true, true, false, false}));
+}
+
+TEST(StarDocument, NamesTheLineOfWhatIsNotClosed) {
+    const auto message = [](const std::string& text) -> std::string {
+        try {
+            const StarDocument document(text, "file");
+            for (const StarFrame& frame : document.frames) {
+                for (const StarLoop& loop : frame.loops) {
+                    requireWholeRows(loop, "file");
+                }
+            }
+        } catch (const InputRejected& error) {
+            return error.what();
+        }
+        return "taken";
+    };
+    EXPECT_EQ(message("_a 1\n\n_b\n;text\n").rfind("file:4: ", 0), 0U);
+    EXPECT_EQ(message("loop_ _a _b\n1 2\n3\n4 5\n6 7\n stop_").rfind("file:3: ", 0), 0U);
+    EXPECT_EQ(message("loop_ _a _b\n1 2\n3"), "taken");  // cut off by the end of the file
+}
+
+// Broken files of any kind are refused or read; never anything else.
+TEST(StarDocument, AnyBytesAreReadOrRefused) {
+    const std::string whole =
+        "data_x\n" + entityFrame("1", {"MET", "GLY", "ALA"}) +
+        shiftFrame("1", "Seq_ID Comp_ID Atom_ID Val", "1 MET CA 55.1\n2 GLY HA2 3.9\n") +
+        "_t\n;a\n;\n'q r' \"s\"";
+    const char pieces[] = "'\"\n;#_$. \t\r\0\xff\x80";
+    std::mt19937 random(1);
+    int taken = 0;
+    for (int round = 0; round < 3000; ++round) {
+        std::string text = whole;
+        for (unsigned change = random() % 4; change-- > 0;) {
+            text[random() % text.size()] = pieces[random() % (sizeof pieces - 1)];
+        }
+        text.resize(random() % 4 == 0 ? random() % text.size() : text.size());
+        taken += refusal(text).empty() ? 1 : 0;
+    }
+    EXPECT_GT(taken, 100);
+    EXPECT_LT(taken, 3000);
+}
+
+TEST(ShiftText, UnpacksAndLimits) {
+    const TemporaryFile file(
+        "\xEF\xBB\xBF"
+        "a\r\nb\rc");
+    EXPECT_EQ(readShiftText(file.path()), "a\nb\nc");
+    EXPECT_THROW(readShiftText(file.path(), 4), InputRejected);
+    EXPECT_THROW(readShiftText("/nowhere/at/all"), InputRejected);
+    EXPECT_THROW(readShiftText(testing::TempDir()), InputRejected);
+}
+
+}  // namespace
+}  // namespace orvix
