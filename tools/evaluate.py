@@ -7,8 +7,8 @@ WORK is the directory that tools/build_data.py leaves (proteins.tsv, labels.tsv.
 the built orvixn, TABLES a table directory, OUT a directory for the results (a protein that is already there
 is not run again). Every protein is run with the database rows of its relatives excluded (WORK/related.tsv:
 itself, its sequence cluster, and chains with a local alignment to it); whether the networks of TABLES know
-the protein is up to the caller. Prints the shares of the classes, rmsd and wrong predictions, secondary structure and chi1, each
-with a bootstrap error over proteins.
+the protein is up to the caller. Prints the shares of the classes, rmsd and wrong predictions (by the program's own rule for a prediction far from its
+reference), secondary structure and chi1, each with a bootstrap error over proteins.
 """
 import argparse
 import collections
@@ -19,6 +19,8 @@ import math
 import os
 import random
 import subprocess
+
+from box_share import too_far
 
 TRUSTED = ("Strong", "Generous")
 
@@ -67,6 +69,7 @@ def judge(args, protein, truth):
     out = os.path.join(args.out, protein["id"])
     try:
         summary = read_rows(os.path.join(out, "pred.tab"))
+        shifts = {row["RESID"]: row["CS_CNT_R2"] for row in read_rows(os.path.join(out, "predABP.tab"))}
         structure = read_rows(os.path.join(out, "predSS.tab"))
         rotamers = read_rows(os.path.join(out, "predChi1.tab"))
     except OSError:
@@ -82,9 +85,17 @@ def judge(args, protein, truth):
             continue
         d_phi = difference(float(row["PHI"]), float(known["phi"]))
         d_psi = difference(float(row["PSI"]), float(known["psi"]))
-        wrong = d_phi * d_phi + d_psi * d_psi >= 3600.0
-        group = "trusted" if row["CLASS"] in TRUSTED else row["CLASS"]
-        for name in {group, row["CLASS"]}:
+        square = d_phi * d_phi + d_psi * d_psi
+        wrong = too_far(square, float(known["phi"]), float(known["psi"]))
+        names = {row["CLASS"]}
+        known_shifts = int(shifts.get(row["RESID"], 0))
+        number = "fewer than 3" if known_shifts < 3 else str(known_shifts)
+        count["searched %s shifts" % number] += 1
+        if row["CLASS"] in TRUSTED:
+            names |= {"trusted", "%s shifts" % number}
+            count["beyond 60 trusted"] += square >= 3600.0
+        count["served %s shifts" % number] += row["CLASS"] in TRUSTED or row["CLASS"] == "Dyn"
+        for name in names:
             count["n " + name] += 1
             count["wrong " + name] += wrong
             if not wrong:
@@ -99,6 +110,10 @@ def judge(args, protein, truth):
         for name in ("all", source, "true " + known["ss"]):
             count["ss " + name] += 1
             count["ss right " + name] += word == known["ss"]
+        if source == "shifts":
+            tenth = min(9, int(10 * float(row["CONFIDENCE"])))
+            count["ss tenth %d" % tenth] += 1
+            count["ss tenth right %d" % tenth] += word == known["ss"]
     for row in rotamers:
         known = truth.get(int(row["RESID"]))
         if known is None or known["use_chi1"] != "1" or int(row["CS_COUNT"]) < 9:
@@ -109,6 +124,10 @@ def judge(args, protein, truth):
             if row["CLASS"] != "na":
                 count["chi1 called " + name] += 1
                 count["chi1 right " + name] += right
+        tenth = min(9, int(10 * max(float(row[q]) for q in ("Q_Gm", "Q_Gp", "Q_T"))))
+        if row["CLASS"] != "na":
+            count["chi1 tenth %d" % tenth] += 1
+            count["chi1 tenth right %d" % tenth] += right
     return count
 
 
@@ -129,6 +148,11 @@ def figures(total):
         f["% wrong, " + name] = share(wrong, n)
         for angle in ("phi", "psi"):
             f["rmsd %s, %s" % (angle, name)] = math.sqrt(total[angle + "2 " + name] / (n - wrong)) if n > wrong else float("nan")
+    f["% 60 degrees and more off, trusted"] = share(total["beyond 60 trusted"], total["n trusted"])
+    for number in ("6", "5", "4", "3", "fewer than 3"):
+        name = number + " shifts"
+        f["% Strong+Generous+Dyn, " + name] = share(total["served " + name], total["searched " + name])
+        f["% wrong, " + name] = share(total["wrong " + name], total["n " + name])
     for name in ("all", "shifts", "sequence", "true H", "true E", "true C"):
         f["Q3 " + name] = share(total["ss right " + name], total["ss " + name])
     f["chi1 % called"] = share(total["chi1 called all"], total["chi1 all"])
@@ -171,6 +195,10 @@ def main():
         centre = sum(spread) / len(spread) if spread else 0.0
         error = math.sqrt(sum((x - centre) ** 2 for x in spread) / max(1, len(spread) - 1))
         print("%-42s %7.2f +- %.2f" % (name, value, error))
+    for kind in ("ss", "chi1"):
+        print("%s right by tenth of %s: %s" % (kind, "confidence" if kind == "ss" else "probability", " ".join(
+            "%d:%.0f%%(%d)" % (t, share(total["%s tenth right %d" % (kind, t)], total["%s tenth %d" % (kind, t)]),
+                               total["%s tenth %d" % (kind, t)]) for t in range(10) if total["%s tenth %d" % (kind, t)])))
     for letter in "CDEFHIKLMNQRSTVWY":
         print("chi1 %s: %d residues, %.0f %% called, %.0f %% right" % (
             letter, total["chi1 " + letter], share(total["chi1 called " + letter], total["chi1 " + letter]),

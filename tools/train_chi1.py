@@ -275,25 +275,50 @@ def write_calibration(path, rows):
     os.replace(path + ".part", path)
 
 
-def calibrate(collected, path):
-    """Fits chi1.tab on {letter: (bins, true rotamers)} and logs cross-fitted figures."""
+def calibrate(collected, path, wanted):
+    """Fits chi1.tab on {letter: (bins, true rotamers)} and logs cross-fitted figures.
+
+    The program calls a rotamer at a probability of 0.6. All strengths are drawn in by one factor, so that it calls no
+    more than `wanted` of the residues: a called rotamer is then right more often than its probability says.
+    """
     everything = [(b, t) for bins, truth in collected.values() for b, t in zip(bins, truth)]
     centre = np.concatenate([np.linspace(3, -3, 10), [-3.0]])
     pooled = fit_strengths([b for b, _ in everything], [t for _, t in everything], centre, 0.5)
-    rows, total = {}, np.zeros(3)
-    for letter, (bins, truth) in sorted(collected.items()):
-        rows[letter] = fit_strengths(bins, truth, pooled, RIDGE)
+    rows = {letter: fit_strengths(bins, truth, pooled, RIDGE) for letter, (bins, truth) in sorted(collected.items())}
+    crossed = {}
+    for letter, (bins, truth) in collected.items():
         # The figures come from halves fitted on each other.
         half = np.arange(len(truth)) % 2 == 0
-        called, right = np.zeros(len(truth), bool), np.zeros(len(truth), bool)
-        for side in (half, ~half):
-            s = fit_strengths([b for b, k in zip(bins, side) if not k], [t for t, k in zip(truth, side) if not k], pooled, RIDGE)
-            called[side], right[side] = score_table(s, [b for b, k in zip(bins, side) if k], [t for t, k in zip(truth, side) if k])
-        total += [len(truth), called.sum(), (called & right).sum()]
+        crossed[letter] = [(side, fit_strengths([b for b, k in zip(bins, side) if not k],
+                                                [t for t, k in zip(truth, side) if not k], pooled, RIDGE))
+                           for side in (half, ~half)]
+
+    def figures(factor):
+        out = {}
+        for letter, (bins, truth) in sorted(collected.items()):
+            called, right = np.zeros(len(truth), bool), np.zeros(len(truth), bool)
+            for side, strengths in crossed[letter]:
+                called[side], right[side] = score_table(factor * strengths, [b for b, k in zip(bins, side) if k],
+                                                        [t for t, k in zip(truth, side) if k])
+            out[letter] = (called, right)
+        return out
+
+    def share(found):
+        return np.concatenate([called for called, _ in found.values()]).mean()
+
+    factor = 1.0
+    while factor > 0.3 and share(figures(factor)) > wanted:
+        factor -= 0.02
+    for shown in (1.0, factor):
+        found = figures(shown)
+        called = np.concatenate([c for c, _ in found.values()])
+        right = np.concatenate([r for _, r in found.values()])
+        nc.log("factor %.2f: %d residues, classified %.1f %%, right among them %.1f %%, best guess right %.1f %%"
+               % (shown, len(called), 100 * called.mean(), 100 * right[called].mean(), 100 * right.mean()))
+    for letter, (called, right) in found.items():
         nc.log("%s: %d residues, classified %.1f %%, right among them %.1f %%, best guess right %.1f %%"
-               % (letter, len(truth), 100 * called.mean(), 100 * right[called].mean() if called.any() else 0, 100 * right.mean()))
-    nc.log("all: classified %.1f %%, right among them %.1f %%" % (100 * total[1] / total[0], 100 * total[2] / max(1, total[1])))
-    write_calibration(path, rows)
+               % (letter, len(called), 100 * called.mean(), 100 * right[called].mean() if called.any() else 0, 100 * right.mean()))
+    write_calibration(path, {letter: factor * theta for letter, theta in rows.items()})
 
 
 def score_table(strengths, bins, truth):
@@ -326,6 +351,7 @@ def main():
     parser.add_argument("--patience", type=int, default=6)
     parser.add_argument("--per-query", type=int, default=24)
     parser.add_argument("--folds", type=int, default=3)
+    parser.add_argument("--called", type=float, default=0.52, help="most of the residues that the program is to call")
     parser.add_argument("--pool", type=int, default=12000, help="fragments of one type to choose candidates from")
     args = parser.parse_args()
     os.makedirs(args.state, exist_ok=True)
@@ -374,12 +400,12 @@ def main():
         collected[letter] = (bins, truth)
         nc.log("%s: %d queries, held-out error %s (base %.4f)" % (letter, len(queries), " ".join("%.4f" % m[1] for m in members),
                base_error(db, queries, found)))
-    calibrate(collected, os.path.join(args.out, "chi1.tab"))
+    calibrate(collected, os.path.join(args.out, "chi1.tab"), args.called)
     if args.program:
         nc.log("calibration through the program")
         folders = fold_tables(args, fold_nets)
         clusters = {int(c): int(f) for c, f in zip(db.cluster[db.paired], fold[db.paired])}
-        calibrate(program_bins(args, clusters, folders, db), os.path.join(args.out, "chi1.tab"))
+        calibrate(program_bins(args, clusters, folders, db), os.path.join(args.out, "chi1.tab"), args.called)
     nc.log("done")
 
 

@@ -20,6 +20,7 @@ import numpy as np
 import torch
 
 import networks_common as nc
+from box_share import box_of
 
 PRIOR = torch.from_numpy(nc.BOX_PRIOR)
 # Added to measured values in training: random error and a referencing error of the whole window (ppm, order
@@ -361,10 +362,6 @@ def map_clusters(q):
     return clusters, {b for b in owner if (q[b] - mean) / sd >= 1.0}
 
 
-def box_of(phi, psi):
-    return int((phi + 180) // 20) % 18 * 18 + int((psi + 180) // 20) % 18
-
-
 def figures(q, phi, psi):
     """What the later stages will see of maps q (n x 324): shares and the error of the first cluster's centre."""
     angles = np.deg2rad(nc.BOX_CENTRES)
@@ -436,7 +433,7 @@ def main():
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--sigma", type=float, default=22.0)
     parser.add_argument("--height", type=float, default=1.1)
-    parser.add_argument("--lift", type=float, default=1.5, help="weight of too low against too high, see surface_loss")
+    parser.add_argument("--lift", type=float, default=20.0, help="weight of too low against too high, see surface_loss")
     parser.add_argument("--first-state", default="", help="directory of the states after the first training")
     parser.add_argument("--first-epochs", type=int, default=16)
     parser.add_argument("--first-rate", type=float, default=2e-3)
