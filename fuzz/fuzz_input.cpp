@@ -7,11 +7,17 @@
 
 #include "run/process.h"
 
-// Takes the place of the library's: the linker takes no member of an archive for a name that is
-// there already.
-void orvix::endProcess(int /*status*/, const std::string& errorText) {
+namespace {
+
+// Throwing out of a handler is no road for a program; here no parallel region is left open by it,
+// and the target goes on with its next input.
+void throwEnd(int /*status*/, const std::string& errorText) {
     throw ProcessEnded(errorText);
 }
+
+[[maybe_unused]] const orvix::EndHandler before = orvix::setEndHandler(throwEnd);
+
+}  // namespace
 
 MemoryFile::MemoryFile() : descriptor_(::memfd_create("input", 0)) {
     if (descriptor_ < 0) {
