@@ -6,11 +6,9 @@
 #include <vector>
 
 #include "tables/gdb2.h"
-#include "tables/line_reader.h"
 #include "tables/number_text.h"
 #include "tables/shift_table_reports.h"
 #include "tables/star_shift_table.h"
-#include "tables/table_text.h"
 
 namespace {
 
@@ -157,21 +155,5 @@ class Scanner {
 
 bool GDB2::loadNMRStar3(const std::string& file) {
     fileName = file;
-    orvix::LineReader reader(file);
-    if (!reader.isOpen()) {
-        return orvix::failLoad(*this, "File Error: Can't open input file for reading\n");
-    }
-    orvix::StarShiftTable table(*this, texts);
-    table.prepare();
-    Scanner scanner(table);
-    std::string_view line;
-    std::vector<std::string_view> words;
-    while (reader.next(line)) {
-        orvix::splitWords(line, words);
-        if (!words.empty()) {
-            scanner.takeLine(words);
-        }
-    }
-    reader.close();
-    return table.finish(scanner.columns());
+    return orvix::readStarShifts<Scanner>(*this, texts, file);
 }

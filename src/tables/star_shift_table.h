@@ -5,7 +5,9 @@
 #include <vector>
 
 #include "tables/gdb2.h"
+#include "tables/line_reader.h"
 #include "tables/shift_table_reports.h"
+#include "tables/table_text.h"
 
 namespace orvix {
 
@@ -76,5 +78,28 @@ bool holdsColumns(const std::vector<std::string_view>& words, const StarShiftCol
 
 /// `word` in upper case.
 std::string foldToUpper(std::string_view word);
+
+/// Reads a deposited file into `table`, line by line through a `Scanner` of its version, which
+/// takes the words of each line that has any and ends with the columns of the shift loop.
+template <class Scanner>
+bool readStarShifts(GDB2& table, const StarTexts& texts, const std::string& file) {
+    LineReader reader(file);
+    if (!reader.isOpen()) {
+        return failLoad(table, "File Error: Can't open input file for reading\n");
+    }
+    StarShiftTable shifts(table, texts);
+    shifts.prepare();
+    Scanner scanner(shifts);
+    std::string_view line;
+    std::vector<std::string_view> words;
+    while (reader.next(line)) {
+        splitWords(line, words);
+        if (!words.empty()) {
+            scanner.takeLine(words);
+        }
+    }
+    reader.close();
+    return shifts.finish(scanner.columns());
+}
 
 }  // namespace orvix
