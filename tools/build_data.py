@@ -7,7 +7,7 @@ Runs the steps below in order and marks each finished one in WORK/steps, so that
 stopped. `--again STEP` runs a step and all after it anew; `--steps` limits the run to some. With no new training
 (`--steps clean,tables,structures,chains,triplets,features,shifts,database,pack`) the whole takes a few minutes.
 
-    clean       dataset.py: cleaned shift tables and labels
+    clean       cleaning.py: cleaned shift tables and labels
     tables      reference_tables.py: small reference tables, scales of the search
     structures  reduced reference structures
     chains      structure_chains.py: chains of known structure without shifts, kinship of all
@@ -15,8 +15,10 @@ stopped. `--again STEP` runs a step and all after it anew; `--steps` limits the 
     features    network input of all proteins, complete and thinned out
     shifts      train_shifts.py: shifts computed for the chains without, for database and training
     database    orvix.tab
+    unlabelled  unlabelled.py, train_teacher.py: proteins with shifts alone and what a larger network expects of them
     surface     train_surface.py: surf20, surf20_hyb
-    secondary   train_secondary.py: ss, ss.center, ss.prev, ss.next, ss5, seqSS, seqSS15
+    secondary   train_secondary.py: ss, ss.center, ss.prev, ss.next, ss5
+    sequence    train_sequence.py: seqSS, seqSS15
     chi1        train_chi1.py: chi1_* networks, chi1.tab
     pack        what ships: data/tab and data/packed
     examples    the bundled examples
@@ -60,6 +62,7 @@ class Build:
         self.source, self.work, self.out, self.tool = args.source, args.work, args.out, args.tool
         self.tables = os.path.join(self.work, "tab")
         self.state = os.path.join(self.work, "training")
+        self.cross = os.path.join(self.work, "cross")
 
     def script(self, name, *args):
         subprocess.run([sys.executable, os.path.join(TOOLS, name), *args], check=True)
@@ -68,7 +71,7 @@ class Build:
         subprocess.run([self.tool, *args], check=True)
 
     def clean(self):
-        self.script("dataset.py", self.source, self.work)
+        self.script("cleaning.py", self.source, self.work)
         with gzip.open(os.path.join(self.work, "labels.tsv.gz"), "rb") as packed:
             with open(os.path.join(self.work, "labels.tsv"), "wb") as plain:
                 shutil.copyfileobj(packed, plain)
@@ -82,7 +85,8 @@ class Build:
     def structures(self):
         for row in dataset.read_tsv(os.path.join(self.work, "proteins.tsv")):
             path = lambda sub: os.path.join(self.work, sub, row["id"] + ".pdb")  # noqa: E731
-            self.data("reference", path("coords"), path("ref"))
+            if os.path.exists(path("coords")):
+                self.data("reference", path("coords"), path("ref"))
 
     def database(self):
         self.data("database", self.work, self.tables, os.path.join(self.tables, "orvix.tab"))
@@ -98,13 +102,25 @@ class Build:
     def shifts(self):
         self.script("train_shifts.py", self.source, self.work)
 
+    def unlabelled(self):
+        if not os.path.exists(os.path.join(self.source, "shifts_only_manifest.tsv")):
+            return
+        self.script("unlabelled.py", self.source, self.work)
+        for name, *kind in (("full",), ("noproton", "noproton"), ("dropA", "drop", str(ord("A")))):
+            self.data("features", os.path.join(self.work, "unlabelled"), self.tables, name, *(kind or ["full"]))
+        self.script("train_teacher.py", "--work", self.work)
+
     def surface(self):
         self.script("train_surface.py", "--work", self.work, "--state", os.path.join(self.state, "surface"),
-                    "--out", self.tables)
+                    "--out", self.tables, "--cross", self.cross)
 
     def secondary(self):
-        self.script("train_secondary.py", "shift", "seqSS", "seqSS15", "--work", self.work, "--source", self.source,
-                    "--state", os.path.join(self.state, "secondary"), "--out", self.tables)
+        self.script("train_secondary.py", "--work", self.work, "--state", os.path.join(self.state, "secondary"),
+                    "--out", self.tables, "--cross", self.cross)
+
+    def sequence(self):
+        self.script("train_sequence.py", "seqSS", "seqSS15", "--source", self.source,
+                    "--state", os.path.join(self.state, "sequence"), "--out", self.tables)
 
     def chi1(self):
         # chi1.tab is calibrated on the groups that the program itself forms.
@@ -112,7 +128,7 @@ class Build:
                     "--proteins", os.path.join(self.work, "proteins.tsv"),
                     "--labels", os.path.join(self.work, "labels.tsv.gz"),
                     "--program", os.path.join(os.path.dirname(self.tool), "orvixn"), "--tables", self.tables,
-                    "--state", os.path.join(self.state, "chi1"), "--out", self.tables)
+                    "--cross", self.cross, "--state", os.path.join(self.state, "chi1"), "--out", self.tables)
 
     def pack(self):
         small, packed = os.path.join(self.out, "tab"), os.path.join(self.out, "packed")
@@ -153,8 +169,8 @@ class Build:
 
 STEPS = (("clean", Build.clean), ("tables", Build.tables_), ("structures", Build.structures), ("chains", Build.chains),
          ("triplets", Build.triplets), ("features", Build.features), ("shifts", Build.shifts), ("database", Build.database),
-         ("surface", Build.surface),
-         ("secondary", Build.secondary), ("chi1", Build.chi1), ("pack", Build.pack), ("examples", Build.examples))
+         ("unlabelled", Build.unlabelled), ("surface", Build.surface),
+         ("secondary", Build.secondary), ("sequence", Build.sequence), ("chi1", Build.chi1), ("pack", Build.pack), ("examples", Build.examples))
 
 
 def write_archive(path, directory, names):

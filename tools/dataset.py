@@ -1,26 +1,14 @@
-"""Reading and cleaning of the proteins from which the data directory is made.
+"""Proteins with shifts and structure: reading of a source directory, reading and writing of a work directory.
 
 A source directory holds `manifest.tsv`, `residues.tsv.gz` and, per record, `proteins/<id>.shifts.tsv` and
-`proteins/<id>.pdb.gz` (see docs/building-data.md).  `load_records` reads it, `clean` turns the records into one
-`Protein` per distinct protein:
-
-* a robust linear model of the shifts, given sequence, torsion angles and secondary structure, is fitted to all
-  records; everything below is judged on the residuals of that model;
-* a referencing offset per record and nucleus (shrunken median residual) is taken off, and the isotope shift of
-  perdeuterated samples where the residuals show its pattern;
-* single shifts that lie far off are dropped, nuclei and records that do not fit their structure as a whole too;
-* records of the same protein are joined: the best one is kept, and atoms that it lacks are filled in from the others
-  where both agree on the atoms that they share;
-* residues whose coordinates are doubtful are marked, so that neither database nor training uses their angles.
+`proteins/<id>.pdb.gz` (see docs/building-data.md). `load_records` reads it; cleaning.py makes of it what
+`write_work` and `load_work` keep.
 """
 
-import argparse
 import csv
 import dataclasses
-import difflib
 import gzip
 import os
-import sys
 
 import numpy as np
 
@@ -29,12 +17,8 @@ N, HA, C, CA, CB, HN = range(6)
 LETTERS = "ACDEFGHIKLMNPQRSTVWY"
 MISSING_ANGLE = 9999.0
 
-# Typical residual spread of the expected-shift model (ppm); the start value of all robust scales.
-TYPICAL_SPREAD = np.array([2.4, 0.27, 1.1, 0.95, 1.05, 0.42])
-# Spread of real referencing offsets between depositions (ppm), the prior of the shrinkage.
-OFFSET_SPREAD = np.array([0.6, 0.05, 0.35, 0.35, 0.35, 0.08])
-
-KIND_QUALITY = {"archive-file": 1.0, "archive-derived": 0.98, "processed": 0.88, "backbone-only": 0.85, "predicted": 0.7}
+KIND_QUALITY = {"archive-file": 1.0, "archive-derived": 0.98, "processed": 0.88, "backbone-only": 0.85, "predicted": 0.7,
+                "related": 0.8}
 FLAG_QUALITY = {"solid-state": 0.7, "paramagnetic": 0.8, "micelle": 0.8, "deuterated?": 0.97}
 
 
@@ -87,8 +71,32 @@ def read_tsv(path):
         yield from csv.DictReader(lines, delimiter="\t", quoting=csv.QUOTE_NONE)
 
 
-def _number(text):
+def number(text):
     return float(text) if text not in ("", ".", None) else np.nan
+
+
+def empty_record(pid, seq, info):
+    """A protein of which nothing is known yet."""
+    n = len(seq)
+    nan = lambda: np.full(n, np.nan)  # noqa: E731
+    return Protein(pid, seq, info, np.full((n, 6), np.nan), nan(), nan(), nan(), nan(), np.full(n, "", dtype="<U1"),
+                   np.zeros(n, bool), np.zeros(n, bool), nan(), np.zeros(n, bool), np.zeros(n, bool), np.zeros(6))
+
+
+def set_shifts(p, i, row):
+    """Takes the shifts of residue index i from a row of a source table."""
+    for k, column in enumerate(("N", "HA", "C", "CA", "CB", "H")):
+        p.shift[i, k] = number(row[column])
+    if p.seq[i] == "G":
+        alpha = [v for v in (number(row["HA2"]), number(row["HA3"])) if not np.isnan(v)]
+        if alpha:
+            p.shift[i, HA] = np.mean(alpha)
+        p.shift[i, CB] = np.nan
+    elif p.seq[i] == "P":
+        p.shift[i, HN] = np.nan
+    # a cysteine that the coordinates show alone may be bonded in solution; its CB decides, as in a run
+    if p.seq[i] == "C" and not np.isnan(p.shift[i, CB]):
+        p.oxidised[i] = p.shift[i, CB] >= 34.0
 
 
 def _bfactors(path, length):
@@ -99,7 +107,7 @@ def _bfactors(path, length):
                 if line.startswith("ATOM") and line[12:16].strip() == "CA":
                     resid = int(line[22:26])
                     if 1 <= resid <= length:
-                        values[resid - 1] = _number(line[60:66].strip() or ".")
+                        values[resid - 1] = number(line[60:66].strip() or ".")
     return values
 
 
@@ -122,10 +130,8 @@ def load_records(source):
     records = {}
     for pid, info in manifest.items():
         seq = sequences[pid]
+        p = empty_record(pid, seq, info)
         n = len(seq)
-        nan = lambda: np.full(n, np.nan)  # noqa: E731
-        p = Protein(pid, seq, info, np.full((n, 6), np.nan), nan(), nan(), nan(), nan(), np.full(n, "", dtype="<U1"),
-                    np.zeros(n, bool), np.zeros(n, bool), nan(), np.zeros(n, bool), np.zeros(n, bool), np.zeros(6))
         for resid in _resid_list(info["mismatches"]):
             if 1 <= resid <= n:
                 p.mismatch[resid - 1] = True
@@ -141,323 +147,10 @@ def load_records(source):
         i = int(row["resid"]) - 1
         if p is None or not 0 <= i < len(p.seq):
             continue
-        p.phi[i], p.psi[i], p.omega[i], p.chi1[i] = (_number(row[c]) for c in ("phi", "psi", "omega", "chi1"))
+        p.phi[i], p.psi[i], p.omega[i], p.chi1[i] = (number(row[c]) for c in ("phi", "psi", "omega", "chi1"))
         p.dssp[i] = row["dssp8"] if row["dssp8"] not in (".", "") else ""
-        for k, column in enumerate(("N", "HA", "C", "CA", "CB", "H")):
-            p.shift[i, k] = _number(row[column])
-        if p.seq[i] == "G":
-            alpha = [v for v in (_number(row["HA2"]), _number(row["HA3"])) if not np.isnan(v)]
-            if alpha:
-                p.shift[i, HA] = np.mean(alpha)
-            p.shift[i, CB] = np.nan
-        elif p.seq[i] == "P":
-            p.shift[i, HN] = np.nan
-        # a cysteine that the coordinates show alone may be bonded in solution; its CB decides, as in a run
-        if p.seq[i] == "C" and not np.isnan(p.shift[i, CB]):
-            p.oxidised[i] = p.shift[i, CB] >= 34.0
+        set_shifts(p, i, row)
     return records
-
-
-# ---------------------------------------------------------------- expected shifts
-
-
-def _fourier(angle, order):
-    """[n, 2 order] cos and sin terms; 0 where the angle is missing."""
-    a = np.radians(angle)
-    terms = [f(k * a) for k in range(1, order + 1) for f in (np.cos, np.sin)]
-    return np.nan_to_num(np.stack(terms, axis=-1))
-
-
-def _surface(phi, psi, order=4):
-    """Products of the Fourier terms of phi and psi, constant left out: a smooth function on the torus."""
-    one = np.ones((len(phi), 1))
-    a = np.concatenate([one, _fourier(phi, order)], axis=1)
-    b = np.concatenate([one, _fourier(psi, order)], axis=1)
-    return (a[:, :, None] * b[:, None, :]).reshape(len(phi), -1)[:, 1:]
-
-
-def _one_hot(codes, size):
-    out = np.zeros((len(codes), size))
-    ok = codes >= 0
-    out[np.nonzero(ok)[0], codes[ok]] = 1.0
-    return out
-
-
-_CODE = {letter: i for i, letter in enumerate(LETTERS + "c")}
-
-
-def _neighbour(values, step, fill):
-    out = np.full_like(values, fill)
-    if step > 0:
-        out[:-step] = values[step:]
-    else:
-        out[-step:] = values[:step]
-    return out
-
-
-def structure_terms(p):
-    """Regressors of one protein: (residue, previous, next one-hot; structure terms [L, m])."""
-    codes = np.array([_CODE.get(x, -1) for x in p.letters])
-    plain = np.array([_CODE.get(x, -1) for x in p.seq])
-    res, prev, nxt = _one_hot(codes, 21), _one_hot(_neighbour(plain, -1, -1), 20), _one_hot(_neighbour(plain, 1, -1), 20)
-    state = np.array([{"H": 0, "E": 1, "C": 2}.get(s, -1) for s in p.ss])
-    states = _one_hot(state, 3)
-    rotamer = np.where(np.isnan(p.chi1), -1, ((p.chi1 % 360) // 120)).astype(int)
-    by_residue = (res[:, :, None] * np.concatenate([states, _one_hot(rotamer, 3)], axis=1)[:, None, :]).reshape(len(res), -1)
-    # residue classes with a surface of their own: beta-branched, aromatic, small polar, glycine, proline
-    classes = np.stack([np.isin(list(p.seq), list(c)) for c in ("ITV", "FHWY", "DNST", "G", "P")], axis=1).astype(float)
-    small = _surface(p.phi, p.psi, 2)
-    by_class = (classes[:, :, None] * small[:, None, :]).reshape(len(res), -1)
-    terms = [
-        _surface(p.phi, p.psi),
-        _fourier(_neighbour(p.psi, -1, np.nan), 3),
-        _fourier(_neighbour(p.phi, -1, np.nan), 2),
-        _fourier(_neighbour(p.phi, 1, np.nan), 3),
-        _fourier(_neighbour(p.psi, 1, np.nan), 2),
-        _one_hot(_neighbour(state, -1, -1), 3),
-        _one_hot(_neighbour(state, 1, -1), 3),
-        states,
-        by_residue,
-        by_class,
-    ]
-    return res, prev, nxt, np.concatenate(terms, axis=1)
-
-
-def ridge(x, y, penalty, weights=None, rounds=4):
-    """Ridge regression with Huber weights; `penalty` per column. Returns (coefficients, robust residual spread)."""
-    w = np.ones(len(y)) if weights is None else weights.copy()
-    base = w.copy()
-    for _ in range(rounds):
-        xw = x * w[:, None]
-        beta = np.linalg.solve(x.T @ xw + np.diag(penalty), xw.T @ y)
-        r = y - x @ beta
-        spread = 1.4826 * np.median(np.abs(r))
-        w = base * np.minimum(1.0, 1.8 * spread / np.maximum(np.abs(r), 1e-9))
-    return beta, spread
-
-
-class ExpectedShifts:
-    """Linear model of the six shifts given sequence and structure."""
-
-    def fit(self, proteins, weights=None):
-        blocks = [structure_terms(p) for p in proteins]
-        x = np.concatenate([np.concatenate(b, axis=1) for b in blocks])
-        valid = np.concatenate([~np.isnan(p.phi) & ~np.isnan(p.psi) & ~p.mismatch for p in proteins])
-        y = np.concatenate([p.shift for p in proteins])
-        w = np.concatenate([np.full(len(p.seq), 1.0 if weights is None else weights[p.id]) for p in proteins])
-        self.columns = x.shape[1]
-        penalty = np.full(self.columns, 8.0)
-        penalty[:21] = 0.05
-        penalty[21:61] = 3.0
-        self.beta, self.spread = np.zeros((6, self.columns)), TYPICAL_SPREAD.copy()
-        for a in range(6):
-            ok = valid & ~np.isnan(y[:, a])
-            self.beta[a], self.spread[a] = ridge(x[ok], y[ok, a], penalty, w[ok])
-        return self
-
-    def predict(self, p):
-        x = np.concatenate(structure_terms(p), axis=1)
-        out = x @ self.beta.T
-        out[np.isnan(p.phi) | np.isnan(p.psi)] = np.nan
-        return out
-
-
-def shrunken_offset(residuals, spread, prior):
-    """Median residual, drawn towards zero as its error demands: (offset, standard error)."""
-    n = len(residuals)
-    if n < 8:
-        return 0.0, np.inf
-    error = 1.2533 * max(spread, 1.4826 * np.median(np.abs(residuals - np.median(residuals)))) / np.sqrt(n)
-    return float(np.median(residuals)) * prior**2 / (prior**2 + error**2), error
-
-
-def deuterium_shifts(source):
-    table = {}
-    path = os.path.join(source, "reference", "deuterium_isotope_13C.tsv")
-    for row in read_tsv(path):
-        table[row["res1"], row["atom"]] = float(row["ppm"])
-    return table
-
-
-def correct_isotope(p, residuals, table, log):
-    """Takes the isotope shift of deuterium off CA and CB where the residuals follow its residue pattern."""
-    x, r, places = [], [], []
-    for i, letter in enumerate(p.seq):
-        for a, name in ((CA, "CA"), (CB, "CB")):
-            if (letter, name) in table and not np.isnan(residuals[i, a]) and abs(residuals[i, a]) < 4:
-                x.append(table[letter, name])
-                r.append(residuals[i, a])
-                places.append(a)
-    x, r, places = np.array(x), np.array(r), np.array(places)
-    if min(np.sum(places == CA), np.sum(places == CB)) < 25:
-        return False
-    design = np.stack([x, places == CA, places == CB], axis=1).astype(float)
-    beta, spread = ridge(design, r, np.full(3, 1e-6))
-    error = spread * np.sqrt(np.linalg.inv(design.T @ design)[0, 0])
-    if beta[0] < 0.5 or beta[0] < 4 * error:
-        return False
-    for i, letter in enumerate(p.seq):
-        for a, name in ((CA, "CA"), (CB, "CB")):
-            p.shift[i, a] -= table.get((letter, name), 0.0)
-    p.notes.append("isotope")
-    log(f"{p.id}: 2H isotope shifts taken off CA/CB (slope {beta[0]:.2f} +/- {error:.2f})")
-    return True
-
-
-def _quality(p, residual_ratio):
-    known = np.sum(~np.isnan(p.shift) & ~(np.isnan(p.phi) | np.isnan(p.psi))[:, None])
-    score = known * KIND_QUALITY[p.info["structure_kind"]]
-    for flag in p.flags:
-        score *= FLAG_QUALITY.get(flag, 1.0)
-    return score / max(residual_ratio, 0.8) ** 2
-
-
-def _merge(base, other, log):
-    """Fills shifts that `base` lacks from `other`, a record of the same protein."""
-    matcher = difflib.SequenceMatcher(None, base.seq, other.seq, autojunk=False)
-    pairs = []
-    for block in matcher.get_matching_blocks():
-        if block.size >= 12:
-            # the ends of a matching stretch have other neighbours
-            pairs += [(block.a + k, block.b + k) for k in range(1, block.size - 1)]
-    if len(pairs) < 20:
-        return
-    ia, ib = (np.array(v) for v in zip(*pairs))
-    a, b = base.shift[ia], other.shift[ib]
-    agreement = {}
-    for k in range(6):
-        both = ~np.isnan(a[:, k]) & ~np.isnan(b[:, k])
-        if both.sum() >= 15:
-            difference = a[both, k] - b[both, k]
-            agreement[k] = np.median(np.abs(difference - np.median(difference))) / TYPICAL_SPREAD[k]
-    if agreement and max(agreement.values()) > 0.25:
-        return
-    if not agreement and other.info["bmrb"] != base.info["bmrb"] and np.mean(base.oxidised[ia] == other.oxidised[ib]) < 1:
-        return
-    gaps = np.isnan(a) & ~np.isnan(b)
-    if gaps.sum() < 10:
-        return
-    filled = a.copy()
-    filled[gaps] = b[gaps]
-    base.shift[ia] = filled
-    base.merged.append(other.id)
-    log(f"{base.id}: {int(gaps.sum())} shifts filled in from {other.id}")
-
-
-def mark_doubtful(p, residuals, spread):
-    """Sets `use_phipsi` and `use_chi1`."""
-    known = ~np.isnan(p.phi) & ~np.isnan(p.psi)
-    use = known & ~p.mismatch
-    kind, method = p.info["structure_kind"], p.info["method"]
-    # loosely held residues of crystal structures
-    b = p.bfactor
-    if method == "X-ray" and kind.startswith("archive") and np.nanstd(b) > 1.0:
-        middle = np.nanmedian(b)
-        wide = 1.4826 * np.nanmedian(np.abs(b - middle))
-        use &= ~(b > middle + 6.0 * max(wide, 3.0))
-    # a stretch whose shifts contradict its angles: another conformation in solution, or wrong coordinates
-    z2 = np.minimum((residuals / spread) ** 2, 16.0)
-    known_z = ~np.isnan(z2)
-    for i in range(len(p.seq)):
-        lo, hi = max(0, i - 1), i + 2
-        n = known_z[lo:hi].sum()
-        if n >= 4 and np.nansum(z2[lo:hi]) / n > 4.5:
-            use[i] = False
-    # disordered ends and loops: small secondary shifts where the structure is no helix or strand
-    if kind in ("predicted",) or method in ("NMR", ".", "not recorded"):
-        use &= ~_tails(p)
-    # trans peptide bonds only, but for X-Pro
-    twisted = ~np.isnan(p.omega) & (np.abs(p.omega) < 140)
-    proline = np.array([x == "P" for x in p.seq])
-    use &= ~(twisted & ~proline & ~(np.abs(p.omega) < 25))
-    p.use_phipsi = use
-    p.use_chi1 = use & ~np.isnan(p.chi1) & (kind not in ("backbone-only",))
-
-
-def _tails(p):
-    """Residues before the first and after the last stretch of regular structure, two residues of margin left."""
-    out = np.zeros(len(p.seq), bool)
-    regular = np.nonzero((p.ss == "H") | (p.ss == "E"))[0]
-    if len(regular):
-        out[: max(regular[0] - 2, 0)] = True
-        out[regular[-1] + 3 :] = True
-    return out
-
-
-def clean(source, log=lambda text: None, rounds=3):
-    """Reads and cleans a source directory: (proteins, model), one protein for each group of equal proteins."""
-    records = load_records(source)
-    for pid in list(records):
-        p = records[pid]
-        if p.info["register_best"] not in (".", "0") and float(p.info["register_r"]) < 0.4:
-            log(f"{pid}: left out, register in doubt")
-            del records[pid]
-        elif float(p.info["identity"]) < 0.95 or np.sum(~np.isnan(p.phi) & ~np.isnan(p.psi)) < 15:
-            log(f"{pid}: left out, too little structure")
-            del records[pid]
-    weights = {pid: KIND_QUALITY[p.info["structure_kind"]] for pid, p in records.items()}
-    # equal proteins share the weight of one
-    group_size = {}
-    for p in records.values():
-        group_size[p.info["group90"]] = group_size.get(p.info["group90"], 0) + 1
-    for pid, p in records.items():
-        weights[pid] /= group_size[p.info["group90"]]
-
-    isotope = deuterium_shifts(source)
-    ratio = {}
-    for turn in range(rounds):
-        model = ExpectedShifts().fit(list(records.values()), weights)
-        for pid, p in records.items():
-            residuals = p.shift - model.predict(p)
-            if turn == 1 and "isotope" not in p.notes and correct_isotope(p, residuals, isotope, log):
-                residuals = p.shift - model.predict(p)
-            for a in range(6):
-                r = residuals[:, a]
-                r = r[~np.isnan(r)]
-                offset, _ = shrunken_offset(r, model.spread[a], OFFSET_SPREAD[a])
-                p.shift[:, a] -= offset
-                p.offsets[a] += offset
-    for pid, p in records.items():
-        residuals = p.shift - model.predict(p)
-        far = np.abs(residuals) > 5.5 * model.spread
-        p.shift[far] = np.nan
-        residuals[far] = np.nan
-        spreads = []
-        for a in range(6):
-            r = residuals[:, a]
-            r = r[~np.isnan(r)]
-            if len(r) >= 12:
-                s = 1.4826 * np.median(np.abs(r - np.median(r))) / model.spread[a]
-                if s > 2.2:
-                    log(f"{pid}: {ATOMS[a]} dropped, spread {s:.1f} times the usual")
-                    p.shift[:, a] = np.nan
-                else:
-                    spreads.append(s)
-        ratio[pid] = float(np.mean(spreads)) if spreads else 9.0
-        mark_doubtful(p, residuals, model.spread)
-    for pid in [pid for pid, value in ratio.items() if value > 1.7]:
-        log(f"{pid}: left out, shifts do not fit the structure (spread {ratio[pid]:.2f} times the usual)")
-        del records[pid]
-
-    groups = {}
-    for p in records.values():
-        groups.setdefault(p.info["group90"], []).append(p)
-    proteins = []
-    for members in groups.values():
-        members.sort(key=lambda p: (-_quality(p, ratio[p.id]), p.id))
-        best = members[0]
-        for other in members[1:]:
-            if ratio[other.id] < 1.4:
-                _merge(best, other, log)
-        residuals = best.shift - model.predict(best)
-        mark_doubtful(best, residuals, model.spread)
-        best.info["ratio"] = ratio[best.id]
-        for i, letter in enumerate(best.seq):
-            if letter == "C" and not np.isnan(best.shift[i, CB]):
-                best.oxidised[i] = best.shift[i, CB] >= 34.0
-        proteins.append(best)
-    proteins.sort(key=lambda p: p.id)
-    return proteins, model
 
 
 # ---------------------------------------------------------------- work directory
@@ -497,6 +190,8 @@ def write_work(proteins, source, work):
         for p in proteins:
             known = int(np.sum(~np.isnan(p.shift)))
             weight = KIND_QUALITY[p.info["structure_kind"]]
+            if p.info["structure_kind"] == "related":
+                weight = round(weight * float(p.info["identity"]), 3)
             row = (p.id, source_word(p), p.info["cluster30"], p.info["group90"], p.info["split"], 1, weight,
                    p.info["structure_kind"], known, int(p.use_phipsi.sum()), p.info["bmrb"],
                    p.info["pdb"] + p.info["pdb_chain"], ",".join(p.merged) or ".", p.info["title"])
@@ -512,6 +207,8 @@ def write_work(proteins, source, work):
                           f"{angle(p.chi1[i]):g}\n".encode())
     for p in proteins:
         write_table(os.path.join(work, "tables", p.id + ".tab"), p)
+        if p.info["structure_kind"] == "related":
+            continue
         with gzip.open(os.path.join(source, "proteins", p.id + ".pdb.gz"), "rb") as stream:
             with open(os.path.join(work, "coords", p.id + ".pdb"), "wb") as out:
                 out.write(stream.read())
@@ -571,6 +268,7 @@ def load_features(work, variant):
     out["cluster30"] = np.array([int(proteins[r["id"]]["cluster30"]) for r in rows])
     out["split"] = np.array([int(proteins[r["id"]]["split"] == "dev") for r in rows])
     out["primary"] = np.array([int(proteins[r["id"]]["primary"]) for r in rows])
+    out["kind"] = np.array([proteins[r["id"]]["kind"] for r in rows])
     out["weight"] = np.array([float(proteins[r["id"]]["weight"]) for r in rows])
     chains, start = [], 0
     for i in range(1, len(rows) + 1):
@@ -579,21 +277,3 @@ def load_features(work, variant):
             start = i
     out["chains"] = chains
     return out
-
-
-def main():
-    parser = argparse.ArgumentParser(description="Cleans the source proteins into a work directory.")
-    parser.add_argument("source", help="directory with manifest.tsv, residues.tsv.gz and proteins/")
-    parser.add_argument("work", help="work directory to write")
-    args = parser.parse_args()
-    os.makedirs(args.work, exist_ok=True)
-    with open(os.path.join(args.work, "cleaning.log"), "w") as log_file:
-        proteins, model = clean(args.source, lambda text: print(text, file=log_file))
-    write_work(proteins, args.source, args.work)
-    residues = sum(int(p.use_phipsi.sum()) for p in proteins)
-    print(f"{len(proteins)} proteins, {residues} residues with trusted phi/psi", file=sys.stderr)
-    print("residual spread " + " ".join(f"{a} {s:.3f}" for a, s in zip(ATOMS, model.spread)), file=sys.stderr)
-
-
-if __name__ == "__main__":
-    main()

@@ -1,208 +1,230 @@
 #!/usr/bin/python3
 """Runs the real program on known proteins and holds its predictions against their structures.
 
-    tools/evaluate.py WORK PROGRAM TABLES OUT [--split dev] [--options "-noproton"] [--jobs 2]
+    tools/evaluate.py WORK PROGRAM TABLES OUT [--folds] [--split dev] [--source SOURCE] [--options "-noproton"]
 
-WORK is the directory that tools/build_data.py leaves (proteins.tsv, labels.tsv.gz, tables/, ref/), PROGRAM
-the built orvixn, TABLES a table directory, OUT a directory for the results (a protein that is already there
-is not run again). Every protein is run with the database rows of its relatives excluded (WORK/related.tsv:
-itself, its sequence cluster, and chains with a local alignment to it); whether the networks of TABLES know
-the protein is up to the caller. Prints the shares of the classes, rmsd and wrong predictions (by the program's own rule for a prediction far from its
-reference), secondary structure and chi1, each with a bootstrap error over proteins.
+WORK is the directory that tools/build_data.py leaves (proteins.tsv, labels.tsv.gz, tables/), PROGRAM the built
+orvixn, TABLES a table directory, OUT a directory for the results (a protein that is already there is not run again).
+Every protein is run with the database rows of its relatives excluded (WORK/related.tsv: itself, its sequence cluster,
+and chains with a local alignment to it). Proteins with the angles of a relative (kind `related`) are never run.
+
+With --folds TABLES holds fold0, fold1, ...: tables of networks that never saw the proteins of that fold, and every
+protein is run with those of its fold. Without, whether the networks know the protein is up to the caller.
+With --source files of the archive are told apart by the method of the structure.
+
+"Served" are Strong, Generous and Dyn, as a share of the residues with a prediction (any class but None). "Wrong" are
+Strong and Generous that the program's own rule calls too far from a reference; rmsd is that of the others. The shares
+by the number of shifts are those of the residue itself; "enough" and "few" go by the shifts of the residue and its two
+neighbours (at least 10 or not). chi1 figures are for residues with 9 and more of these, unless they say "all
+residues". All +- are bootstrap errors over whole sequence clusters.
 """
 import argparse
 import collections
 import concurrent.futures
 import csv
 import gzip
-import math
 import os
-import random
 import subprocess
 
-from box_share import too_far
+import numpy as np
 
-TRUSTED = ("Strong", "Generous")
+import evaluate_counts
 
-
-def read_rows(path):
-    """Rows of a result table as dictionaries by column name."""
-    rows, names = [], None
-    with open(path) as table:
-        for line in table:
-            words = line.split()
-            if line.startswith("VARS"):
-                names = words[1:]
-            elif names and words and words[0] not in ("FORMAT", "REMARK", "DATA") and len(words) == len(names):
-                rows.append(dict(zip(names, words)))
-    return rows
+SAMPLES = 500
+SHIFT_GROUPS = ("6 shifts", "5 shifts", "4 shifts", "3 shifts", "fewer than 3", "enough", "few")
+SUMMARY = (("served", "% served"), ("wrong", "% wrong, all"), ("phi", "rmsd phi, all"), ("psi", "rmsd psi, all"),
+           ("Q3 shifts", "Q3 shifts"), ("chi1 called", "chi1 % called"), ("right", "chi1 % right of the called"))
 
 
-def difference(a, b):
-    return (a - b + 180.0) % 360.0 - 180.0
-
-
-def rotamer(chi1, letter):
-    """The rotamer word in the convention of the chi1 table, where valine is turned."""
-    if letter == "V":
-        chi1 = difference(chi1, 120.0)
-    if -120.0 < chi1 <= 0.0:
-        return "g-"
-    return "g+" if 0.0 < chi1 <= 120.0 else "t"
+def rows_of(path):
+    with (gzip.open(path, "rt") if path.endswith(".gz") else open(path)) as table:
+        yield from csv.DictReader(table, delimiter="\t", quoting=csv.QUOTE_NONE)
 
 
 def run_protein(args, protein, excluded):
     out = os.path.join(args.out, protein["id"])
-    if not os.path.exists(os.path.join(out, "predAll.tab")):
-        os.makedirs(out, exist_ok=True)
-        command = [args.program, "-tabDir", os.path.abspath(args.tables),
-                   "-in", os.path.abspath(os.path.join(args.work, "tables", protein["id"] + ".tab")),
-                   "-excl", excluded] + args.options.split()
-        with open(os.path.join(out, "log"), "w") as log:
-            subprocess.run(command, cwd=out, stdout=log, stderr=log, check=False)
-    return protein["id"]
+    if os.path.exists(os.path.join(out, "predAll.tab")):
+        return
+    os.makedirs(out, exist_ok=True)
+    command = [args.program, "-tabDir", os.path.abspath(protein["tables"]),
+               "-in", os.path.abspath(os.path.join(args.work, "tables", protein["id"] + ".tab")),
+               "-excl", excluded] + args.options.split()
+    with open(os.path.join(out, "log"), "w") as log:
+        subprocess.run(command, cwd=out, stdout=log, stderr=log, check=False)
 
 
-def judge(args, protein, truth):
-    """Counts of one protein, to be added up."""
-    count = collections.Counter()
-    out = os.path.join(args.out, protein["id"])
-    try:
-        summary = read_rows(os.path.join(out, "pred.tab"))
-        shifts = {row["RESID"]: row["CS_CNT_R2"] for row in read_rows(os.path.join(out, "predABP.tab"))}
-        structure = read_rows(os.path.join(out, "predSS.tab"))
-        rotamers = read_rows(os.path.join(out, "predChi1.tab"))
-    except OSError:
-        count["failed"] += 1
-        return count
-    for row in summary:
-        known = truth.get(int(row["RESID"]))
-        if known is None or known["use_phipsi"] != "1":
-            continue
-        count["residues"] += 1
-        count["class " + row["CLASS"]] += 1
-        if row["CLASS"] == "None":
-            continue
-        d_phi = difference(float(row["PHI"]), float(known["phi"]))
-        d_psi = difference(float(row["PSI"]), float(known["psi"]))
-        square = d_phi * d_phi + d_psi * d_psi
-        wrong = too_far(square, float(known["phi"]), float(known["psi"]))
-        names = {row["CLASS"]}
-        known_shifts = int(shifts.get(row["RESID"], 0))
-        number = "fewer than 3" if known_shifts < 3 else str(known_shifts)
-        count["searched %s shifts" % number] += 1
-        if row["CLASS"] in TRUSTED:
-            names |= {"trusted", "%s shifts" % number}
-            count["beyond 60 trusted"] += square >= 3600.0
-        count["served %s shifts" % number] += row["CLASS"] in TRUSTED or row["CLASS"] == "Dyn"
-        for name in names:
-            count["n " + name] += 1
-            count["wrong " + name] += wrong
-            if not wrong:
-                count["phi2 " + name] += d_phi * d_phi
-                count["psi2 " + name] += d_psi * d_psi
-    for row in structure:
-        known = truth.get(int(row["RESID"]))
-        if known is None or known["ss"] == ".":
-            continue
-        word = {"L": "C"}.get(row["SS_CLASS"].upper(), row["SS_CLASS"].upper())
-        source = "shifts" if row["SS_CLASS"].isupper() else "sequence"
-        for name in ("all", source, "true " + known["ss"]):
-            count["ss " + name] += 1
-            count["ss right " + name] += word == known["ss"]
-        if source == "shifts":
-            tenth = min(9, int(10 * float(row["CONFIDENCE"])))
-            count["ss tenth %d" % tenth] += 1
-            count["ss tenth right %d" % tenth] += word == known["ss"]
-    for row in rotamers:
-        known = truth.get(int(row["RESID"]))
-        if known is None or known["use_chi1"] != "1" or int(row["CS_COUNT"]) < 9:
-            continue
-        right = row["CLASS"] == rotamer(float(known["chi1"]), known["letter"].upper())
-        for name in ("all", known["letter"].upper()):
-            count["chi1 " + name] += 1
-            if row["CLASS"] != "na":
-                count["chi1 called " + name] += 1
-                count["chi1 right " + name] += right
-        tenth = min(9, int(10 * max(float(row[q]) for q in ("Q_Gm", "Q_Gp", "Q_T"))))
-        if row["CLASS"] != "na":
-            count["chi1 tenth %d" % tenth] += 1
-            count["chi1 tenth right %d" % tenth] += right
-    return count
+def totals(proteins):
+    """Summed counts by name: the sum itself, then those of SAMPLES draws of whole clusters."""
+    names = sorted({name for p in proteins for name in p["count"]})
+    column = {name: k for k, name in enumerate(names)}
+    clusters = sorted({p["cluster30"] for p in proteins})
+    place = {cluster: k for k, cluster in enumerate(clusters)}
+    counts = np.zeros((len(clusters), len(names)))
+    for p in proteins:
+        for name, value in p["count"].items():
+            counts[place[p["cluster30"]], column[name]] += value
+    draws = np.random.default_rng(1).multinomial(len(clusters), [1.0 / len(clusters)] * len(clusters), SAMPLES)
+    if len(clusters) == 1:
+        draws = draws * np.nan  # one cluster says nothing about the error
+    sums = np.vstack([np.ones(len(clusters)), draws]) @ counts
+    return collections.defaultdict(lambda: np.zeros(SAMPLES + 1), zip(names, sums.T))
 
 
 def share(part, whole):
-    return 100.0 * part / whole if whole else float("nan")
+    return 100.0 * np.divide(part, whole, out=np.full(len(whole), np.nan), where=whole > 0)
+
+
+def surest_right(total, group, part):
+    """Share right among the `part` of the residues whose largest probability is highest; equal ones count in part."""
+    head = "chi1 top %s " % group
+    tops = sorted((name for name in total if name.startswith(head)), reverse=True)
+    if not tops:
+        return np.full(SAMPLES + 1, np.nan)
+    n = np.array([total[name] for name in tops])
+    right = np.array([total["chi1 top right " + name[len("chi1 top "):]] for name in tops])
+    wanted = part * n.sum(0)
+    taken = np.clip(wanted - (np.cumsum(n, 0) - n), 0.0, n)
+    return share((np.divide(taken, n, out=np.zeros_like(n), where=n > 0) * right).sum(0), wanted)
 
 
 def figures(total):
-    """The figures of a sum of counts, by name."""
+    """The figures of summed counts, by name."""
     f = {}
     for word in ("Strong", "Generous", "Warn", "Dyn", "None"):
-        f["% " + word] = share(total["class " + word], total["residues"])
-    searched = total["residues"] - total["class None"]
-    f["% Strong+Generous+Dyn of the predicted"] = share(
-        total["class Strong"] + total["class Generous"] + total["class Dyn"], searched)
-    for name in ("trusted", "Strong", "Generous", "Warn", "Dyn"):
+        f["% " + word] = share(total["class " + word], total["residues all"])
+    f["% served"] = share(total["served all"], total["searched all"])
+    for name in ("all", "Strong", "Generous", "Warn", "Dyn") + SHIFT_GROUPS:
         n, wrong = total["n " + name], total["wrong " + name]
         f["% wrong, " + name] = share(wrong, n)
         for angle in ("phi", "psi"):
-            f["rmsd %s, %s" % (angle, name)] = math.sqrt(total[angle + "2 " + name] / (n - wrong)) if n > wrong else float("nan")
-    f["% 60 degrees and more off, trusted"] = share(total["beyond 60 trusted"], total["n trusted"])
-    for number in ("6", "5", "4", "3", "fewer than 3"):
-        name = number + " shifts"
-        f["% Strong+Generous+Dyn, " + name] = share(total["served " + name], total["searched " + name])
-        f["% wrong, " + name] = share(total["wrong " + name], total["n " + name])
+            f["rmsd %s, %s" % (angle, name)] = np.sqrt(share(total[angle + "2 " + name], n - wrong) / 100.0)
+    f["% 60 degrees and more off, all"] = share(total["beyond 60 all"], total["n all"])
+    for group in SHIFT_GROUPS:
+        f["% predicted, " + group] = share(total["searched " + group], total["residues " + group])
+        f["% served, " + group] = share(total["served " + group], total["searched " + group])
+        f["Q3, " + group] = share(total["ss right shifts " + group], total["ss shifts " + group])
     for name in ("all", "shifts", "sequence", "true H", "true E", "true C"):
         f["Q3 " + name] = share(total["ss right " + name], total["ss " + name])
-    f["chi1 % called"] = share(total["chi1 called all"], total["chi1 all"])
-    f["chi1 % right of the called"] = share(total["chi1 right all"], total["chi1 called all"])
+    f["segment overlap"] = share(sum(total["sov " + s] for s in "HEC"), sum(total["sov length " + s] for s in "HEC"))
+    for state in "HEC":
+        f["segment overlap " + state] = share(total["sov " + state], total["sov length " + state])
+    for group, note in (("enough", ""), ("all", ", all residues")):
+        f["chi1 % called" + note] = share(total["chi1 called " + group], total["chi1 " + group])
+        f["chi1 % right of the called" + note] = share(total["chi1 right " + group], total["chi1 called " + group])
+        f["chi1 % best guess right" + note] = surest_right(total, group, 1.0)
+        for part in (0.5, 0.3):
+            f["chi1 %% right of the surest %.0f %%%s" % (100 * part, note)] = surest_right(total, group, part)
     return f
+
+
+def error(values):
+    known = values[1:][~np.isnan(values[1:])]
+    return known.std(ddof=1) if len(known) > 1 else np.nan
+
+
+def cell(values):
+    if np.isnan(values[0]):
+        return "-"
+    return "%.1f" % values[0] if np.isnan(error(values)) else "%.1f+-%.1f" % (values[0], error(values))
+
+
+def print_summaries(title, parts, errors):
+    """One line of the main figures for each of `parts`, pairs of a name and proteins."""
+    print("\n%-22s proteins residues %s" % (title, "".join("%13s" % head for head, _ in SUMMARY)))
+    for name, proteins in parts:
+        total = totals(proteins)
+        f = figures(total)
+        cells = [cell(f[key] if errors else f[key][:1]) for _, key in SUMMARY]
+        print("%-22s %8d %8d %s" % (name, len(proteins), total["residues all"][0],
+                                    "".join("%13s" % c for c in cells)))
+
+
+def print_shift_groups(total, f):
+    columns = ("% predicted", "% served", "% wrong", "rmsd phi", "rmsd psi", "Q3")
+    print("\n%-14s residues %s  (Q3 of the residues decided by shifts)" % (
+        "shifts", "".join("%13s" % c for c in columns)))
+    for group in SHIFT_GROUPS:
+        cells = [cell(f["%s, %s" % (column, group)]) for column in columns]
+        print("%-14s %8d %s" % (group, total["residues " + group][0],
+                                "".join("%13s" % c for c in cells)))
+
+
+def print_calibration(total):
+    print("\nsecondary structure, right by tenth of confidence: " + " ".join(
+        "%d:%.0f%%(%d)" % (t, share(total["ss right tenth %d" % t], total["ss tenth %d" % t])[0],
+                           total["ss tenth %d" % t][0]) for t in range(10) if total["ss tenth %d" % t][0]))
+    print("\nchi1, all residues: share for which the rotamer of a probability is the true one (number of "
+          "probabilities); Q: the three together")
+    for tenth in range(10):
+        cells = []
+        for q in ("Q",) + tuple(evaluate_counts.ROTAMERS):
+            n, true, mean = (total["tenth %s%s %d" % (what, q, tenth)] for what in ("", "right ", "sum "))
+            if q == "Q" and n[0]:
+                cells.append("mean %.3f" % (share(mean, n)[0] / 100.0))
+            if n[0]:
+                cells.append("%s %s %% (%d)" % (q, cell(share(true, n)), n[0]))
+        print("  %.1f-%.1f  %s" % (tenth / 10, (tenth + 1) / 10, "   ".join(cells)))
+    print("\nchi1 by type: residues, % called, % right of the called")
+    for letter in "CDEFHIKLMNQRSTVWY":
+        n, called = total["chi1 " + letter], total["chi1 called " + letter]
+        print("  %s %6d %6.1f %6.1f" % (letter, n[0], share(called, n)[0],
+                                        share(total["chi1 right " + letter], called)[0]))
+
+
+def parts_by(proteins, key):
+    return [(value, [p for p in proteins if p[key] == value]) for value in sorted({p[key] for p in proteins})]
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     for name in ("work", "program", "tables", "out"):
         parser.add_argument(name)
-    parser.add_argument("--split", default="dev", help="split of the proteins to run, or a comma list of ids")
+    parser.add_argument("--folds", action="store_true", help="TABLES holds a directory for each fold")
+    parser.add_argument("--split", help="split of the proteins to run, or a comma list of ids (dev, with --folds all)")
+    parser.add_argument("--source", help="directory of the source proteins")
     parser.add_argument("--options", default="", help="more options for the program")
     parser.add_argument("--jobs", type=int, default=2)
     args = parser.parse_args()
     args.program = os.path.abspath(args.program)
 
-    with open(os.path.join(args.work, "proteins.tsv")) as table:
-        proteins = list(csv.DictReader(table, delimiter="\t"))
-    chosen = [p for p in proteins if p["split"] == args.split or p["id"] in args.split.split(",")]
+    split = args.split or ("" if args.folds else "dev")
+    proteins = [p for p in rows_of(os.path.join(args.work, "proteins.tsv")) if p["kind"] != "related"
+                and (not split or p["split"] == split or p["id"] in split.split(","))]
+    if not proteins:
+        parser.error("no protein of the split " + split)
+    for p in proteins:
+        p["tables"] = args.tables
+    if args.folds:
+        import networks_common  # needs torch, which a plain evaluation can do without
+        folds = networks_common.small_folds(args.work, [p["cluster30"] for p in proteins]) % networks_common.FOLDS
+        for p, fold in zip(proteins, folds):
+            p["fold"], p["tables"] = str(fold), networks_common.fold_tables(args.tables, fold)
+    if args.source:
+        method = {row["id"]: row["method"] for row in rows_of(os.path.join(args.source, "manifest.tsv"))}
+        for p in proteins:
+            p["kind"] += " " + method[p["id"]] if p["kind"] == "archive-file" else ""
     truth = collections.defaultdict(dict)
-    with gzip.open(os.path.join(args.work, "labels.tsv.gz"), "rt") as table:
-        for row in csv.DictReader(table, delimiter="\t"):
-            truth[row["id"]][int(row["resid"])] = row
-    with open(os.path.join(args.work, "related.tsv")) as table:
-        related = {row["id"]: row["sources"] for row in csv.DictReader(table, delimiter="\t")}
+    for row in rows_of(os.path.join(args.work, "labels.tsv.gz")):
+        truth[row["id"]][int(row["resid"])] = row
+    related = {row["id"]: row["sources"] for row in rows_of(os.path.join(args.work, "related.tsv"))}
 
     with concurrent.futures.ThreadPoolExecutor(args.jobs) as pool:
-        list(pool.map(lambda p: run_protein(args, p, related[p["id"]]), chosen))
-    counts = [judge(args, p, truth[p["id"]]) for p in chosen]
-    total = sum(counts, collections.Counter())
-    print("%d proteins, %d failed, %d residues with trusted phi and psi" %
-          (len(chosen), total["failed"], total["residues"]))
-    generator = random.Random(1)
-    samples = []
-    for _ in range(200):
-        samples.append(figures(sum(generator.choices(counts, k=len(counts)), collections.Counter())))
-    for name, value in figures(total).items():
-        spread = [s[name] for s in samples if s[name] == s[name]]
-        centre = sum(spread) / len(spread) if spread else 0.0
-        error = math.sqrt(sum((x - centre) ** 2 for x in spread) / max(1, len(spread) - 1))
-        print("%-42s %7.2f +- %.2f" % (name, value, error))
-    for kind in ("ss", "chi1"):
-        print("%s right by tenth of %s: %s" % (kind, "confidence" if kind == "ss" else "probability", " ".join(
-            "%d:%.0f%%(%d)" % (t, share(total["%s tenth right %d" % (kind, t)], total["%s tenth %d" % (kind, t)]),
-                               total["%s tenth %d" % (kind, t)]) for t in range(10) if total["%s tenth %d" % (kind, t)])))
-    for letter in "CDEFHIKLMNQRSTVWY":
-        print("chi1 %s: %d residues, %.0f %% called, %.0f %% right" % (
-            letter, total["chi1 " + letter], share(total["chi1 called " + letter], total["chi1 " + letter]),
-            share(total["chi1 right " + letter], total["chi1 called " + letter])))
+        list(pool.map(lambda p: run_protein(args, p, related[p["id"]]), proteins))
+    for p in proteins:
+        p["count"] = evaluate_counts.count_run(os.path.join(args.out, p["id"]), truth[p["id"]])
+    failed = [p["id"] for p in proteins if p["count"]["failed"]]
+    print("%d proteins, %d failed%s" % (len(proteins), len(failed), "".join(" " + name for name in failed)))
+    if args.folds:
+        print_summaries("fold", parts_by(proteins, "fold"), errors=False)
+    print_summaries("kind of structure", parts_by(proteins, "kind") + [("all", proteins)], errors=True)
+    total = totals(proteins)
+    f = figures(total)
+    print_shift_groups(total, f)
+    print("\n%d residues with trusted phi and psi" % total["residues all"][0])
+    for name, values in f.items():
+        if name.split(", ")[-1] not in SHIFT_GROUPS and not np.isnan(values[0]):
+            print("%-46s %7.2f +- %.2f" % (name, values[0], error(values)))
+    print_calibration(total)
 
 
 if __name__ == "__main__":

@@ -158,6 +158,25 @@ def fit(net, state_path, epoch_batches, loss_of, validate, epochs, rate, decay=0
     return best_score
 
 
+SMALL_FOLDS = 20  # parts of the proteins by whole clusters; folds of a cross-validation are unions of them
+FOLDS = 4
+
+
+def small_folds(work, clusters):
+    """The small fold of each of `clusters` (numbers); the same in all trainers."""
+    sys.path.append(os.path.dirname(os.path.abspath(__file__)))
+    import dataset
+    rows = list(dataset.read_tsv(os.path.join(work, "proteins.tsv")))
+    names = np.repeat([int(r["cluster30"]) for r in rows], [max(1, int(r["n_use"])) for r in rows])
+    fold_of = dict(zip(names, cluster_folds(names, SMALL_FOLDS, 1)))
+    return np.array([fold_of[int(c)] for c in clusters])
+
+
+def fold_tables(cross, f):
+    """Directory of the networks that never saw fold f."""
+    return os.path.join(cross, "fold%d" % f)
+
+
 def cluster_folds(clusters, folds, seed):
     """Assigns whole clusters to folds of about equal residue counts; returns the fold of each residue."""
     rng = np.random.default_rng(seed)
@@ -169,6 +188,34 @@ def cluster_folds(clusters, folds, seed):
         fold_of[names[i]] = f
         load[f] += sizes[i]
     return np.array([fold_of[c] for c in clusters])
+
+
+def margin_mean(vectors):
+    """The program's ensemble mean: weights are the margin between the largest and the middle value."""
+    weights = [v.sort(1).values[:, 2:3] - v.sort(1).values[:, 1:2] for v in vectors]
+    total = sum(weights)
+    return sum(v * w for v, w in zip(vectors, weights)) / total.clamp(min=1e-9)
+
+
+def normalised(v):
+    v = v.clamp(0, 1)
+    return v / v.sum(1, keepdim=True).clamp(min=1e-9)
+
+
+def class_loss(out, batch):
+    """Squared error of class vectors; batch[1] holds classes or expected shares of them."""
+    target = batch[1] if batch[1].dim() == 2 else torch.nn.functional.one_hot(batch[1], 3).float()
+    return (batch[2][:, None] * (out - target) ** 2).sum() / batch[2].sum()
+
+
+def q3(values, labels):
+    """Accuracy and the class recalls as one text."""
+    best = values.argmax(1)
+    parts = ["Q3 %.2f %%" % (100 * (best == labels).float().mean())]
+    for k, name in enumerate(("helix", "strand", "coil")):
+        of = labels == k
+        parts.append("%s %.1f" % (name, 100 * (best[of] == k).float().mean() if of.any() else 0))
+    return " ".join(parts) + " (n %d)" % len(labels)
 
 
 def window_index(chains, reach, padded):
@@ -183,6 +230,20 @@ def window_index(chains, reach, padded):
             centres.append(i)
             windows.append([j if start <= j < stop else -1 for j in range(i - reach, i + reach + 1)])
     return np.array(centres, dtype=np.int64), np.array(windows, dtype=np.int64).reshape(len(centres), 2 * reach + 1)
+
+
+def read_dump(work, name):
+    """Feature dump of proteins without labels: residue vectors `x`, names, and index ranges of whole stretches."""
+    sys.path.append(os.path.dirname(os.path.abspath(__file__)))
+    import dataset
+    base = os.path.join(work, "features", name)
+    matrix = np.fromfile(base + ".f32", dtype="<f4").reshape(-1, 32)
+    rows = [r for r in dataset.read_tsv(base + ".tsv") if r["row"] != "-1"]
+    ids, resid = np.array([r["id"] for r in rows]), np.array([int(r["resid"]) for r in rows])
+    breaks = np.flatnonzero((ids[1:] != ids[:-1]) | (np.diff(resid) != 1)) + 1
+    edges = [0, *breaks.tolist(), len(rows)]
+    return {"id": ids, "resid": resid, "x": matrix[[int(r["row"]) for r in rows]],
+            "chains": list(zip(edges[:-1], edges[1:]))}
 
 
 def load_features(work, name):

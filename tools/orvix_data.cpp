@@ -6,7 +6,7 @@
 //     orvix-data triplets  WORK TABLES OUT [ROWS]
 //     orvix-data features  WORK TABLES NAME [full|noproton|drop SEED]
 //
-// WORK is the directory that tools/dataset.py writes: proteins.tsv, labels.tsv.gz unpacked as
+// WORK is the directory that tools/cleaning.py writes: proteins.tsv, labels.tsv.gz unpacked as
 // labels.tsv, scales.tsv, tables/<id>.tab, ref/<id>.pdb, perhaps chains.tsv. TABLES is the table
 // directory of a run.
 
@@ -96,6 +96,47 @@ std::unique_ptr<ORVIX> runToSecondaryShifts(const fs::path& table, const std::st
     return run;
 }
 
+// ---- angles -------------------------------------------------------------------------------------
+
+/// Angles of a residue (degrees, 9999 missing) and whether they are to be trusted.
+struct Label {
+    float phi = 9999.0F, psi = 9999.0F, chi1 = 9999.0F;
+    bool trusted = false, chi1Trusted = false;
+};
+
+using LabelsByProtein = std::map<std::string, std::map<int, Label>>;
+
+LabelsByProtein readLabels(const fs::path& work) {
+    LabelsByProtein labels;
+    for (Row& row : readTsv(work / "labels.tsv")) {
+        labels[row["id"]][orvix::textToInt(row["resid"])] = {
+            orvix::textToFloat(row["phi"]), orvix::textToFloat(row["psi"]),
+            orvix::textToFloat(row["chi1"]), row["use_phipsi"] == "1", row["use_chi1"] == "1"};
+    }
+    return labels;
+}
+
+/// The labels of a protein with the angles as a run finds them in its reference structure; a
+/// protein without one keeps those of its relative.
+std::map<int, Label> anglesOf(const fs::path& work, const Protein& protein,
+                              const LabelsByProtein& labels) {
+    const auto found = labels.find(protein.id);
+    std::map<int, Label> angles;
+    if (found != labels.end()) {
+        angles = found->second;
+    }
+    const fs::path reference = work / "ref" / (protein.id + ".pdb");
+    if (fs::exists(reference)) {
+        PDB structure(reference.string());
+        for (auto& [residue, label] : angles) {
+            label.phi = structure.getPhi(1, residue);
+            label.psi = structure.getPsi(1, residue);
+            label.chi1 = structure.getChi1(1, residue);
+        }
+    }
+    return angles;
+}
+
 // ---- reference structures -----------------------------------------------------------------------
 
 /// Whether a reference structure keeps an atom: backbone, CB, alpha and amide protons, and the atom
@@ -140,17 +181,6 @@ int reference(const std::vector<std::string>& args) {
 
 // ---- database -----------------------------------------------------------------------------------
 
-/// Residues whose angles are to be trusted: protein -> residue -> also chi1.
-std::map<std::string, std::map<int, bool>> readTrusted(const fs::path& work) {
-    std::map<std::string, std::map<int, bool>> trusted;
-    for (Row& row : readTsv(work / "labels.tsv")) {
-        if (row["use_phipsi"] == "1") {
-            trusted[row["id"]][orvix::textToInt(row["resid"])] = row["use_chi1"] == "1";
-        }
-    }
-    return trusted;
-}
-
 int boxOf(double phi, double psi) {
     return orvix::angleBin(phi) * 18 + orvix::angleBin(psi);
 }
@@ -194,31 +224,24 @@ int database(const std::vector<std::string>& args) {
     }
     const fs::path work = args[0];
     const auto scales = readScales(work, ORVIX());
-    const auto trusted = readTrusted(work);
+    const LabelsByProtein labels = readLabels(work);
     const ScratchDirectory scratch;
     NewFile out(args[2]);
     int rows = 0;
     for (const Protein& protein : readProteins(work)) {
         const auto run = runToSecondaryShifts(work / "tables" / (protein.id + ".tab"), args[1],
                                               scratch.path(), false);
-        PDB structure((work / "ref" / (protein.id + ".pdb")).string());
-        const auto residues = trusted.find(protein.id);
-        if (residues == trusted.end()) {
-            continue;
-        }
-        for (const auto& [residue, chi1Trusted] : residues->second) {
+        for (const auto& [residue, label] : anglesOf(work, protein, labels)) {
             const std::string letter = orvix::baseLetter(run->seqName(residue));
-            const float phi = structure.getPhi(1, residue);
-            const float psi = structure.getPsi(1, residue);
-            if (phi > 999.0F || psi > 999.0F || letter.size() != 1 ||
+            if (!label.trusted || label.phi > 999.0F || label.psi > 999.0F || letter.size() != 1 ||
                 knownLetters.find(letter) == std::string::npos) {
                 continue;
             }
-            const float chi1 = chi1Trusted ? structure.getChi1(1, residue) : 9999.0F;
-            const int box = boxOf(static_cast<double>(phi), static_cast<double>(psi));
+            const auto phi = static_cast<double>(label.phi);
+            const auto psi = static_cast<double>(label.psi);
+            const auto chi1 = static_cast<double>(label.chi1Trusted ? label.chi1 : 9999.0F);
             std::fprintf(out.get(), "%s %s %d %.1f %.1f %.1f %d", protein.source.c_str(),
-                         letter.c_str(), residue, static_cast<double>(phi),
-                         static_cast<double>(psi), static_cast<double>(chi1), box);
+                         letter.c_str(), residue, phi, psi, chi1, boxOf(phi, psi));
             const bool inRange = residue >= run->firstResid && residue <= run->lastResid;
             const auto scale = scales.find(letter[0]);
             for (std::size_t a = 0; a < atomCount; ++a) {
@@ -449,6 +472,7 @@ int features(const std::vector<std::string>& args) {
     }
     const fs::path work = args[0];
     const std::vector<Protein> proteins = readProteins(work);
+    const LabelsByProtein labels = readLabels(work);
     std::map<std::string, std::set<std::string>> relatives;
     for (const Protein& protein : proteins) {
         relatives[protein.cluster].insert(protein.source);
@@ -474,7 +498,7 @@ int features(const std::vector<std::string>& args) {
         const auto run = runToSecondaryShifts(work / "tables" / (protein.id + ".tab"), args[1],
                                               scratch.path(), noProton, change);
         observed.lend(*run, relatives[protein.cluster]);
-        PDB structure((work / "ref" / (protein.id + ".pdb")).string());
+        std::map<int, Label> angles = anglesOf(work, protein, labels);
         const orvix::ShiftsByResidue shifts = orvix::clippedShifts(*run);
         for (int r = run->firstResid; r <= run->lastResid; ++r) {
             std::vector<double> values = orvix::residueInput(*run, r, shifts);
@@ -483,9 +507,8 @@ int features(const std::vector<std::string>& args) {
             }
             std::fprintf(list.get(), "%s\t%d\t%s\t%d\t%d\t%.2f\t%.2f\t%.2f\n", protein.id.c_str(),
                          r, run->seqName(r).c_str(), run->missingAt(r), values.empty() ? -1 : rows,
-                         static_cast<double>(structure.getPhi(1, r)),
-                         static_cast<double>(structure.getPsi(1, r)),
-                         static_cast<double>(structure.getChi1(1, r)));
+                         static_cast<double>(angles[r].phi), static_cast<double>(angles[r].psi),
+                         static_cast<double>(angles[r].chi1));
             if (!values.empty()) {
                 const std::vector<float> narrow(values.begin(), values.end());
                 std::fwrite(narrow.data(), sizeof(float), narrow.size(), matrix.get());

@@ -2,7 +2,7 @@
 
     reference_tables.py SOURCE WORK OUT
 
-SOURCE holds reference/*.tsv, WORK is the work directory of dataset.py, OUT receives the tables.
+SOURCE holds reference/*.tsv, WORK is the work directory of cleaning.py, OUT receives the tables.
 
 The random coil shifts are the published ones. The adjustments and neighbour effects are fitted: all residues share
 one smooth function of the torsion angles around them, and what is left for the residue, the one before and the one
@@ -15,6 +15,8 @@ import os
 
 import numpy as np
 
+import alignment
+import cleaning
 import dataset
 from dataset import ATOMS, C, CA, CB, HA, HN, LETTERS, N
 
@@ -64,13 +66,13 @@ def published(source):
 def common_terms(p):
     """Structure terms that all residues share; glycine and proline have a surface of their own."""
     state = np.array([{"H": 0, "E": 1, "C": 2}.get(s, -1) for s in p.ss])
-    shifted = lambda values, step: dataset._neighbour(values, step, np.nan)  # noqa: E731
-    small = dataset._surface(p.phi, p.psi, 2)
+    shifted = lambda values, step: cleaning.neighbour(values, step, np.nan)  # noqa: E731
+    small = cleaning.surface(p.phi, p.psi, 2)
     own = [small * np.array([[float(s == letter)] for s in p.seq]) for letter in "GP"]
     parts = [
-        dataset._surface(p.phi, p.psi), dataset._fourier(shifted(p.psi, -1), 3), dataset._fourier(shifted(p.phi, -1), 2),
-        dataset._fourier(shifted(p.phi, 1), 3), dataset._fourier(shifted(p.psi, 1), 2), dataset._one_hot(state, 3),
-        dataset._one_hot(dataset._neighbour(state, -1, -1), 3), dataset._one_hot(dataset._neighbour(state, 1, -1), 3), *own,
+        cleaning.surface(p.phi, p.psi), cleaning.fourier(shifted(p.psi, -1), 3), cleaning.fourier(shifted(p.phi, -1), 2),
+        cleaning.fourier(shifted(p.phi, 1), 3), cleaning.fourier(shifted(p.psi, 1), 2), cleaning.one_hot(state, 3),
+        cleaning.one_hot(cleaning.neighbour(state, -1, -1), 3), cleaning.one_hot(cleaning.neighbour(state, 1, -1), 3), *own,
     ]
     return np.concatenate(parts, axis=1)
 
@@ -85,22 +87,22 @@ def fit_adjustments(proteins, coil, before, after):
         x.append(common_terms(p)[ok])
         y.append(p.shift[ok])
         letters.append(codes[ok])
-        prev.append(dataset._neighbour(plain, -1, -1)[ok])
-        nxt.append(dataset._neighbour(plain, 1, -1)[ok])
+        prev.append(cleaning.neighbour(plain, -1, -1)[ok])
+        nxt.append(cleaning.neighbour(plain, 1, -1)[ok])
         weight.append(np.full(ok.sum(), float(p.info["weight"])))
     x, y, letters, prev, nxt, weight = (np.concatenate(v) for v in (x, y, letters, prev, nxt, weight))
     own = np.zeros((len(ROWS), 6))
     fit_before, fit_after = before.copy(), after.copy()
     for a in range(6):
         ok = ~np.isnan(y[:, a]) & (coil[letters, a] < 999)
-        design = np.concatenate([dataset._one_hot(letters[ok], 21), dataset._one_hot(prev[ok], 20),
-                                 dataset._one_hot(nxt[ok], 20), x[ok]], axis=1)
+        design = np.concatenate([cleaning.one_hot(letters[ok], 21), cleaning.one_hot(prev[ok], 20),
+                                 cleaning.one_hot(nxt[ok], 20), x[ok]], axis=1)
         # the published values are taken off first, so that the penalty draws towards them
         known = coil[letters, a] + np.where(prev >= 0, before[prev, a], 0) + np.where(nxt >= 0, after[nxt, a], 0)
         penalty = np.full(design.shape[1], 8.0)
         penalty[:21] = 2.0
         penalty[21:61] = 30.0
-        beta, _ = dataset.ridge(design, y[ok, a] - known[ok], penalty, weight[ok])
+        beta, _ = cleaning.ridge(design, y[ok, a] - known[ok], penalty, weight[ok])
         own[:21, a] = beta[:21]
         fit_before[:, a] += beta[21:41]
         fit_after[:, a] += beta[41:61]
@@ -198,7 +200,7 @@ def search_scales(proteins, tables, factor=0.8):
     scales = np.zeros((20, 6))
     for a in range(6):
         ok = ~np.isnan(y[:, a])
-        beta, spread = dataset.ridge(x[ok], y[ok, a], np.full(x.shape[1], 8.0))
+        beta, spread = cleaning.ridge(x[ok], y[ok, a], np.full(x.shape[1], 8.0))
         rest = np.abs(y[ok, a] - x[ok] @ beta)
         for k in range(20):
             mine = rest[codes[ok] == k]
@@ -232,14 +234,9 @@ def write_blosum(source, path):
           ["%4s"] + ["%4d"] * len(columns), [[r["res1"]] + [int(r[c]) for c in columns] for r in rows])
 
 
-def blosum(source):
-    rows = list(dataset.read_tsv(os.path.join(source, "reference", "blosum62.tsv")))
-    return {(r["res1"], c): float(r[c]) for r in rows for c in r if c != "res1"}
-
-
 def write_homology(source, path):
     """Distance of residues: its square is the mean of the two self scores less the mutual score, mean over pairs 1."""
-    score = blosum(source)
+    score = alignment.blosum(source)
     base = lambda x: PARENT.get(x, x)  # noqa: E731
     square = np.array([[0.5 * (score[base(x), base(x)] + score[base(y), base(y)]) - score[base(x), base(y)] for y in ROWS]
                        for x in ROWS])
@@ -263,7 +260,7 @@ def write_weights(proteins, tables, path):
 
 
 def write_isotope(source, path):
-    table = dataset.deuterium_shifts(source)
+    table = cleaning.deuterium_shifts(source)
     rows = []
     for letter in ROWS:
         parent = PARENT.get(letter, letter)

@@ -32,7 +32,7 @@ ANGLE_ERROR = 11.0  # degrees, of the predicted angles that candidates are selec
 class Database:
     """The database file as arrays, with the cluster of each row and the centres whose windows are whole."""
 
-    def __init__(self, path, proteins, labels):
+    def __init__(self, path, proteins, labels, work):
         cluster_of = {}
         with open(proteins) as stream:
             for row in csv.DictReader(stream, delimiter="\t"):
@@ -63,6 +63,12 @@ class Database:
         # As a query, a residue with computed shifts gets the noise that measured ones have around computed ones.
         noise = np.random.default_rng(17).normal(0, 1, self.value.shape) * self.scale / COMPUTED_SCALE
         self.query_value = np.where(self.paired[:, None], self.value, self.value + noise)
+        # Chains that are no relatives of a test case may train what all folds start from.
+        self.unrelated = np.zeros(len(source), bool)
+        computed = os.path.join(work, "synthetic", "input.npz")
+        if os.path.exists(computed):
+            saved = np.load(computed)
+            self.unrelated = np.isin(self.source, np.unique(saved["source"][~saved["related"]]))
         self.trusted = self.chi1 < 999
         if trusted is not None:
             self.trusted &= np.array([(k[1], r) in trusted for k, r in zip(known, number)])
@@ -191,44 +197,40 @@ def fit_strengths(bins, truth, centre, ridge):
     return theta.detach().numpy()
 
 
-def fold_tables(args, fold_nets):
-    """Table directories, one a fold, with the networks that never saw the fold and all else from args.tables."""
-    folders = []
-    for f in range(args.folds):
-        folder = os.path.join(args.state, "tables%d" % f)
+def complete_fold_tables(args, fold_nets):
+    """Makes the folds' directories complete: their chi1 networks, a provisional calibration, and what all folds share."""
+    for f in range(nc.FOLDS):
+        folder = nc.fold_tables(args.cross, f)
         os.makedirs(folder, exist_ok=True)
-        for name in os.listdir(args.tables):
-            target = os.path.join(folder, name)
-            if not os.path.lexists(target) and not name.startswith("chi1_"):
-                os.symlink(os.path.abspath(os.path.join(args.tables, name)), target)
         for letter, nets in fold_nets.items():
             nc.write_level(folder, "chi1_" + letter, 1, nets[f])
-        calibration = os.path.join(folder, "chi1.tab")
-        if not os.path.lexists(calibration):
-            write_calibration(calibration, {letter: np.zeros(11) for letter in fold_nets})
-        folders.append(folder)
-    return folders
+        write_calibration(os.path.join(folder, "chi1.tab"), {letter: np.zeros(11) for letter in fold_nets})
+        for name in os.listdir(args.tables):
+            target = os.path.join(folder, name)
+            if not os.path.lexists(target):
+                os.symlink(os.path.abspath(os.path.join(args.tables, name)), target)
 
 
-def program_bins(args, fold_of_cluster, folders, db):
-    """Bins of the rotamer groups as the program itself forms them: {letter: (bins, truth)}.
+def program_bins(args, db):
+    """Bins of the rotamer groups as the program itself forms them: {letter: (bins, truth, fold)}.
 
-    Every protein is run with the database rows of its relatives left out and the networks that never saw its cluster.
+    Every protein is run with the database rows of its relatives left out and the networks that never saw its fold.
     """
     with open(args.proteins) as stream:
-        proteins = list(csv.DictReader(stream, delimiter="\t"))
+        proteins = [p for p in csv.DictReader(stream, delimiter="\t") if p["kind"] != "related"]
+    folds = nc.small_folds(args.work, [p["cluster30"] for p in proteins]) % nc.FOLDS
     with open(os.path.join(args.work, "related.tsv")) as stream:
         related = {row["id"]: row["sources"] for row in csv.DictReader(stream, delimiter="\t")}
     truth = {(s, n): r for s, n, r, ok in zip(db.source, db.number, db.rotamer, db.trusted) if ok}
 
-    def run(p):
+    def run(job):
+        p, fold = job
         folder = os.path.join(args.state, "runs", p["id"])
         log = os.path.join(folder, "log")
         if not os.path.exists(log):
             os.makedirs(folder, exist_ok=True)
             table = os.path.abspath(os.path.join(args.work, "tables", p["id"] + ".tab"))
-            command = [os.path.abspath(args.program), "-tabDir", os.path.abspath(folders[fold_of_cluster[int(p["cluster30"])] % args.folds]),
-                       "-in", table, "-verb", "-excl", related[p["id"]]]
+            command = [os.path.abspath(args.program), "-tabDir", os.path.abspath(nc.fold_tables(args.cross, fold)), "-in", table, "-verb", "-excl", related[p["id"]]]
             with open(log + ".part", "w") as out:
                 subprocess.run(command, cwd=folder, stdout=out, stderr=subprocess.DEVNULL, check=False)
             with open(log + ".part", errors="replace") as raw, open(log + ".short", "w") as out:
@@ -248,20 +250,18 @@ def program_bins(args, fold_of_cluster, folders, db):
                     bins[m.group(2)] = 10 if int(m.group(1)) < 3 else int(10 * min(1.0, max(0.0, mean)))
                     if len(bins) == 3 and (p["source"], number) in truth:
                         found.append((letter, [bins["g-"], bins["g+"], bins["t"]], int(truth[p["source"], number])))
-        return found
+        return found, fold
 
     collected = {}
-    known = [p for p in proteins if int(p["cluster30"]) in fold_of_cluster]
     with concurrent.futures.ThreadPoolExecutor(args.jobs) as pool:
-        for done, found in enumerate(pool.map(run, known)):
+        for done, (found, fold) in enumerate(pool.map(run, zip(proteins, folds))):
             for letter, bins, rotamer in found:
                 if letter in LETTERS and rotamer < 3:
-                    collected.setdefault(letter, ([], []))
-                    collected[letter][0].append(bins)
-                    collected[letter][1].append(rotamer)
+                    for column, value in zip(collected.setdefault(letter, ([], [], [])), (bins, rotamer, fold)):
+                        column.append(value)
             if done % 50 == 49:
-                nc.log("%d of %d proteins run" % (done + 1, len(known)))
-    return collected
+                nc.log("%d of %d proteins run" % (done + 1, len(proteins)))
+    return {letter: (bins, truth, np.array(fold)) for letter, (bins, truth, fold) in collected.items()}
 
 
 def write_calibration(path, rows):
@@ -275,31 +275,37 @@ def write_calibration(path, rows):
     os.replace(path + ".part", path)
 
 
-def calibrate(collected, path, wanted):
-    """Fits chi1.tab on {letter: (bins, true rotamers)} and logs cross-fitted figures.
+def strengths_of(collected, chosen):
+    """Strengths of all letters, fitted on the queries whose fold `chosen(folds)` picks."""
+    some = {letter: [(b, t) for b, t, k in zip(bins, truth, chosen(fold)) if k]
+            for letter, (bins, truth, fold) in sorted(collected.items())}
+    centre = np.concatenate([np.linspace(3, -3, 10), [-3.0]])
+    everything = [pair for pairs in some.values() for pair in pairs]
+    pooled = fit_strengths([b for b, _ in everything], [t for _, t in everything], centre, 0.5)
+    return {letter: fit_strengths([b for b, _ in pairs], [t for _, t in pairs], pooled, RIDGE) if pairs else pooled
+            for letter, pairs in some.items()}
+
+
+def calibrate(collected, path, wanted, cross=""):
+    """Fits chi1.tab on {letter: (bins, true rotamers, folds)} and logs cross-fitted figures.
 
     The program calls a rotamer at a probability of 0.6. All strengths are drawn in by one factor, so that it calls no
-    more than `wanted` of the residues: a called rotamer is then right more often than its probability says.
+    more than `wanted` of the residues: a called rotamer is then right more often than its probability says. With
+    `cross` each fold's directory gets the table that was fitted on the other folds.
     """
-    everything = [(b, t) for bins, truth in collected.values() for b, t in zip(bins, truth)]
-    centre = np.concatenate([np.linspace(3, -3, 10), [-3.0]])
-    pooled = fit_strengths([b for b, _ in everything], [t for _, t in everything], centre, 0.5)
-    rows = {letter: fit_strengths(bins, truth, pooled, RIDGE) for letter, (bins, truth) in sorted(collected.items())}
-    crossed = {}
-    for letter, (bins, truth) in collected.items():
-        # The figures come from halves fitted on each other.
-        half = np.arange(len(truth)) % 2 == 0
-        crossed[letter] = [(side, fit_strengths([b for b, k in zip(bins, side) if not k],
-                                                [t for t, k in zip(truth, side) if not k], pooled, RIDGE))
-                           for side in (half, ~half)]
+    rows = strengths_of(collected, lambda fold: fold >= 0)
+    crossed = [strengths_of(collected, lambda fold, f=f: fold != f) for f in range(nc.FOLDS)]
 
     def figures(factor):
         out = {}
-        for letter, (bins, truth) in sorted(collected.items()):
+        for letter, (bins, truth, fold) in sorted(collected.items()):
             called, right = np.zeros(len(truth), bool), np.zeros(len(truth), bool)
-            for side, strengths in crossed[letter]:
-                called[side], right[side] = score_table(factor * strengths, [b for b, k in zip(bins, side) if k],
-                                                        [t for t, k in zip(truth, side) if k])
+            for f in range(nc.FOLDS):
+                side = fold == f
+                if side.any():
+                    called[side], right[side] = score_table(factor * crossed[f][letter],
+                                                            [b for b, k in zip(bins, side) if k],
+                                                            [t for t, k in zip(truth, side) if k])
             out[letter] = (called, right)
         return out
 
@@ -319,6 +325,9 @@ def calibrate(collected, path, wanted):
         nc.log("%s: %d residues, classified %.1f %%, right among them %.1f %%, best guess right %.1f %%"
                % (letter, len(called), 100 * called.mean(), 100 * right[called].mean() if called.any() else 0, 100 * right.mean()))
     write_calibration(path, {letter: factor * theta for letter, theta in rows.items()})
+    for f in range(nc.FOLDS if cross else 0):
+        write_calibration(os.path.join(nc.fold_tables(cross, f), "chi1.tab"),
+                          {letter: factor * theta for letter, theta in crossed[f].items()})
 
 
 def score_table(strengths, bins, truth):
@@ -336,12 +345,12 @@ def main():
     parser.add_argument("--labels", default="", help="labels.tsv.gz: which chi1 angles are trusted")
     parser.add_argument("--state", required=True, help="directory of the resumable member states")
     parser.add_argument("--out", required=True, help="directory that gets the weight tables and chi1.tab")
-    parser.add_argument("--program", default="", help="the built program: calibrate on its own groups (needs --work, --tables)")
+    parser.add_argument("--program", default="", help="the built program: calibrate on its own groups (needs --work, --tables, --cross)")
     parser.add_argument("--tables", default="", help="complete table directory for the program's runs")
     parser.add_argument("--work", default="work", help="work directory with the proteins' shift tables")
     parser.add_argument("--jobs", type=int, default=2)
     parser.add_argument("--letters", default=LETTERS)
-    parser.add_argument("--exclude-clusters", default="", help="file of cluster numbers left out altogether")
+    parser.add_argument("--cross", default="", help="directory with the tables of each fold of the cross-validation")
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--epochs", type=int, default=25)
     parser.add_argument("--rate", type=float, default=2e-3)
@@ -350,25 +359,21 @@ def main():
     parser.add_argument("--first-queries", type=int, default=5000)
     parser.add_argument("--patience", type=int, default=6)
     parser.add_argument("--per-query", type=int, default=24)
-    parser.add_argument("--folds", type=int, default=3)
     parser.add_argument("--called", type=float, default=0.52, help="most of the residues that the program is to call")
     parser.add_argument("--pool", type=int, default=12000, help="fragments of one type to choose candidates from")
     args = parser.parse_args()
     os.makedirs(args.state, exist_ok=True)
     os.makedirs(args.out, exist_ok=True)
-    db = Database(args.database, args.proteins, args.labels)
-    excluded = np.zeros(len(db.phi), bool)
-    if args.exclude_clusters:
-        excluded = np.isin(db.cluster, [int(w) for w in open(args.exclude_clusters).read().split()])
-    fold = nc.cluster_folds(db.cluster, 12, args.seed)
+    db = Database(args.database, args.proteins, args.labels, args.work)
+    fold = np.where(db.paired, nc.small_folds(args.work, np.where(db.paired, db.cluster, db.cluster[db.paired][0])), -1)
     nc.log("%d rows, %d with a trusted chi1" % (len(db.phi), db.trusted.sum()))
     collected, fold_nets = {}, {}
     for letter in args.letters:
         rng = np.random.default_rng([args.seed, ord(letter)])
         own = (db.letter == letter) | (db.letter == letter.lower()) if letter in "CH" else db.letter == letter
-        pool = np.flatnonzero(own & db.whole & (db.chi1 < 999) & ~excluded)
+        pool = np.flatnonzero(own & db.whole & (db.chi1 < 999))
         queries = pool[db.trusted[pool] & db.paired[pool]]
-        chains = pool[~db.paired[pool]]
+        chains = pool[db.unrelated[pool]]
         chains = np.sort(rng.choice(chains, min(len(chains), args.first_queries), replace=False))
         if len(pool) > args.pool:
             pool = np.sort(rng.choice(pool, args.pool, replace=False))
@@ -388,24 +393,24 @@ def main():
         members = [train_one(db, args, path(".m%d" % m), part(fold_of != m), part(fold_of == m), seed + m, first[m])
                    for m in range(3)]
         nc.write_level(args.out, "chi1_" + letter, 1, [m[0] for m in members])
-        bins, truth = [], []
-        for f in range(args.folds):
-            mine, stop = fold_of % args.folds == f, (fold_of % args.folds == (f + 1) % args.folds) & (fold_of < 6)
+        bins, truth, folds = [], [], []
+        for f in range(nc.FOLDS):
+            mine, stop = fold_of % nc.FOLDS == f, (fold_of % nc.FOLDS == (f + 1) % nc.FOLDS) & (fold_of < 2 * nc.FOLDS)
             nets = [train_one(db, args, path(".fold%d.m%d" % (f, m)), part(~mine & ~stop), part(stop), seed + 5 + 3 * f + m,
                               first[m])[0] for m in range(3)]
             fold_nets.setdefault(letter, []).append(nets)
             for q, fragments in zip(*part(mine)):
                 bins.append(group_bins(db, nets, q, fragments[:SURVIVORS]))
                 truth.append(int(db.rotamer[q]))
-        collected[letter] = (bins, truth)
+                folds.append(f)
+        collected[letter] = (bins, truth, np.array(folds))
         nc.log("%s: %d queries, held-out error %s (base %.4f)" % (letter, len(queries), " ".join("%.4f" % m[1] for m in members),
                base_error(db, queries, found)))
     calibrate(collected, os.path.join(args.out, "chi1.tab"), args.called)
     if args.program:
         nc.log("calibration through the program")
-        folders = fold_tables(args, fold_nets)
-        clusters = {int(c): int(f) for c, f in zip(db.cluster[db.paired], fold[db.paired])}
-        calibrate(program_bins(args, clusters, folders, db), os.path.join(args.out, "chi1.tab"), args.called)
+        complete_fold_tables(args, fold_nets)
+        calibrate(program_bins(args, db), os.path.join(args.out, "chi1.tab"), args.called, args.cross)
     nc.log("done")
 
 

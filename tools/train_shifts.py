@@ -10,8 +10,8 @@ of like conformation, where shifts are to look like measured ones.
 
 Writes to WORK/synthetic: `chains.tsv` (residues with computed shifts and their spread, for the database) and
 `input.npz` (network input in the form of the feature dumps, with noise and gaps like those of real tables).
-Proteins of the dev split and chains related to them take no part, so networks that start from these can be judged on
-that split.
+Proteins of the dev split take no part in the model, which is judged on them. Chains related to a protein that may be
+a test case of the networks are marked; networks do not start from these.
 """
 import argparse
 import os
@@ -136,7 +136,7 @@ def blosum_rows(features):
     return rows
 
 
-def read_chains(source, work, banned):
+def read_chains(source, work):
     """Residues of the chains that enter the database, with DSSP states and breaks."""
     states = {}
     for row in dataset.read_tsv(os.path.join(source, "structures.tsv.gz")):
@@ -144,8 +144,6 @@ def read_chains(source, work, banned):
     out = {name: [] for name in ("source", "resid", "letter", "dssp", "phi", "psi", "chi1")}
     missing = 0
     for row in dataset.read_tsv(os.path.join(work, "chains.tsv")):
-        if row["source"] in banned:
-            continue
         out["source"].append(row["source"])
         out["resid"].append(int(row["resid"]))
         out["letter"].append(row["letter"])
@@ -221,7 +219,7 @@ def main():
     known = (f["x"][:, 1:12:2] == 0) & f["use_phipsi"][:, None]
     scale = np.array([0.45, 2.5, 0.26, 1.05, 0.95, 1.0], dtype=np.float32)
     pool = f["split"] == 0
-    fold = nc.cluster_folds(f["cluster30"], 20, args.seed)
+    fold = nc.small_folds(args.work, f["cluster30"])
     usable = known.any(1)
     nets, residual = [], np.full((n, 6), np.nan, dtype=np.float32)
     for half in (0, 1):
@@ -241,12 +239,12 @@ def main():
             atom, y[dev][here, a].std(), miss[here, a].std(), np.nanstd(residual[:, a])))
     spread = np.nanstd(residual, axis=0).astype(np.float32)
 
-    banned = set()
-    dev_ids = set(f["id"][~pool])
+    related = set()
+    tested = {r["id"] for r in dataset.read_tsv(os.path.join(args.work, "proteins.tsv")) if r["kind"] != "related"}
     for row in dataset.read_tsv(os.path.join(args.work, "related.tsv")):
-        if row["id"] in dev_ids:
-            banned.update(row["sources"].split(","))
-    c = read_chains(args.source, args.work, set())
+        if row["id"] in tested:
+            related.update(row["sources"].split(","))
+    c = read_chains(args.source, args.work)
     size = len(c["resid"])
     cx = describe(c["letter"], c["dssp"], c["phi"], c["psi"], c["chi1"])
     computed = apply(nets, cx, windows_of(c["chains"], size)) * scale
@@ -292,8 +290,9 @@ def main():
         copies.append(rows)
     np.savez(os.path.join(folder, "input.npz"), x=np.stack(copies), phi=c["phi"].astype(np.float32), psi=c["psi"].astype(np.float32),
              chi1=c["chi1"].astype(np.float32), ss=ss_of(c["dssp"]).astype(np.uint8), chains=np.array(c["chains"]),
-             source=c["source"], letter=c["letter"], related_to_dev=np.isin(c["source"], list(banned)), spread=spread)
-    nc.log("%d residues with computed shifts, %d of them in chains related to the dev split" % (size, np.isin(c["source"], list(banned)).sum()))
+             source=c["source"], letter=c["letter"], related=np.isin(c["source"], list(related)), spread=spread)
+    nc.log("%d residues with computed shifts, %d of them in chains related to a protein with shifts and coordinates"
+           % (size, np.isin(c["source"], list(related)).sum()))
 
 
 if __name__ == "__main__":

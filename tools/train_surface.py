@@ -6,11 +6,13 @@ phi/psi. Squared error makes the map the residue's smoothed posterior density: o
 decide, two with their shares when they leave a choice. The prior is divided out of the last layer on writing.
 
 Every member is first trained on chains with computed shifts (tools/train_shifts.py), which are ten times as many,
-and then on the measured ones. The first half does not know any protein that has shifts in the dev split, so both
-kinds of final training (all proteins, or without the dev split) start from the same states.
+and then on the measured ones. The first training knows no relative of any protein with shifts and coordinates, so all
+later ones, on all proteins or without a fold of the cross-validation, start from the same states.
 
-Stages: level 1 members on folds (for honest level 2 input), level 1 members to ship, level 2 members, hybrid
-members. Every member is a state file of its own, so an interrupted run goes on where it stopped.
+For each fold of whole clusters there are members that never saw it. Their level 1 maps are the input of level 2, and
+with --cross their tables are written too, for the evaluation of the whole program. (A fold's level 2 members never
+saw its proteins either; the level 1 maps of the other folds that they learned from came from members that did.)
+Every member is a state file of its own, so an interrupted run goes on where it stopped.
 """
 import argparse
 import copy
@@ -34,7 +36,7 @@ PAD_ROW = [0.0] * 20 + [0.0, 1.0] * 6
 class SurfaceData:
     """Residue vectors of all variants in the order residue letters, shifts, with angles, folds and weights."""
 
-    def __init__(self, work, variants, seed):
+    def __init__(self, work, variants):
         first = nc.load_features(work, variants[0])
         self.first = first
         rows, has = [], []
@@ -53,8 +55,8 @@ class SurfaceData:
         self.phi = torch.from_numpy(first["phi"].astype(np.float32))
         self.psi = torch.from_numpy(first["psi"].astype(np.float32))
         self.usable = (first["use_phipsi"] == 1) & (first["phi"] < 999) & (first["psi"] < 999)
-        self.fold = nc.cluster_folds(first["cluster30"], 20, seed)
-        self.dev = first["split"] == 1
+        self.fold = nc.small_folds(work, first["cluster30"])
+        self.tested = first["kind"] != "related"
         self.weight = torch.from_numpy(first["weight"].astype(np.float32))
 
     def present(self, variant, windows):
@@ -99,7 +101,10 @@ class ComputedData(SurfaceData):
         self.copies, self.pad = len(x), x.shape[1]
         self.phi, self.psi = torch.from_numpy(saved["phi"]), torch.from_numpy(saved["psi"])
         self.chains = [tuple(c) for c in saved["chains"]]
-        self.usable = ~saved["related_to_dev"]
+        self.usable = ~saved["related"]
+        chain = np.repeat(np.arange(len(self.chains)), [b - a for a, b in self.chains])
+        self.held = np.zeros(self.pad, bool)
+        self.held[np.concatenate([np.arange(a, b) for a, b in self.chains])] = chain % 25 == 7
 
     def windows(self, padded):
         centres, windows = nc.window_index(self.chains, 2, padded)
@@ -107,6 +112,39 @@ class ComputedData(SurfaceData):
         if padded:
             ok &= (windows[:, 1] >= 0) & (windows[:, 3] >= 0)
         return centres[ok], np.where(windows[ok] < 0, self.pad, windows[ok])
+
+
+class UnlabelledData(SurfaceData):
+    """Proteins without a known structure, with what the teacher (train_teacher.py) expects of them."""
+
+    VARIANTS = ("full", "noproton", "dropA")
+
+    def __init__(self, work):
+        dumps = [nc.read_dump(work, name) for name in self.VARIANTS]
+        first = dumps[0]
+        n = len(first["id"])
+        rows = []
+        for dump in dumps:
+            where = align(first, dump)
+            x = np.where(where[:, None] >= 0, dump["x"][where], first["x"]).astype(np.float32)
+            rows.append(np.concatenate([np.concatenate([x[:, 12:] * 10, x[:, :12]], 1), [PAD_ROW]]).astype(np.float32))
+        self.x = torch.from_numpy(np.stack(rows))
+        self.known = self.x[:, :, 21::2] == 0
+        self.pad, self.chains = n, first["chains"]
+        saved = np.load(os.path.join(work, "teacher.npz"))
+        self.map, self.peak = torch.from_numpy(saved["map"]), torch.from_numpy(saved["peak"])
+
+    def windows(self, padded):
+        centres, windows = nc.window_index(self.chains, 2, padded)
+        ok = np.ones(len(centres), bool)
+        if padded:
+            ok = (windows[:, 1] >= 0) & (windows[:, 3] >= 0)
+        return centres[ok], np.where(windows[ok] < 0, self.pad, windows[ok])
+
+    def targets(self, centres, teacher, args):
+        """The maps that the teacher expects for the residues `centres`."""
+        share = self.map[teacher, centres].float() * (self.peak[teacher, centres] / 255)[:, None]
+        return share / share.sum(1, keepdim=True) * bumps(torch.zeros(1), torch.zeros(1), args.sigma, args.height).sum()
 
 
 def align(a, b):
@@ -134,10 +172,12 @@ def surface_loss(q, target, weight, lift=1.0):
     return (weight[:, None] * residual ** 2).sum() / weight.sum()
 
 
-def prepare_member(net, computed, args, state, padded, shares, lift, data, held, held_windows, held_variant, seed):
+def prepare_member(net, computed, args, state, padded, shares, lift, seed):
     """First training of a level 1 member on computed shifts; `shares` are those of their copies."""
     centres, windows = computed.windows(padded)
-    windows = torch.from_numpy(windows)
+    held = computed.held[centres]
+    held_centres, held_windows = centres[held], torch.from_numpy(windows[held])
+    centres, windows = centres[~held], torch.from_numpy(windows[~held])
     shares = np.array(shares) / np.sum(shares)
     rng = np.random.default_rng(seed)
     some = rng.choice(len(centres), 20000, replace=False)
@@ -153,18 +193,27 @@ def prepare_member(net, computed, args, state, padded, shares, lift, data, held,
             yield (computed.batch(copies[k:k + args.batch], windows[i], True),
                    bumps(computed.phi[c], computed.psi[c], args.sigma, args.height), torch.ones(len(i)))
 
+    held_x = computed.batch(torch.from_numpy(np.random.default_rng(7).choice(len(shares), len(held_centres), p=shares)),
+                            held_windows, False)
+    target = bumps(computed.phi[held_centres], computed.psi[held_centres], args.sigma, args.height)
+
     def validate(model):
-        q = model(data.batch(torch.from_numpy(held_variant), held_windows, False)).clamp(min=0)
-        return surface_loss(q, bumps(data.phi[held], data.psi[held], args.sigma, args.height), data.weight[held], lift)
+        return surface_loss(model(held_x).clamp(min=0), target, torch.ones(len(target)), lift)
 
     nc.fit(net, state, epoch, lambda model, b: surface_loss(model(b[0]), b[1], b[2], lift), validate, args.first_epochs,
            args.first_rate, args.decay, args.first_epochs, os.path.basename(state), seed)
 
 
-def train_members(data, args, state, count, train_of, held_of, padded, mix, seed, first, lift=1.0):
+def train_members(data, unlabelled, teacher, args, state, count, train_of, held_of, padded, mix, seed, first, lift=1.0):
     """Level 1 members; `train_of(m)`/`held_of(m)` select residues, `mix` is the share of each variant, `first` the
-    members that they start from."""
+    members that they start from, `teacher` the set of the unlabelled proteins' expectations. These are posterior
+    densities, so they serve members alone that are trained towards such, without a lift."""
     centres, windows = data.windows(padded)
+    if unlabelled is not None:
+        more_centres, more_windows = unlabelled.windows(padded)
+        more_windows = torch.from_numpy(more_windows)
+    shares = np.array([mix("full"), mix("noproton"), 3 * mix("dropA")])
+    shares = shares / shares.sum()
     windows_t = torch.from_numpy(windows)
     mix = np.array([mix(name) for name in data.variants])
     mix = mix / mix.sum()
@@ -176,7 +225,7 @@ def train_members(data, args, state, count, train_of, held_of, padded, mix, seed
         net = copy.deepcopy(first[m])
         held_variant = data.present(np.random.default_rng(7).choice(len(mix), len(held), p=mix), windows[held])
 
-        def epoch(rng):
+        def labelled(rng):
             order = rng.permutation(train)
             variant = data.present(rng.choice(len(mix), len(order), p=mix), windows[order])
             for k in range(0, len(order) - args.batch // 2, args.batch):
@@ -184,6 +233,16 @@ def train_members(data, args, state, count, train_of, held_of, padded, mix, seed
                 c = centres[i]
                 yield (data.batch(torch.from_numpy(variant[k:k + args.batch]), windows_t[i], True),
                        bumps(data.phi[c], data.psi[c], args.sigma, args.height), data.weight[c])
+
+        def with_unlabelled(rng):
+            for x, target, weight in labelled(rng):
+                i = rng.integers(0, len(more_centres), len(x))
+                v = torch.from_numpy(rng.choice(len(shares), len(i), p=shares))
+                more = unlabelled.targets(torch.from_numpy(more_centres[i]), teacher, args)
+                yield (torch.cat([x, unlabelled.batch(v, more_windows[i], True)]), torch.cat([target, more]),
+                       torch.cat([weight, torch.full((len(i),), args.unlabelled)]))
+
+        epoch = labelled if lift != 1.0 or unlabelled is None else with_unlabelled
 
         def loss_of(model, batch):
             return surface_loss(model(batch[0]), batch[1], batch[2], lift)
@@ -258,17 +317,41 @@ def fit_level2(net, state, data, args, maps, centres, windows, variants_of, trai
                   rate, args.decay2, patience, os.path.basename(state), seed)
 
 
-def train_level2(data, computed, args, first_state, state, maps, computed_maps, count, train_of, held_of, mix, seed):
+def first_level2(computed, args, state, maps, count, seed):
+    """Level 2 members trained on the level 1 maps of the chains with computed shifts."""
+    centres, windows = computed.windows(False)
+    windows = torch.from_numpy(windows)
+    held = np.flatnonzero(computed.held[centres])
+    train = np.flatnonzero(~computed.held[centres])
+    target = bumps(computed.phi[centres[held]], computed.psi[centres[held]], args.sigma, args.height)
+
+    def validate(model):
+        q = torch.cat([model(gather_maps(maps, windows, np.zeros(len(i), int), i))
+                       for i in (held[k:k + 2000] for k in range(0, len(held), 2000))])
+        return surface_loss(q.clamp(min=0), target, torch.ones(len(target)), args.lift)
+
+    members = []
+    for m in range(count):
+        torch.manual_seed(seed + m)
+        net = nc.Member(5 * maps[0].shape[1], 360, 324, live=args.live, drop=args.drop2)
+        some = np.random.default_rng(3).choice(train, 20000, replace=False)
+        net.standardise_on(maps[0][windows[some]].reshape(len(some), -1), floor=0.004)
+        nn_init_output(net, computed, centres, args)
+        fit_level2(net, "%s.m%d" % (state, m), computed, args, maps, centres, windows,
+                   lambda rng, rows: rng.integers(len(maps), size=len(rows)), train, validate, args.first_epochs2,
+                   args.first_rate2, args.first_epochs2, seed + m)
+        members.append(net)
+    return members
+
+
+def train_level2(data, args, state, maps, train_of, held_of, mix, seed, first):
     """Level 2 members on the five-residue windows of level 1 maps (one tensor per variant; narrowed to `boxes`)."""
     centres, windows = data.windows(False)
     windows_t = torch.from_numpy(windows)
-    computed_centres, computed_windows = computed.windows(False)
-    computed_windows = torch.from_numpy(computed_windows)
     mix = np.array([mix(name) for name in data.variants])
     mix = mix / mix.sum()
-    width = maps[0].shape[1]
     members = []
-    for m in range(count):
+    for m, start in enumerate(first):
         train = np.flatnonzero(train_of(m)[centres])
         held = np.flatnonzero(held_of(m)[centres])
         held_variant = data.present(np.random.default_rng(7).choice(len(mix), len(held), p=mix), windows[held])
@@ -281,13 +364,7 @@ def train_level2(data, computed, args, first_state, state, maps, computed_maps, 
                                 args.lift)
 
         torch.manual_seed(seed + m)
-        net = nc.Member(5 * width, 360, 324, live=args.live, drop=args.drop2)
-        some = np.random.default_rng(3).choice(len(computed_centres), 20000, replace=False)
-        net.standardise_on(computed_maps[0][computed_windows[some]].reshape(len(some), -1), floor=0.004)
-        nn_init_output(net, computed, computed_centres, args)
-        fit_level2(net, "%s.m%d" % (first_state, m), computed, args, computed_maps, computed_centres, computed_windows,
-                   lambda rng, rows: rng.integers(len(computed_maps), size=len(rows)), np.arange(len(computed_centres)),
-                   validate, args.first_epochs2, args.first_rate2, args.first_epochs2, seed + m)
+        net = copy.deepcopy(start)
         score = fit_level2(net, "%s.m%d" % (state, m), data, args, maps, centres, windows_t,
                            lambda rng, rows: data.present(rng.choice(len(mix), len(rows), p=mix), windows[rows]), train,
                            validate, args.epochs2, args.rate2, args.patience, seed + m)
@@ -415,9 +492,24 @@ def coverage(q, phi, psi, share):
     return wrong[best].mean()
 
 
-def report(data, name, variant, q, centres):
-    q, phi, psi = q.clamp(min=0).numpy(), data.phi[centres].numpy(), data.psi[centres].numpy()
-    nc.log("%s on %s: %s | at 90 %% wrong %.4f" % (name, variant, figures(q, phi, psi), coverage(q, phi, psi, 0.9)))
+def report(data, name, members_of, maps=None):
+    """Figures of the test proteins, each under the members that never saw its fold; level 2 if there are `maps`."""
+    centres, windows = data.windows(False)
+    for v, variant in enumerate(data.variants):
+        if maps is not None and len(maps[v]) == 0:
+            continue
+        here = np.flatnonzero(data.has[v][windows].all(1) & data.tested[centres])
+        q = torch.zeros(len(here), 324)
+        with torch.no_grad():
+            for f, members in members_of.items():
+                mine = np.flatnonzero(data.fold[centres[here]] % nc.FOLDS == f)
+                i = here[mine]
+                x = (data.batch(torch.full((len(i),), v), torch.from_numpy(windows[i]), False) if maps is None
+                     else maps[v][torch.from_numpy(windows[i])].reshape(len(i), -1))
+                q[mine] = sum(m(x) for m in members) / len(members)
+        q, c = q.clamp(min=0).numpy(), centres[here]
+        nc.log("%s on %s: %s | at 90 %% wrong %.4f" % (name, variant, figures(q, data.phi[c].numpy(), data.psi[c].numpy()),
+                                                      coverage(q, data.phi[c].numpy(), data.psi[c].numpy(), 0.9)))
 
 
 def main():
@@ -425,25 +517,24 @@ def main():
     parser.add_argument("--work", default="work", help="work directory with the feature dumps")
     parser.add_argument("--state", required=True, help="directory of the resumable member states")
     parser.add_argument("--out", required=True, help="directory that gets the weight tables")
+    parser.add_argument("--cross", default="", help="directory that gets the tables of each fold of the cross-validation")
     parser.add_argument("--variants", default="full,noproton,dropA,dropB,dropC,dropD")
-    parser.add_argument("--train", choices=["all", "split"], default="all", help="split: leave the dev clusters out and report on them")
     parser.add_argument("--only", default="", help="level1, level2 or hybrid alone")
-    parser.add_argument("--folds", type=int, default=4)
     parser.add_argument("--members", type=int, default=3)
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--sigma", type=float, default=22.0)
     parser.add_argument("--height", type=float, default=1.1)
     parser.add_argument("--lift", type=float, default=20.0, help="weight of too low against too high, see surface_loss")
-    parser.add_argument("--first-state", default="", help="directory of the states after the first training")
-    parser.add_argument("--first-epochs", type=int, default=16)
+    parser.add_argument("--unlabelled", type=float, default=1.0, help="weight of residues without a known structure")
+    parser.add_argument("--first-epochs", type=int, default=40)
     parser.add_argument("--first-rate", type=float, default=2e-3)
-    parser.add_argument("--first-epochs2", type=int, default=6)
+    parser.add_argument("--first-epochs2", type=int, default=12)
     parser.add_argument("--first-rate2", type=float, default=1e-3)
-    parser.add_argument("--epochs", type=int, default=12)
+    parser.add_argument("--epochs", type=int, default=20)
     parser.add_argument("--epochs2", type=int, default=6)
     parser.add_argument("--batch", type=int, default=256)
     parser.add_argument("--rate", type=float, default=4e-4)
-    parser.add_argument("--rate2", type=float, default=2e-4)
+    parser.add_argument("--rate2", type=float, default=5e-5)
     parser.add_argument("--decay", type=float, default=0.01)
     parser.add_argument("--decay2", type=float, default=0.05)
     parser.add_argument("--drop", type=float, default=0.0)
@@ -453,84 +544,74 @@ def main():
     parser.add_argument("--box-floor", type=float, default=0.0012)
     args = parser.parse_args()
     os.makedirs(args.state, exist_ok=True)
-    os.makedirs(args.first_state or args.state, exist_ok=True)
-    data = SurfaceData(args.work, args.variants.split(","), args.seed)
+    data = SurfaceData(args.work, args.variants.split(","))
     computed = ComputedData(args.work)
-    pool = ~data.dev if args.train == "split" else np.ones(data.pad, bool)
-    dev_centres, dev_windows = data.windows(False)
-    keep = data.dev[dev_centres]
-    dev_centres, dev_windows = dev_centres[keep], torch.from_numpy(dev_windows[keep])
-    nc.log("%d residues, %d variants, training on %d, dev windows %d, %d residues with computed shifts"
-           % (data.pad, len(data.variants), pool.sum(), keep.sum(), computed.pad))
+    folder = os.path.join(args.work, "unlabelled")
+    unlabelled = UnlabelledData(folder) if args.unlabelled > 0 and os.path.exists(folder) else None
+    nc.log("%d residues, %d variants, %d residues with computed shifts, %d of them in the first training"
+           % (data.pad, len(data.variants), computed.pad, computed.usable.sum()))
 
-    def on_dev(name, members):
-        if args.train == "split":
-            for v, variant in enumerate(data.variants):
-                here = torch.from_numpy(np.flatnonzero(data.has[v][dev_windows.numpy()].all(1)))
-                with torch.no_grad():
-                    x = data.batch(torch.full((len(here),), v), dev_windows[here], False)
-                    report(data, name, variant, sum(m(x) for m in members) / len(members), dev_centres[here.numpy()])
-
-    # Two of the twenty small folds stop each shipped member: a different pair for each.
-    train_of = lambda m: pool & ~np.isin(data.fold, (2 * m, 2 * m + 1))
-    held_of = lambda m: pool & np.isin(data.fold, (2 * m, 2 * m + 1))
+    # Two of the small folds stop each shipped member: a different pair for each. One stops the members of a fold.
+    train_of = lambda m: ~np.isin(data.fold, (2 * m, 2 * m + 1))
+    held_of = lambda m: np.isin(data.fold, (2 * m, 2 * m + 1))
+    inside = lambda f: data.fold % nc.FOLDS == f
+    stop = lambda f: data.fold == (f + 1) % nc.FOLDS
     standard = lambda name: {"full": 3.0, "noproton": 0.0}.get(name, 0.5)
     heavy = lambda name: {"full": 1.0, "noproton": 2.0}.get(name, 0.8)
     scale = 1.0 / nc.BOX_PRIOR.astype(np.float64)
     path = lambda name: os.path.join(args.state, name)
-    first = lambda name: os.path.join(args.first_state or args.state, name)
 
     def first_members(name, padded, shares, lift, seed):
-        """Members trained on computed shifts; what stops them are proteins outside of the dev split."""
-        centres, windows = data.windows(padded)
-        held = np.flatnonzero((~data.dev & (data.fold < 6))[centres])
         members = []
         for m in range(args.members):
             torch.manual_seed(seed + m)
             net = nc.Member(160, 180, 324, drop=args.drop)
-            prepare_member(net, computed, args, first("%s.m%d" % (name, m)), padded, shares, lift, data, centres[held],
-                           torch.from_numpy(windows[held]), np.zeros(len(held), dtype=int), seed + m)
+            prepare_member(net, computed, args, path("%s.m%d" % (name, m)), padded, shares, lift, seed + m)
             members.append(net)
         return members
 
-    if args.only in ("", "level1", "level2"):
-        level1_first = first_members("first.l1", False, (2.0, 1.0, 1.0, 0.0), 1.0, args.seed * 100)
-        level1 = train_members(data, args, path("surf20.l1"), args.members, train_of, held_of, False, standard,
-                               args.seed * 100, level1_first)
-        on_dev("level 1", level1)
-        nc.write_level(args.out, "surf20", 1, level1, scale)
+    def members_of_folds(name, padded, mix, seed, first, lift):
+        return {f: train_members(data, unlabelled, f, args, path("%s.fold%d" % (name, f)), args.members,
+                                 lambda m: ~inside(f) & ~stop(f), lambda m: stop(f), padded, mix, seed + 10 * (f + 1),
+                                 first, lift) for f in range(nc.FOLDS)}
+
+    def write(name, level, members, of_fold):
+        nc.write_level(args.out, name, level, members, scale)
+        if args.cross:
+            for f, fold_members in of_fold.items():
+                nc.write_level(nc.fold_tables(args.cross, f), name, level, fold_members, scale)
+
     if args.only in ("", "hybrid"):
-        hybrid_first = first_members("first.hyb", True, (1.0, 1.0, 1.0, 2.0), args.lift, args.seed * 100 + 50)
-        hybrid = train_members(data, args, path("surf20_hyb"), args.members, train_of, held_of, True, heavy,
-                               args.seed * 100 + 50, hybrid_first, args.lift)
-        on_dev("hybrid", hybrid)
-        nc.write_level(args.out, "surf20_hyb", 1, hybrid, scale)
+        seed = args.seed * 100 + 50
+        first = first_members("first.hyb", True, (1.0, 1.0, 1.0, 2.0), args.lift, seed)
+        of_fold = members_of_folds("surf20_hyb", True, heavy, seed, first, args.lift)
+        report(data, "hybrid", of_fold)
+        hybrid = train_members(data, unlabelled, -1, args, path("surf20_hyb"), args.members, train_of, held_of, True, heavy, seed, first,
+                               args.lift)
+        write("surf20_hyb", 1, hybrid, of_fold)
+    if args.only in ("", "level1", "level2"):
+        seed = args.seed * 100
+        first = first_members("first.l1", False, (2.0, 1.0, 1.0, 0.0), 1.0, seed)
+        level1_of_fold = members_of_folds("surf20.l1", False, standard, seed, first, 1.0)
+        report(data, "level 1", level1_of_fold)
+        level1 = train_members(data, unlabelled, -1, args, path("surf20.l1"), args.members, train_of, held_of, False, standard, seed, first)
+        write("surf20", 1, level1, level1_of_fold)
     if args.only in ("", "level2"):
         # Level 2 must see level 1 as unseen proteins will: each residue's map comes from members that never saw its
         # cluster.
-        of_fold = {}
-        for f in range(args.folds):
-            inside = data.fold % args.folds == f
-            # Held-out for stopping: one small fold of the others.
-            stop = (data.fold % args.folds == (f + 1) % args.folds) & (data.fold < args.folds)
-            of_fold[f] = train_members(data, args, path("surf20.fold%d" % f), args.members,
-                                       lambda m: pool & ~inside & ~stop, lambda m: pool & stop, False, standard,
-                                       args.seed * 100 + 10 * (f + 1), level1_first)
-        members_at = lambda row: level1 if not pool[row] else of_fold[data.fold[row] % args.folds]
         boxes = np.flatnonzero(nc.BOX_SHARE >= args.box_floor)
-        maps = [level1_maps(data, v, members_at)[:, boxes].contiguous() if standard(v) > 0
-                else torch.zeros(1, len(boxes)).expand(data.pad + 1, len(boxes)) for v in data.variants]
-        computed_maps = [computed_level1_maps(computed, level1_first, boxes, k) for k in range(3)]
-        level2 = train_level2(data, computed, args, first("first.l2"), path("surf20.l2"), maps, computed_maps,
-                              args.members, train_of, held_of, standard, args.seed * 100 + 5)
-        if args.train == "split":
-            for v, variant in enumerate(data.variants):
-                if standard(variant) > 0:
-                    here = torch.from_numpy(np.flatnonzero(data.has[v][dev_windows.numpy()].all(1)))
-                    with torch.no_grad():
-                        x = maps[v][dev_windows[here]].reshape(len(here), -1)
-                        report(data, "level 2", variant, sum(m(x) for m in level2) / len(level2), dev_centres[here.numpy()])
-        nc.write_level(args.out, "surf20", 2, [widen_level2(m, boxes) for m in level2], scale)
+        maps = [level1_maps(data, v, lambda row: level1_of_fold[data.fold[row] % nc.FOLDS])[:, boxes].contiguous()
+                if standard(v) > 0 else torch.zeros(0, len(boxes)) for v in data.variants]
+        computed_maps = [computed_level1_maps(computed, first, boxes, k) for k in range(3)]
+        seed = args.seed * 100 + 5
+        first2 = first_level2(computed, args, path("first.l2"), computed_maps, args.members, seed)
+        del computed_maps
+        of_fold = {f: train_level2(data, args, path("surf20.l2.fold%d" % f), maps, lambda m: ~inside(f) & ~stop(f),
+                                   lambda m: stop(f), standard, seed + 10 * (f + 1), first2) for f in range(nc.FOLDS)}
+        report(data, "level 2", of_fold, maps)
+        level2 = train_level2(data, args, path("surf20.l2"), maps, train_of, held_of, standard, seed, first2)
+        write("surf20", 2, [widen_level2(m, boxes) for m in level2],
+              {f: [widen_level2(m, boxes) for m in members] for f, members in of_fold.items()})
     nc.log("done")
 
 
