@@ -4,7 +4,8 @@
 A network sees a database fragment of three residues (backbone angles, chi1, scaled shift differences to the query)
 and estimates the probability that the fragment's rotamer is not the query's. It is trained on pairs like those the
 refined search hands it: fragments of the same type whose angles lie within 50 degrees of the query's over seven
-residues, from proteins of other clusters. The calibration is fitted on queries whose cluster the scoring network
+residues, from proteins of other clusters, and then on whole lists of them, towards the likelihood that the run makes of
+the mean scores of the best of each rotamer. The calibration is fitted on queries whose cluster the scoring network
 never saw: a conditional logit over the three rotamers with one strength for each bin of a group's mean score.
 """
 import argparse
@@ -23,6 +24,7 @@ import networks_common as nc
 
 LETTERS = "CDEFHIKLMNQRSTVWY"
 REACH, LIMIT, GROUP = 3, 50.0, 10
+STEEPNESS, EMPTY_GROUP = 7.0, 1.0  # log likelihood of a group's mean from 0 to 1; the mean that a small group is given
 SURVIVORS = 101
 COMPUTED_SCALE = 1.47  # scale of a computed shift in the database over the spread of measured around computed ones
 RIDGE = 4.0  # pull of a letter's strengths towards those of all letters
@@ -154,6 +156,67 @@ def train_one(db, args, state, train, held, seed, first=None):
     loss_of = lambda model, b: ((model(b[0])[:, 0] - b[1]) ** 2).mean()
     score = nc.fit(net, state, epoch, loss_of, lambda model: loss_of(model, (held_x, held_y)), args.epochs,
                    args.rate if first is None else args.rate2, 0.02,
+                   args.patience, os.path.basename(state), seed)
+    net.eval()
+    return net, score
+
+
+class Lists:
+    """Queries with the network inputs of their fragments, as dense arrays."""
+
+    def __init__(self, db, queries, found, most, rng):
+        width = min(most, max((len(f) for f in found), default=0))
+        self.x = torch.zeros(len(queries), width, 39)
+        self.rotamer = torch.full((len(queries), width), 3)
+        for k, (q, f) in enumerate(zip(queries, found)):
+            f = f if len(f) <= width else rng.choice(f, width, replace=False)
+            self.x[k, : len(f)] = db.inputs(np.full(len(f), q), f)
+            self.rotamer[k, : len(f)] = torch.from_numpy(db.rotamer[f])
+        self.truth = torch.from_numpy(db.rotamer[queries])
+
+    def some(self, mask):
+        part, rows = copy.copy(self), torch.from_numpy(mask)
+        part.x, part.rotamer, part.truth = self.x[rows], self.rotamer[rows], self.truth[rows]
+        return part
+
+
+def group_means(score, rotamer):
+    """Mean score of the best fragments of each rotamer (n x 3), as the run takes it; a small group counts as bad."""
+    means = []
+    for r in range(3):
+        of = torch.where(rotamer == r, score, torch.full_like(score, 1e6))
+        best = of.topk(min(GROUP, of.shape[1]), 1, largest=False).values
+        there = best < 1e5
+        mean = (best * there).sum(1) / there.sum(1).clamp(min=1)
+        means.append(torch.where(there.sum(1) >= 3, mean, torch.full_like(mean, EMPTY_GROUP)))
+    return torch.stack(means, 1)
+
+
+def list_loss(net, x, rotamer, truth):
+    """Cross entropy of the true rotamer when a group's likelihood falls with its mean, as chi1.tab will have it."""
+    mean = group_means(net(x.flatten(0, 1))[:, 0].view(x.shape[:2]), rotamer)
+    held = mean.clamp(0, 1)
+    return torch.nn.functional.cross_entropy(-STEEPNESS * (held + 0.05 * (mean - held)), truth)
+
+
+def train_on_lists(args, state, train, held, seed, first):
+    """A member trained further on what the run makes of its scores."""
+    torch.manual_seed(seed)
+    net = copy.deepcopy(first)
+
+    def epoch(rng):
+        order = rng.permutation(len(train.truth))
+        for k in range(0, len(order) - 8, 32):
+            i = torch.from_numpy(order[k:k + 32])
+            x = train.x[i]
+            lose = rng.random(len(i)) < 0.4
+            dropped = torch.from_numpy((rng.random((len(i), 3, 6)) < 0.3) & lose[:, None, None])
+            x = x.view(len(i), -1, 3, 13).clone()
+            x[..., 7:] = torch.where(dropped[:, None], torch.tensor(1.5), x[..., 7:])
+            yield x.view(len(i), -1, 39), train.rotamer[i], train.truth[i]
+
+    score = nc.fit(net, state, epoch, lambda model, b: list_loss(model, *b),
+                   lambda model: list_loss(model, held.x, held.rotamer, held.truth), args.list_epochs, args.list_rate, 0.02,
                    args.patience, os.path.basename(state), seed)
     net.eval()
     return net, score
@@ -355,6 +418,8 @@ def main():
     parser.add_argument("--epochs", type=int, default=25)
     parser.add_argument("--rate", type=float, default=2e-3)
     parser.add_argument("--rate2", type=float, default=5e-4, help="rate of the second training, on measured shifts")
+    parser.add_argument("--list-epochs", type=int, default=10)
+    parser.add_argument("--list-rate", type=float, default=5e-4, help="rate of the third training, on whole lists")
     parser.add_argument("--drop", type=float, default=0.0)
     parser.add_argument("--first-queries", type=int, default=5000)
     parser.add_argument("--patience", type=int, default=6)
@@ -384,41 +449,38 @@ def main():
         keep = np.array([len(f) >= 3 for f in found])
         queries, found = queries[keep], [f for f, k in zip(found, keep) if k]
         part = lambda mask: (queries[mask], [f for f, m in zip(found, mask) if m])
+        lists = Lists(db, queries, found, SURVIVORS, rng)
+
+        def member(name, train, held, seed, start):
+            """Trained on pairs, then on lists."""
+            net, _ = train_one(db, args, path(name), part(train), part(held), seed, start)
+            return train_on_lists(args, path(name + ".list"), lists.some(train), lists.some(held), seed, net)
+
         path = lambda suffix: os.path.join(args.state, "chi1_%s%s" % (letter, suffix))
         fold_of = fold[queries]
         seed = args.seed * 10000 + ord(letter) * 10
         most = len(chains) * 9 // 10
         first = [train_one(db, args, path(".first%d" % m), (chains[:most], first_found[:most]),
                            (chains[most:], first_found[most:]), seed + m)[0] for m in range(3)]
-        members = [train_one(db, args, path(".m%d" % m), part(fold_of != m), part(fold_of == m), seed + m, first[m])
-                   for m in range(3)]
+        members = [member(".m%d" % m, fold_of != m, fold_of == m, seed + m, first[m]) for m in range(3)]
         nc.write_level(args.out, "chi1_" + letter, 1, [m[0] for m in members])
         bins, truth, folds = [], [], []
         for f in range(nc.FOLDS):
             mine, stop = fold_of % nc.FOLDS == f, (fold_of % nc.FOLDS == (f + 1) % nc.FOLDS) & (fold_of < 2 * nc.FOLDS)
-            nets = [train_one(db, args, path(".fold%d.m%d" % (f, m)), part(~mine & ~stop), part(stop), seed + 5 + 3 * f + m,
-                              first[m])[0] for m in range(3)]
+            nets = [member(".fold%d.m%d" % (f, m), ~mine & ~stop, stop, seed + 5 + 3 * f + m, first[m])[0] for m in range(3)]
             fold_nets.setdefault(letter, []).append(nets)
             for q, fragments in zip(*part(mine)):
                 bins.append(group_bins(db, nets, q, fragments[:SURVIVORS]))
                 truth.append(int(db.rotamer[q]))
                 folds.append(f)
         collected[letter] = (bins, truth, np.array(folds))
-        nc.log("%s: %d queries, held-out error %s (base %.4f)" % (letter, len(queries), " ".join("%.4f" % m[1] for m in members),
-               base_error(db, queries, found)))
+        nc.log("%s: %d queries, held-out cross entropy %s" % (letter, len(queries), " ".join("%.4f" % m[1] for m in members)))
     calibrate(collected, os.path.join(args.out, "chi1.tab"), args.called)
     if args.program:
         nc.log("calibration through the program")
         complete_fold_tables(args, fold_nets)
         calibrate(program_bins(args, db), os.path.join(args.out, "chi1.tab"), args.called, args.cross)
     nc.log("done")
-
-
-def base_error(db, queries, found):
-    """Squared error of the best constant, for comparison."""
-    q, f = pairs_of(queries, found, 24, np.random.default_rng(5))
-    y = (db.rotamer[q] != db.rotamer[f]).astype(float)
-    return float(y.mean() * (1 - y.mean()))
 
 
 if __name__ == "__main__":
