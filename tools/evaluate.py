@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Runs the real program on known proteins and holds its predictions against their structures.
 
-    tools/evaluate.py WORK PROGRAM TABLES OUT [--folds] [--split dev] [--source SOURCE] [--options "-noproton"]
+    tools/evaluate.py WORK PROGRAM TABLES OUT [--folds] [--split dev] [--source SOURCE [--as-given]] [--options "-noproton"]
 
 WORK is the directory that tools/build_data.py leaves (proteins.tsv, labels.tsv.gz, tables/), PROGRAM the built
 orvixn, TABLES a table directory, OUT a directory for the results (a protein that is already there is not run again).
@@ -10,7 +10,8 @@ and chains with a local alignment to it). Proteins with the angles of a relative
 
 With --folds TABLES holds fold0, fold1, ...: tables of networks that never saw the proteins of that fold, and every
 protein is run with those of its fold. Without, whether the networks know the protein is up to the caller.
-With --source files of the archive are told apart by the method of the structure.
+With --source files of the archive are told apart by the method of the structure. The tables of WORK were cleaned with
+the structure at hand (offsets, outliers); with --as-given the program gets the shifts as SOURCE has them.
 
 "Served" are Strong, Generous and Dyn, as a share of the residues with a prediction (any class but None). "Wrong" are
 Strong and Generous that the program's own rule calls too far from a reference; rmsd is that of the others. The shares
@@ -47,10 +48,20 @@ def run_protein(args, protein, excluded):
         return
     os.makedirs(out, exist_ok=True)
     command = [args.program, "-tabDir", os.path.abspath(protein["tables"]),
-               "-in", os.path.abspath(os.path.join(args.work, "tables", protein["id"] + ".tab")),
+               "-in", os.path.abspath(os.path.join(args.shifts, protein["id"] + ".tab")),
                "-excl", excluded] + args.options.split()
     with open(os.path.join(out, "log"), "w") as log:
         subprocess.run(command, cwd=out, stdout=log, stderr=log, check=False)
+
+
+def write_given(args, proteins):
+    """Shift tables of the proteins as they stand in the source."""
+    import dataset
+    args.shifts = os.path.join(args.out, "tables")
+    os.makedirs(args.shifts, exist_ok=True)
+    records = dataset.load_records(args.source)
+    for p in proteins:
+        dataset.write_table(os.path.join(args.shifts, p["id"] + ".tab"), records[p["id"]])
 
 
 def totals(proteins):
@@ -182,6 +193,7 @@ def main():
     parser.add_argument("--folds", action="store_true", help="TABLES holds a directory for each fold")
     parser.add_argument("--split", help="split of the proteins to run, or a comma list of ids (dev, with --folds all)")
     parser.add_argument("--source", help="directory of the source proteins")
+    parser.add_argument("--as-given", action="store_true", help="the shifts as the source has them, not cleaned")
     parser.add_argument("--options", default="", help="more options for the program")
     parser.add_argument("--jobs", type=int, default=2)
     args = parser.parse_args()
@@ -203,6 +215,11 @@ def main():
         method = {row["id"]: row["method"] for row in rows_of(os.path.join(args.source, "manifest.tsv"))}
         for p in proteins:
             p["kind"] += " " + method[p["id"]] if p["kind"] == "archive-file" else ""
+    args.shifts = os.path.join(args.work, "tables")
+    if args.as_given:
+        if not args.source:
+            parser.error("--as-given needs --source")
+        write_given(args, proteins)
     truth = collections.defaultdict(dict)
     for row in rows_of(os.path.join(args.work, "labels.tsv.gz")):
         truth[row["id"]][int(row["resid"])] = row

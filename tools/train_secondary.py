@@ -16,7 +16,7 @@ import torch
 import networks_common as nc
 
 NOISE = torch.tensor([0.04, 0.25, 0.03, 0.15, 0.15, 0.15])  # HN N HA C CA CB, ppm
-OFFSET = torch.tensor([0.02, 0.20, 0.015, 0.12, 0.12, 0.12])
+OFFSET = torch.tensor([0.05, 0.45, 0.03, 0.25, 0.20, 0.20])
 NETWORKS = {"ss": 0, "ss.center": 2, "ss.prev": 1, "ss.next": 3, "ss5": 5}
 
 

@@ -28,7 +28,7 @@ PRIOR = torch.from_numpy(nc.BOX_PRIOR)
 # Added to measured values in training: random error and a referencing error of the whole window (ppm, order
 # HN N HA C CA CB; CA and CB share theirs).
 NOISE = torch.tensor([0.04, 0.25, 0.03, 0.15, 0.15, 0.15])
-OFFSET = torch.tensor([0.02, 0.20, 0.015, 0.12, 0.12, 0.12])
+OFFSET = torch.tensor([0.05, 0.45, 0.03, 0.25, 0.20, 0.20])
 BOX_ANGLES = np.stack([np.repeat(nc.BOX_CENTRES, 18), np.tile(nc.BOX_CENTRES, 18)])
 PAD_ROW = [0.0] * 20 + [0.0, 1.0] * 6
 
