@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Runs the real program on known proteins and holds its predictions against their structures.
 
-    tools/evaluate.py WORK PROGRAM TABLES OUT [--folds] [--split dev] [--source SOURCE [--as-given]] [--options "-noproton"]
+    tools/evaluate.py WORK PROGRAM TABLES OUT [--folds] [--split dev] [--source SOURCE [--as-given]] [--options=-noproton]
 
 WORK is the directory that tools/build_data.py leaves (proteins.tsv, labels.tsv.gz, tables/), PROGRAM the built
 orvixn, TABLES a table directory, OUT a directory for the results (a protein that is already there is not run again).
