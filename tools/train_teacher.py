@@ -121,7 +121,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--work", required=True)
     parser.add_argument("--variants", default="full,noproton,dropA,dropB,dropC,dropD")
-    parser.add_argument("--first-epochs", type=int, default=20)
+    parser.add_argument("--first-epochs", type=int, default=24)
     parser.add_argument("--epochs", type=int, default=12)
     parser.add_argument("--seed", type=int, default=3)
     args = parser.parse_args()
