@@ -276,7 +276,7 @@ def main():
     parser.add_argument("--out", required=True, help="directory that gets the weight tables")
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--rate", type=float, default=5e-4)
-    parser.add_argument("--seq-epochs", type=int, default=10)
+    parser.add_argument("--seq-epochs", type=int, default=48)
     parser.add_argument("--seq-samples", type=int, default=250000)
     parser.add_argument("--seq-folds", type=int, default=2)
     parser.add_argument("--plain-share", type=float, default=0.5)

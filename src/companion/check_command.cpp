@@ -14,6 +14,7 @@
 #include "companion/results.h"
 #include "companion/run_input.h"
 #include "companion/run_talk.h"
+#include "import/import_options.h"
 #include "run/orvix.h"
 
 namespace orvix {
@@ -99,7 +100,7 @@ void addCheckCommand(CLI::App& app, ExitStatus& status) {
         ->type_name("");
     command->add_flag("--json", options->json, "Report as JSON");
     addPreparationOptions(*command, options->preparation);
-    addImportOptions(*command, options->import);
+    addImportOptions(*command, options->import, "Reading FILE (see orvix import)");
     command->footer("Exit status: 0 no findings, 4 findings, 3 input rejected.");
     command->callback([options, &status] { status = check(*options); });
 }

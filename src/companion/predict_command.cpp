@@ -15,6 +15,7 @@
 #include "companion/run_talk.h"
 #include "companion/signal_watch.h"
 #include "companion/version.h"
+#include "import/import_options.h"
 #include "run/orvix.h"
 #include "run/parallel.h"
 #include "run/process.h"
@@ -91,7 +92,7 @@ void addOptions(CLI::App& command, PredictOptions& options) {
         .add_option("--threads", options.threads, "Most threads to use; all processors if absent")
         ->check(CLI::Range(1, 1024))
         ->type_name("N");
-    addImportOptions(command, options.import);
+    addImportOptions(command, options.import, "Reading FILE (see orvix import)");
 }
 
 std::map<std::string, std::string> settingsOf(const PredictOptions& options, const RunInput& input,

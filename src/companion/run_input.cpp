@@ -23,40 +23,6 @@ bool isPackedText(const std::string& file) {
 
 }  // namespace
 
-void addImportOptions(CLI::App& command, ImportOptions& options) {
-    const char* const group = "Reading FILE (see orvix import)";
-    command
-        .add_option("--format", options.format, "Form of FILE; found from its content if absent")
-        ->check(CLI::IsMember(importFormats()))
-        ->type_name("NAME")
-        ->group(group);
-    command.add_option("--list", options.list, "Shift list, by number or name")
-        ->type_name("ID")
-        ->group(group);
-    command.add_option("--entity", options.entity, "Entity or chain")
-        ->type_name("ID")
-        ->group(group);
-    command.add_option("--assembly", options.assembly, "Member of the assembly")
-        ->type_name("ID")
-        ->group(group);
-    command
-        .add_option("--numbering", options.numbering,
-                    "Residue numbers: place in the sequence, or the authors'")
-        ->check(CLI::IsMember({"seq", "auth"}))
-        ->type_name("seq|auth")
-        ->capture_default_str()
-        ->group(group);
-    command.add_option("--sequence", options.sequenceFile, "Sequence file, FASTA or .seq")
-        ->type_name("FILE")
-        ->group(group);
-    command
-        .add_option("--max-ambiguity", options.maxAmbiguity,
-                    "Leave out shifts with a higher ambiguity code")
-        ->check(CLI::Range(1, 9))
-        ->type_name("N")
-        ->group(group);
-}
-
 void addPreparationOptions(CLI::App& command, PreparationOptions& options) {
     command
         .add_option("--data-dir", options.dataDirectory,

@@ -12,10 +12,6 @@ class App;
 
 namespace orvix {
 
-/// Options that tell how FILE is read when it has to be imported; the same for all subcommands that
-/// run the library on a shift file.
-void addImportOptions(CLI::App& command, ImportOptions& options);
-
 /// Options of the run that `predict` and `check` share.
 struct PreparationOptions {
     std::string dataDirectory;

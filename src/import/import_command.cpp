@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "companion/command.h"
+#include "import/import_options.h"
 #include "import/shift_import.h"
 
 namespace orvix {
@@ -71,7 +72,6 @@ void run(const ImportArguments& arguments) {
 
 void addImportCommand(CLI::App& app, ExitStatus& status) {
     auto arguments = std::make_shared<ImportArguments>();
-    ImportOptions& options = arguments->options;
     CLI::App* command = app.add_subcommand(
         "import",
         "Turn a shift file (NMR-STAR 3 and 2.1, NEF, XEASY/CYANA, Sparky, CSV) into an "
@@ -83,27 +83,7 @@ void addImportCommand(CLI::App& app, ExitStatus& status) {
                         "Write the whole report here, not to standard error");
     command->add_flag("--full-report", arguments->fullReport,
                       "Show every item of the report on a terminal too");
-    command->add_option(
-        "--format", options.format,
-        "Form of the file: nmrstar3, nmrstar21, nef, xeasy, sparky or csv (default: "
-        "by its content)");
-    command->add_option("--list", options.list,
-                        "Shift list, by number or frame name (default: most backbone shifts)");
-    command->add_option("--entity", options.entity,
-                        "Molecule, by number, name or NEF chain (default: the only polypeptide)");
-    command->add_option("--assembly", options.assembly,
-                        "Assembly member (default: most backbone shifts)");
-    command
-        ->add_option("--numbering", options.numbering,
-                     "seq: place in the sequence; auth: the authors' residue numbers")
-        ->check(CLI::IsMember({"seq", "auth"}))
-        ->capture_default_str();
-    command->add_option("--sequence", options.sequenceFile,
-                        "Whole sequence, FASTA or one residue name a line; goes before the file's");
-    command
-        ->add_option("--max-ambiguity", options.maxAmbiguity,
-                     "Drop shifts with a higher ambiguity code (default: keep all)")
-        ->check(CLI::Range(1, 9));
+    addImportOptions(*command, arguments->options);
     command->callback([arguments, &status] {
         run(*arguments);
         status = ExitStatus::done;
