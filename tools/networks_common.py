@@ -5,7 +5,6 @@ input, a tanh layer of the hidden width, a linear output layer. It is trained on
 standardisation is folded into the first layer when the weights are written, so the program sees raw inputs.
 """
 import os
-import sys
 import time
 
 import numpy as np
@@ -13,6 +12,7 @@ import torch
 from torch import nn
 
 import box_share
+import dataset
 
 torch.set_num_threads(int(os.environ.get("OMP_NUM_THREADS", "2")))
 
@@ -164,8 +164,6 @@ FOLDS = 4
 
 def small_folds(work, clusters):
     """The small fold of each of `clusters` (numbers); the same in all trainers."""
-    sys.path.append(os.path.dirname(os.path.abspath(__file__)))
-    import dataset
     rows = list(dataset.read_tsv(os.path.join(work, "proteins.tsv")))
     names = np.repeat([int(r["cluster30"]) for r in rows], [max(1, int(r["n_use"])) for r in rows])
     fold_of = dict(zip(names, cluster_folds(names, SMALL_FOLDS, 1)))
@@ -234,8 +232,6 @@ def window_index(chains, reach, padded):
 
 def read_dump(work, name):
     """Feature dump of proteins without labels: residue vectors `x`, names, and index ranges of whole stretches."""
-    sys.path.append(os.path.dirname(os.path.abspath(__file__)))
-    import dataset
     base = os.path.join(work, "features", name)
     matrix = np.fromfile(base + ".f32", dtype="<f4").reshape(-1, 32)
     rows = [r for r in dataset.read_tsv(base + ".tsv") if r["row"] != "-1"]
@@ -248,6 +244,4 @@ def read_dump(work, name):
 
 def load_features(work, name):
     """Feature dump of one variant, through the data side's reader."""
-    sys.path.append(os.path.dirname(os.path.abspath(__file__)))
-    import dataset
     return dataset.load_features(work, name)
