@@ -24,12 +24,12 @@ struct Data {
     std::vector<std::string> texts;
     std::vector<double*> shifts;
     std::vector<std::string*> names;
-    orvix::ObservedRows rows;
-    std::vector<orvix::TripletQuery> queries;
-    orvix::Homology homology;
+    orvix::shifts::ObservedRows rows;
+    std::vector<orvix::shifts::TripletQuery> queries;
+    orvix::shifts::Homology homology;
     std::vector<double> atomPosition, atom, position;
 
-    orvix::AverageWeights weights() const { return {atomPosition, atom, position}; }
+    orvix::shifts::AverageWeights weights() const { return {atomPosition, atom, position}; }
 
     Data() : cells(rowCount * 18), texts(rowCount * 4) {
         std::mt19937 random(20240607);
@@ -52,7 +52,7 @@ struct Data {
         }
         rows = {shifts.data(), names.data(), rowCount};
         for (int q = 0; q < queryCount; ++q) {
-            orvix::TripletQuery query;
+            orvix::shifts::TripletQuery query;
             for (double& x : query.shifts) {
                 x = value();
             }
@@ -81,38 +81,39 @@ const Data& data() {
     return instance;
 }
 
-using Search = std::vector<orvix::ScoredRow> (*)(const orvix::ObservedRows&,
-                                                 const orvix::TripletQuery&,
-                                                 const orvix::AverageWeights&,
-                                                 const orvix::Homology&, int);
+using Search = std::vector<orvix::shifts::ScoredRow> (*)(const orvix::shifts::ObservedRows&,
+                                                         const orvix::shifts::TripletQuery&,
+                                                         const orvix::shifts::AverageWeights&,
+                                                         const orvix::shifts::Homology&, int);
 
 void search(benchmark::State& state, Search form) {
     const Data& input = data();
     std::size_t q = 0;
     for (auto _ : state) {
-        const orvix::TripletQuery& query = input.queries[q++ % input.queries.size()];
+        const orvix::shifts::TripletQuery& query = input.queries[q++ % input.queries.size()];
         benchmark::DoNotOptimize(form(input.rows, query, input.weights(), input.homology, wanted));
     }
 }
 
-BENCHMARK_CAPTURE(search, plain, orvix::nearestRowsPlain)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(search, portable, orvix::nearestRowsPortable)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(search, fast, orvix::nearestRows)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(search, plain, orvix::shifts::nearestRowsPlain)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(search, portable, orvix::shifts::nearestRowsPortable)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(search, fast, orvix::shifts::nearestRows)->Unit(benchmark::kMillisecond);
 
 // CPU time of the plain form over that of the fast one, query by query in turn.
 void ratio(benchmark::State& state) {
     const Data& input = data();
     std::clock_t plain = 0;
     std::clock_t fast = 0;
-    const auto timed = [&](Search form, const orvix::TripletQuery& query) {
+    const auto timed = [&](Search form, const orvix::shifts::TripletQuery& query) {
         const std::clock_t start = std::clock();
         benchmark::DoNotOptimize(form(input.rows, query, input.weights(), input.homology, wanted));
         return std::clock() - start;
     };
     for (auto _ : state) {
-        for (const orvix::TripletQuery& query : input.queries) {
-            plain += timed(orvix::nearestRowsPlain, query);
-            fast += timed(orvix::nearestRows, query);
+        for (const orvix::shifts::TripletQuery& query : input.queries) {
+            plain += timed(orvix::shifts::nearestRowsPlain, query);
+            fast += timed(orvix::shifts::nearestRows, query);
         }
     }
     state.counters["ratio"] = static_cast<double>(plain) / static_cast<double>(fast);
@@ -123,14 +124,14 @@ BENCHMARK(ratio)->Unit(benchmark::kMillisecond);
 
 int main(int argc, char** argv) {
     const Data& input = data();
-    for (const orvix::TripletQuery& query : input.queries) {
-        const auto plain =
-            orvix::nearestRowsPlain(input.rows, query, input.weights(), input.homology, wanted);
+    for (const orvix::shifts::TripletQuery& query : input.queries) {
+        const auto plain = orvix::shifts::nearestRowsPlain(input.rows, query, input.weights(),
+                                                           input.homology, wanted);
         const auto run = [&](Search form) {
             return form(input.rows, query, input.weights(), input.homology, wanted);
         };
-        if (plain.empty() || run(orvix::nearestRowsPortable) != plain ||
-            run(orvix::nearestRows) != plain) {
+        if (plain.empty() || run(orvix::shifts::nearestRowsPortable) != plain ||
+            run(orvix::shifts::nearestRows) != plain) {
             std::fprintf(stderr, "the forms of the search differ\n");
             return EXIT_FAILURE;
         }

@@ -17,7 +17,7 @@
 #include <utility>
 #include <vector>
 
-#include "run/parallel.h"
+#include "base/parallel.h"
 #include "search/db_reader.h"
 #include "synthetic_database.h"
 
@@ -44,9 +44,10 @@ void prepare(DB& db, int capacity) {
 double read(DB& db, int threads) {
     const std::clock_t start = std::clock();
     prepare(db, synthetic::fullRows);
-    const orvix::DatabaseReading reading =
-        threads == 0 ? orvix::readDatabasePlain(input.path, "", synthetic::fullRows, db)
-                     : orvix::readDatabase(input.path, "", synthetic::fullRows, threads, db);
+    const orvix::search::DatabaseReading reading =
+        threads == 0
+            ? orvix::search::readDatabasePlain(input.path, "", synthetic::fullRows, db)
+            : orvix::search::readDatabase(input.path, "", synthetic::fullRows, threads, db);
     db.dbSize = reading.rows;
     return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
 }

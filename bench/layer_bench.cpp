@@ -25,9 +25,9 @@ struct Sizes {
 };
 
 struct Network {
-    orvix::WeightRows rows[3][3];
+    orvix::networks::WeightRows rows[3][3];
     std::vector<double> bias[3][3];
-    std::vector<orvix::MemberWeights> members;
+    std::vector<orvix::networks::MemberWeights> members;
 };
 
 void fill(Network& network, const Sizes& sizes, double zeroShare, std::mt19937& random) {
@@ -36,7 +36,7 @@ void fill(Network& network, const Sizes& sizes, double zeroShare, std::mt19937& 
     const int height[] = {sizes.inputs, sizes.hidden, sizes.outputs};
     const int width[] = {sizes.inputs, sizes.inputs, sizes.hidden};
     for (int m = 0; m < 3; ++m) {
-        orvix::MemberWeights member;
+        orvix::networks::MemberWeights member;
         for (int layer = 0; layer < 3; ++layer) {
             for (int r = 0; r < height[layer]; ++r) {
                 std::vector<double>& row = network.rows[m][layer][r];
@@ -53,8 +53,8 @@ void fill(Network& network, const Sizes& sizes, double zeroShare, std::mt19937& 
 }
 
 // The rule as it reads, with a look-up in the map for every weight.
-std::vector<double> literalLayer(const std::vector<double>& input, orvix::LayerWeights weights,
-                                 bool tanh) {
+std::vector<double> literalLayer(const std::vector<double>& input,
+                                 orvix::networks::LayerWeights weights, bool tanh) {
     std::vector<double> out;
     for (int i = 0; i < static_cast<int>(weights.rows->size()); ++i) {
         double s = 0.0;
@@ -71,9 +71,9 @@ std::vector<double> literalLayer(const std::vector<double>& input, orvix::LayerW
     return out;
 }
 
-orvix::EnsembleOutput literalPass(const Network& network,
-                                  const std::vector<const std::vector<double>*>& windows) {
-    orvix::EnsembleOutput results(3);
+orvix::networks::EnsembleOutput literalPass(
+    const Network& network, const std::vector<const std::vector<double>*>& windows) {
+    orvix::networks::EnsembleOutput results(3);
     for (const std::vector<double>* window : windows) {
         for (std::size_t m = 0; m < 3; ++m) {
             std::vector<double> values = *window;
@@ -86,7 +86,7 @@ orvix::EnsembleOutput literalPass(const Network& network,
     return results;
 }
 
-bool sameBits(const orvix::EnsembleOutput& a, const orvix::EnsembleOutput& b) {
+bool sameBits(const orvix::networks::EnsembleOutput& a, const orvix::networks::EnsembleOutput& b) {
     if (a.size() != b.size()) {
         return false;
     }
@@ -111,7 +111,7 @@ double median(std::vector<double> values) {
 
 struct Form {
     std::string name;
-    std::function<orvix::EnsembleOutput()> run;
+    std::function<orvix::networks::EnsembleOutput()> run;
     std::vector<double> seconds;
     std::vector<double> cpu;
 };
@@ -132,21 +132,23 @@ int measure(const Sizes& sizes, double zeroShare, int repeats) {
 
     std::vector<Form> forms;
     forms.push_back({"maps", [&] { return literalPass(network, windows); }, {}, {}});
-    forms.push_back(
-        {"plain", [&] { return orvix::runEnsemblePlain(network.members, windows); }, {}, {}});
-    for (const orvix::LayerKernel* kernel : orvix::availableLayerKernels()) {
+    forms.push_back({"plain",
+                     [&] { return orvix::networks::runEnsemblePlain(network.members, windows); },
+                     {},
+                     {}});
+    for (const orvix::networks::LayerKernel* kernel : orvix::networks::availableLayerKernels()) {
         for (const int threads : {1, 2, 10}) {
             forms.push_back({std::string(kernel->name) + " " + std::to_string(threads) + "T",
                              [&, kernel, threads] {
-                                 return orvix::runEnsemble(*kernel, network.members, windows,
-                                                           threads);
+                                 return orvix::networks::runEnsemble(*kernel, network.members,
+                                                                     windows, threads);
                              },
                              {},
                              {}});
         }
     }
 
-    const orvix::EnsembleOutput expected = forms[0].run();
+    const orvix::networks::EnsembleOutput expected = forms[0].run();
     for (Form& form : forms) {
         if (!sameBits(form.run(), expected)) {
             std::printf("FAILED: %s differs from the maps\n", form.name.c_str());

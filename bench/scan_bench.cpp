@@ -24,10 +24,10 @@ constexpr int queryLength = 76;
 
 struct Setup {
     ORVIX run;
-    std::vector<orvix::ProteinBlock> blocks;
+    std::vector<orvix::search::ProteinBlock> blocks;
     std::vector<int> residues;
 
-    orvix::ScanQuery query(int res) const {
+    orvix::search::ScanQuery query(int res) const {
         return {res, 3, run.seqChar, run.resWeight, run.blosum};
     }
 };
@@ -63,17 +63,20 @@ double median(std::vector<double> values) {
 
 /// Compares all paths with the plain form and prints how their times relate.
 void compareAll() {
-    const orvix::DatabasePlanes planes(*setup->run.db, setup->blocks, 3);
+    const orvix::search::DatabasePlanes planes(*setup->run.db, setup->blocks, 3);
     std::vector<double> plainTimes, portableTimes, bestTimes;
     std::size_t hits = 0;
     for (int res : setup->residues) {
-        orvix::ScanHits plain, portable, best;
-        plainTimes.push_back(secondsOf(
-            [&] { plain = orvix::scanPlain(setup->query(res), *setup->run.db, setup->blocks); }));
-        portableTimes.push_back(secondsOf([&] {
-            portable = orvix::scanFast(setup->query(res), planes, orvix::ScanPath::portable);
+        orvix::search::ScanHits plain, portable, best;
+        plainTimes.push_back(secondsOf([&] {
+            plain = orvix::search::scanPlain(setup->query(res), *setup->run.db, setup->blocks);
         }));
-        bestTimes.push_back(secondsOf([&] { best = orvix::scanFast(setup->query(res), planes); }));
+        portableTimes.push_back(secondsOf([&] {
+            portable = orvix::search::scanFast(setup->query(res), planes,
+                                               orvix::search::ScanPath::portable);
+        }));
+        bestTimes.push_back(
+            secondsOf([&] { best = orvix::search::scanFast(setup->query(res), planes); }));
         if (plain.matches != portable.matches || plain.typeMatches != portable.typeMatches ||
             plain.matches != best.matches || plain.typeMatches != best.typeMatches) {
             std::fprintf(stderr, "results differ at residue %d\n", res);
@@ -86,31 +89,31 @@ void compareAll() {
     std::printf("median ms/residue: plain %.3f, portable %.3f (ratio %.1f), %s %.3f (ratio %.1f)\n",
                 1e3 * median(plainTimes), 1e3 * median(portableTimes),
                 median(plainTimes) / median(portableTimes),
-                orvix::bestScanPath() == orvix::ScanPath::avx2 ? "avx2" : "best",
+                orvix::search::bestScanPath() == orvix::search::ScanPath::avx2 ? "avx2" : "best",
                 1e3 * median(bestTimes), median(plainTimes) / median(bestTimes));
 }
 
-void scanBench(benchmark::State& state, orvix::ScanPath path) {
-    const orvix::DatabasePlanes planes(*setup->run.db, setup->blocks, 3);
+void scanBench(benchmark::State& state, orvix::search::ScanPath path) {
+    const orvix::search::DatabasePlanes planes(*setup->run.db, setup->blocks, 3);
     std::size_t next = 0;
     for (auto _ : state) {
         const int res = setup->residues[next++ % setup->residues.size()];
-        benchmark::DoNotOptimize(orvix::scanFast(setup->query(res), planes, path));
+        benchmark::DoNotOptimize(orvix::search::scanFast(setup->query(res), planes, path));
     }
 }
 
 void wholeSearch(benchmark::State& state) {
-    const orvix::SearchContext context(setup->run);
+    const orvix::search::SearchContext context(setup->run);
     std::size_t next = 0;
     for (auto _ : state) {
         const int res = setup->residues[next++ % setup->residues.size()];
-        benchmark::DoNotOptimize(orvix::searchResidue(context, res));
+        benchmark::DoNotOptimize(orvix::search::searchResidue(context, res));
     }
 }
 
 void makePlanes(benchmark::State& state) {
     for (auto _ : state) {
-        benchmark::DoNotOptimize(orvix::DatabasePlanes(*setup->run.db, setup->blocks, 3));
+        benchmark::DoNotOptimize(orvix::search::DatabasePlanes(*setup->run.db, setup->blocks, 3));
     }
 }
 
@@ -145,8 +148,8 @@ int main(int argc, char** argv) {
         made.residues.push_back(2 + k * (queryLength - 2) / residues);
     }
     compareAll();
-    benchmark::RegisterBenchmark("scan/best", scanBench, orvix::bestScanPath());
-    benchmark::RegisterBenchmark("scan/portable", scanBench, orvix::ScanPath::portable);
+    benchmark::RegisterBenchmark("scan/best", scanBench, orvix::search::bestScanPath());
+    benchmark::RegisterBenchmark("scan/portable", scanBench, orvix::search::ScanPath::portable);
     benchmark::RegisterBenchmark("search/residue", wholeSearch);
     benchmark::RegisterBenchmark("planes", makePlanes);
     benchmark::RunSpecifiedBenchmarks();

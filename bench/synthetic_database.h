@@ -183,7 +183,7 @@ inline void prepareRun(ORVIX& run, DB* db, int length, unsigned seed) {
                                                  0.01 * uniform(random);
         }
         ClusterData& found = run.clusters[r];
-        orvix::clusterMap(map, found);
+        orvix::search::clusterMap(map, found);
         double sum = 0.0;
         for (int c = 1; c <= found.clusterCount; ++c) {
             sum += found.clusterSum[c];

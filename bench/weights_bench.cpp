@@ -60,7 +60,7 @@ void writeTable(const TableSize& table, double zeroShare, std::mt19937& random) 
     }
 }
 
-bool sameBits(const orvix::WeightTable& a, const orvix::WeightTable& b) {
+bool sameBits(const orvix::networks::WeightTable& a, const orvix::networks::WeightTable& b) {
     if (a.bias.size() != b.bias.size() || a.weights.size() != b.weights.size()) {
         return false;
     }
@@ -76,7 +76,7 @@ bool sameBits(const orvix::WeightTable& a, const orvix::WeightTable& b) {
 
 /// The plain form: a row is a list of words; a cell is looked up by its column's name and converted
 /// to a 32-bit float, as a typed column holds it.
-orvix::WeightTable readPlainly(const TableSize& table) {
+orvix::networks::WeightTable readPlainly(const TableSize& table) {
     std::ifstream file(table.path);
     std::map<std::string, std::size_t> column;
     std::map<int, std::vector<std::string>> rows;
@@ -99,7 +99,7 @@ orvix::WeightTable readPlainly(const TableSize& table) {
         const int number = static_cast<int>(rows.size()) + 1;
         rows[number] = cells;
     }
-    orvix::WeightTable result;
+    orvix::networks::WeightTable result;
     for (const auto& [number, cells] : rows) {
         const auto value = [&row = cells, &column](const std::string& name) {
             return static_cast<double>(std::strtof(row.at(column.at(name)).c_str(), nullptr));
@@ -116,7 +116,7 @@ orvix::WeightTable readPlainly(const TableSize& table) {
 
 struct Form {
     std::string name;
-    std::function<orvix::WeightTable(const TableSize&)> read;
+    std::function<orvix::networks::WeightTable(const TableSize&)> read;
     std::vector<double> cpu;
     std::vector<double> wall;
 };
@@ -127,7 +127,7 @@ double median(std::vector<double> values) {
 }
 
 int measure(const std::vector<TableSize>& tables, double zeroShare, int repeats) {
-    using orvix::WeightRules;
+    using orvix::networks::WeightRules;
     std::mt19937 random(20240502);
     double bytes = 0.0;
     for (const TableSize& table : tables) {
@@ -138,22 +138,23 @@ int measure(const std::vector<TableSize>& tables, double zeroShare, int repeats)
     forms.push_back({"plain form", readPlainly, {}, {}});
     forms.push_back({"table class",
                      [](const TableSize& t) {
-                         return orvix::readWeightTablePlain(t.path, WeightRules::typed, t.columns);
+                         return orvix::networks::readWeightTablePlain(t.path, WeightRules::typed,
+                                                                      t.columns);
                      },
                      {},
                      {}});
     for (const int threads : {1, 2}) {
         forms.push_back({"one pass " + std::to_string(threads) + "T",
                          [threads](const TableSize& t) {
-                             auto table = orvix::readWeightTableFast(t.path, WeightRules::typed,
-                                                                     t.columns, threads);
-                             return table ? std::move(*table) : orvix::WeightTable();
+                             auto table = orvix::networks::readWeightTableFast(
+                                 t.path, WeightRules::typed, t.columns, threads);
+                             return table ? std::move(*table) : orvix::networks::WeightTable();
                          },
                          {},
                          {}});
     }
     for (const TableSize& table : tables) {
-        const orvix::WeightTable expected = forms[0].read(table);
+        const orvix::networks::WeightTable expected = forms[0].read(table);
         for (const Form& form : forms) {
             if (expected.bias.empty() || !sameBits(form.read(table), expected)) {
                 std::printf("FAILED: %s differs on %s\n", form.name.c_str(), table.path.c_str());
@@ -165,7 +166,7 @@ int measure(const std::vector<TableSize>& tables, double zeroShare, int repeats)
         for (Form& form : forms) {
             const auto start = std::chrono::steady_clock::now();
             const std::clock_t cpu = std::clock();
-            std::vector<orvix::WeightTable> kept;
+            std::vector<orvix::networks::WeightTable> kept;
             for (const TableSize& table : tables) {
                 kept.push_back(form.read(table));
             }

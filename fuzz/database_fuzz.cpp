@@ -33,14 +33,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const char* const excluded : {"", "1abc"}) {
         DB plain;
         makeRoom(plain);
-        const orvix::DatabaseReading expected =
-            orvix::readDatabasePlain(path, excluded, capacity, plain);
+        const orvix::search::DatabaseReading expected =
+            orvix::search::readDatabasePlain(path, excluded, capacity, plain);
         for (const orvix::LineReader reader :
-             {orvix::fastLineReader(), orvix::LineReader(orvix::readDatabaseLinePortable)}) {
+             {orvix::search::fastLineReader(),
+              orvix::LineReader(orvix::search::readDatabaseLinePortable)}) {
             DB fast;
             makeRoom(fast);
-            const orvix::DatabaseReading found =
-                orvix::readDatabase(path, excluded, capacity, 1, fast, reader);
+            const orvix::search::DatabaseReading found =
+                orvix::search::readDatabase(path, excluded, capacity, 1, fast, reader);
             require(found.problem == expected.problem);
             if (expected.problem.empty()) {
                 require(found.rows == expected.rows && found.full == expected.full);

@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-#include "run/process.h"
+#include "base/process.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include <sstream>
 #include <string>
 
-#include "companion/command.h"
+#include "cli/command.h"
 #include "fuzz_input.h"
 #include "import/shift_import.h"
 #include "import/star_document.h"
@@ -10,25 +10,25 @@
 namespace {
 
 /// What the importer writes must be a table that the program can read, shift by shift.
-void requireReadable(const orvix::ImportedTable& table) {
+void requireReadable(const orvix::importing::ImportedTable& table) {
     static MemoryFile copy;
     std::ostringstream out;
-    orvix::writeShiftTable(table, out);
+    orvix::importing::writeShiftTable(table, out);
     const std::string text = out.str();
     copy.fill(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
-    require(orvix::isShiftTable(copy.path()));
+    require(orvix::importing::isShiftTable(copy.path()));
     GDB2 again;
     require(again.loadORVIX(copy.path()));
     require(again.getLineEntryCount() == static_cast<int>(table.shifts.size()));
 }
 
-void tryImport(const std::string& path, const orvix::ImportOptions& options) {
+void tryImport(const std::string& path, const orvix::importing::ImportOptions& options) {
     try {
-        const orvix::ImportedTable table = orvix::importShifts(path, options);
+        const orvix::importing::ImportedTable table = orvix::importing::importShifts(path, options);
         std::ostringstream report;
-        orvix::writeImportReport(table, report);
+        orvix::importing::writeImportReport(table, report);
         requireReadable(table);
-    } catch (const orvix::InputRejected&) {
+    } catch (const orvix::cli::InputRejected&) {
     }
 }
 
@@ -37,20 +37,20 @@ void tryImport(const std::string& path, const orvix::ImportOptions& options) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string& path = inputFile(data, size);
     try {
-        const orvix::StarDocument document(
+        const orvix::importing::StarDocument document(
             std::string_view(reinterpret_cast<const char*>(data), size), path);
-        for (const orvix::StarFrame& frame : document.frames) {
-            for (const orvix::StarLoop& loop : frame.loops) {
+        for (const orvix::importing::StarFrame& frame : document.frames) {
+            for (const orvix::importing::StarLoop& loop : frame.loops) {
                 for (std::size_t row = 0; row < loop.rowCount(); ++row) {
-                    orvix::plainText(loop.cell(row, 0));
+                    orvix::importing::plainText(loop.cell(row, 0));
                 }
-                orvix::requireWholeRows(loop, path);
+                orvix::importing::requireWholeRows(loop, path);
             }
         }
-    } catch (const orvix::InputRejected&) {
+    } catch (const orvix::cli::InputRejected&) {
     }
-    orvix::isShiftTable(path);
-    orvix::ImportOptions options;
+    orvix::importing::isShiftTable(path);
+    orvix::importing::ImportOptions options;
     tryImport(path, options);
     options.numbering = "auth";
     tryImport(path, options);

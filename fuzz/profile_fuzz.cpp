@@ -1,12 +1,12 @@
 #include <string_view>
 
 #include "fuzz_input.h"
+#include "import/profile_import.h"
 #include "networks/check_file.h"
-#include "networks/profile_import.h"
 
 namespace {
 
-void requireWhole(const orvix::SequenceProfile& profile) {
+void requireWhole(const orvix::networks::SequenceProfile& profile) {
     require(profile.rows.size() == profile.sequence.size());
     for (const auto& row : profile.rows) {
         for (const double value : row) {
@@ -20,30 +20,30 @@ void requireWhole(const orvix::SequenceProfile& profile) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const MemoryFile copy;
     const std::string_view text(reinterpret_cast<const char*>(data), size);
-    orvix::SubstitutionScores scores{};
+    orvix::importing::SubstitutionScores scores{};
     for (std::size_t i = 0; i < scores.size(); ++i) {
         scores[i].fill(-1.0);
         scores[i][i] = 5.0;
     }
-    orvix::SequenceProfile profile;
-    if (orvix::profileFromPssm(text, profile).empty()) {
+    orvix::networks::SequenceProfile profile;
+    if (orvix::importing::profileFromPssm(text, profile).empty()) {
         requireWhole(profile);
-        orvix::writeCheckFile(copy.path(), profile);
+        orvix::networks::writeCheckFile(copy.path(), profile);
     }
     profile = {};
-    if (orvix::profileFromAlignment(text, scores, profile).empty()) {
+    if (orvix::importing::profileFromAlignment(text, scores, profile).empty()) {
         requireWhole(profile);
         int length = 0;
         int extraRows = 0;
-        orvix::SequenceProfile again;
-        if (orvix::writeCheckFile(copy.path(), profile)) {
-            require(orvix::readCheckFile(copy.path(), again, length, extraRows) ==
-                    orvix::CheckFileStatus::ok);
+        orvix::networks::SequenceProfile again;
+        if (orvix::networks::writeCheckFile(copy.path(), profile)) {
+            require(orvix::networks::readCheckFile(copy.path(), again, length, extraRows) ==
+                    orvix::networks::CheckFileStatus::ok);
             require(again.sequence == profile.sequence && again.rows == profile.rows);
         }
     }
     int length = 0;
     int extraRows = 0;
-    orvix::readCheckFile(inputFile(data, size), profile, length, extraRows);
+    orvix::networks::readCheckFile(inputFile(data, size), profile, length, extraRows);
     return 0;
 }

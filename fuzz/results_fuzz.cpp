@@ -1,14 +1,14 @@
 #include <sstream>
 
-#include "companion/command.h"
+#include "cli/command.h"
 #include "fuzz_input.h"
 #include "restraints/restraint_file.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    orvix::RestraintFile file;
+    orvix::restraints::RestraintFile file;
     try {
-        file.prediction = orvix::readFinishedPrediction(inputFile(data, size));
-    } catch (const orvix::InputRejected&) {
+        file.prediction = orvix::results::readFinishedPrediction(inputFile(data, size));
+    } catch (const orvix::cli::InputRejected&) {
         return 0;
     }
     // A sequence may be long without being of interest.
@@ -19,21 +19,22 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     file.rules.classes = {"Strong", "Generous"};
     file.version = "0";
     file.created = "2000-01-01T00:00:00";
-    file.set = orvix::makeRestraints(file.prediction, file.rules);
-    for (const orvix::DihedralRestraint& restraint : file.set.restraints) {
+    file.set = orvix::restraints::makeRestraints(file.prediction, file.rules);
+    for (const orvix::restraints::DihedralRestraint& restraint : file.set.restraints) {
         require(restraint.halfWidth >= 20000 && restraint.halfWidth < 180000);
         require(restraint.centre > -180000 && restraint.centre <= 180000);
         require(restraint.spread > 0 || restraint.halfWidth == 20000);
     }
-    for (const orvix::Numbering numbering : {orvix::Numbering::table, orvix::Numbering::author}) {
+    for (const orvix::restraints::Numbering numbering :
+         {orvix::restraints::Numbering::table, orvix::restraints::Numbering::author}) {
         file.numbering = numbering;
-        for (const auto write :
-             {&orvix::writeCyana, &orvix::writeCns, &orvix::writeNef, &orvix::writeNmrStar}) {
+        for (const auto write : {&orvix::restraints::writeCyana, &orvix::restraints::writeCns,
+                                 &orvix::restraints::writeNef, &orvix::restraints::writeNmrStar}) {
             try {
-                orvix::checkNumbering(file, orvix::RestraintFormat::nef);
+                orvix::restraints::checkNumbering(file, orvix::restraints::RestraintFormat::nef);
                 std::ostringstream out;
                 write(file, out);
-            } catch (const orvix::InputRejected&) {
+            } catch (const orvix::cli::InputRejected&) {
             }
         }
     }

@@ -13,12 +13,12 @@ bool sameBits(const std::vector<double>& a, const std::vector<double>& b) {
            (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0);
 }
 
-void compareForms(const std::string& path, orvix::WeightRules rules, int threads) {
-    const auto fast = orvix::readWeightTableFast(path, rules, columns, threads);
+void compareForms(const std::string& path, orvix::networks::WeightRules rules, int threads) {
+    const auto fast = orvix::networks::readWeightTableFast(path, rules, columns, threads);
     bool ended = true;
-    orvix::WeightTable plain;
+    orvix::networks::WeightTable plain;
     untilProcessEnds([&] {
-        plain = orvix::readWeightTablePlain(path, rules, columns);
+        plain = orvix::networks::readWeightTablePlain(path, rules, columns);
         ended = false;
     });
     if (!fast) {
@@ -35,17 +35,19 @@ void compareForms(const std::string& path, orvix::WeightRules rules, int threads
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string& path = inputFile(data, size);
-    for (const orvix::WeightRules rules : {orvix::WeightRules::typed, orvix::WeightRules::text}) {
+    for (const orvix::networks::WeightRules rules :
+         {orvix::networks::WeightRules::typed, orvix::networks::WeightRules::text}) {
         compareForms(path, rules, 1);
         compareForms(path, rules, 3);
     }
     std::map<int, std::vector<double>> rows[2];
     std::vector<double> bias[2];
-    const orvix::LayerWeights members[] = {{&rows[0], &bias[0]}, {&rows[1], &bias[1]}};
-    orvix::loadBinaryRows(path, members, 4, columns);
+    const orvix::networks::LayerWeights members[] = {{&rows[0], &bias[0]}, {&rows[1], &bias[1]}};
+    orvix::networks::loadBinaryRows(path, members, 4, columns);
     untilProcessEnds([&] {
-        orvix::distributeRows(orvix::readWeightTable(path, orvix::WeightRules::text, columns),
-                              members, 4);
+        orvix::networks::distributeRows(
+            orvix::networks::readWeightTable(path, orvix::networks::WeightRules::text, columns),
+            members, 4);
     });
     return 0;
 }

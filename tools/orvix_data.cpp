@@ -28,13 +28,14 @@
 #include <string>
 #include <vector>
 
+#include "base/missing.h"
+#include "base/numbers.h"
+#include "base/phi_psi_grid.h"
 #include "data_files.h"
 #include "networks/network_input.h"
 #include "networks/phi_psi_input.h"
-#include "run/angles.h"
 #include "run/orvix.h"
 #include "structure/pdb.h"
-#include "tables/number_text.h"
 
 namespace {
 
@@ -232,7 +233,7 @@ int database(const std::vector<std::string>& args) {
         const auto run = runToSecondaryShifts(work / "tables" / (protein.id + ".tab"), args[1],
                                               scratch.path(), false);
         for (const auto& [residue, label] : anglesOf(work, protein, labels)) {
-            const std::string letter = orvix::baseLetter(run->seqName(residue));
+            const std::string letter = orvix::networks::baseLetter(run->seqName(residue));
             if (!label.trusted || label.phi > 999.0F || label.psi > 999.0F || letter.size() != 1 ||
                 knownLetters.find(letter) == std::string::npos) {
                 continue;
@@ -499,10 +500,10 @@ int features(const std::vector<std::string>& args) {
                                               scratch.path(), noProton, change);
         observed.lend(*run, relatives[protein.cluster]);
         std::map<int, Label> angles = anglesOf(work, protein, labels);
-        const orvix::ShiftsByResidue shifts = orvix::clippedShifts(*run);
+        const orvix::networks::ShiftsByResidue shifts = orvix::networks::clippedShifts(*run);
         for (int r = run->firstResid; r <= run->lastResid; ++r) {
-            std::vector<double> values = orvix::residueInput(*run, r, shifts);
-            if (values.size() != orvix::residueVectorSize) {
+            std::vector<double> values = orvix::networks::residueInput(*run, r, shifts);
+            if (values.size() != orvix::networks::residueVectorSize) {
                 values.clear();
             }
             std::fprintf(list.get(), "%s\t%d\t%s\t%d\t%d\t%.2f\t%.2f\t%.2f\n", protein.id.c_str(),

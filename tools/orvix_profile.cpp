@@ -8,10 +8,10 @@
 #include <sstream>
 #include <string>
 
+#include "base/numbers.h"
+#include "import/profile_import.h"
 #include "networks/check_file.h"
-#include "networks/profile_import.h"
 #include "tables/gdb.h"
-#include "tables/number_text.h"
 
 namespace {
 
@@ -28,12 +28,12 @@ int refuse(const std::string& file, const std::string& what) {
 }
 
 /// Scores of BLOSUM62.tab by places of the profile letters; false if a row is missing.
-bool readScores(const std::string& file, orvix::SubstitutionScores& scores) {
+bool readScores(const std::string& file, orvix::importing::SubstitutionScores& scores) {
     if (!std::ifstream(file)) {
         return false;
     }
     GDB table(file);
-    const std::string letters = orvix::profileLetters;
+    const std::string letters = orvix::networks::profileLetters;
     for (std::size_t a = 0; a < letters.size(); ++a) {
         auto row = table.getEntry("RESNAME", letters.substr(a, 1), 1);
         if (row.empty()) {
@@ -66,28 +66,28 @@ int main(int argc, char** argv) {
     }
     const std::string text = content.str();
 
-    orvix::SequenceProfile profile;
+    orvix::networks::SequenceProfile profile;
     std::string wrong;
     const std::size_t start = text.find_first_not_of(" \t\r\n");
     if (start != std::string::npos && text[start] == '>') {
         const char* directory = std::getenv("ORVIXN_DIR");
         const std::string tables =
             argc == 4 ? argv[3] : std::string(directory != nullptr ? directory : ".") + "/tab";
-        orvix::SubstitutionScores scores{};
+        orvix::importing::SubstitutionScores scores{};
         if (!readScores(tables + "/BLOSUM62.tab", scores)) {
             return refuse(
                 tables + "/BLOSUM62.tab",
                 "no table with the 20 rows of BLOSUM62; name the table directory as third "
                 "argument or set ORVIXN_DIR");
         }
-        wrong = orvix::profileFromAlignment(text, scores, profile);
+        wrong = orvix::importing::profileFromAlignment(text, scores, profile);
     } else {
-        wrong = orvix::profileFromPssm(text, profile);
+        wrong = orvix::importing::profileFromPssm(text, profile);
     }
     if (!wrong.empty()) {
         return refuse(first, wrong);
     }
-    if (!orvix::writeCheckFile(output, profile)) {
+    if (!orvix::networks::writeCheckFile(output, profile)) {
         std::cerr << "orvix-profile: can't write " << output << '\n';
         return 1;
     }

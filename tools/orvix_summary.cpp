@@ -10,10 +10,11 @@
 #include <memory>
 #include <string>
 
-#include "run/angles.h"
+#include "base/angles.h"
+#include "base/missing.h"
+#include "base/numbers.h"
 #include "structure/pdb.h"
 #include "tables/gdb.h"
-#include "tables/number_text.h"
 
 namespace {
 

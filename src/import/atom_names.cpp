@@ -4,7 +4,7 @@
 
 #include "import/shift_text.h"
 
-namespace orvix {
+namespace orvix::importing {
 
 namespace {
 
@@ -78,4 +78,4 @@ ShiftRange usualRange(std::string_view tableAtom) {
     return order < 0 ? ShiftRange{-1e9, 1e9} : ranges[static_cast<std::size_t>(order)];
 }
 
-}  // namespace orvix
+}  // namespace orvix::importing

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace orvix {
+namespace orvix::importing {
 
 /// What an atom name of a shift file means to a run.
 struct AtomName {
@@ -34,4 +34,4 @@ struct ShiftRange {
 /// The range of an atom of the table.
 ShiftRange usualRange(std::string_view tableAtom);
 
-}  // namespace orvix
+}  // namespace orvix::importing

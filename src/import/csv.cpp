@@ -2,14 +2,14 @@
 
 #include <algorithm>
 
-#include "companion/command.h"
+#include "base/text.h"
+#include "cli/command.h"
 #include "import/atom_names.h"
 #include "import/shift_file.h"
 #include "import/shift_text.h"
 #include "import/text_rows.h"
-#include "tables/table_text.h"
 
-namespace orvix {
+namespace orvix::importing {
 
 CsvRecords::CsvRecords(std::string_view text) : text_(text) {
     std::string_view first;
@@ -163,13 +163,14 @@ class CsvReader {
 
     ShiftFile read() {
         if (!records_.next()) {
-            throw InputRejected(file_.path + ": the file is empty");
+            throw cli::InputRejected(file_.path + ": the file is empty");
         }
         const CsvColumns columns(records_.fields());
         if (!columns.usable()) {
-            throw InputRejected(atLine(file_.path, records_.line(),
-                                       "expected a header with a residue number and either atom "
-                                       "and shift or columns named by atoms"));
+            throw cli::InputRejected(
+                atLine(file_.path, records_.line(),
+                       "expected a header with a residue number and either atom "
+                       "and shift or columns named by atoms"));
         }
         columnCount_ = records_.fields().size();
         for (const std::string& name : columns.unread) {
@@ -236,4 +237,4 @@ ShiftFile readCsv(std::string_view text, const std::string& path) {
     return CsvReader(text, path).read();
 }
 
-}  // namespace orvix
+}  // namespace orvix::importing

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orvix {
+namespace orvix::importing {
 
 /// Cuts a text of separated values into records: a field may stand in double quotes, and then hold
 /// separators, line ends and doubled quotes. The separator is the one that the first line has:
@@ -54,4 +54,4 @@ struct CsvColumns {
     bool usable() const;
 };
 
-}  // namespace orvix
+}  // namespace orvix::importing

@@ -2,7 +2,7 @@
 
 #include <array>
 
-namespace orvix {
+namespace orvix::importing {
 
 namespace {
 
@@ -107,4 +107,4 @@ void ImportReport::write(std::ostream& out, std::size_t itemLimit) const {
     }
 }
 
-}  // namespace orvix
+}  // namespace orvix::importing

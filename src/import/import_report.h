@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace orvix {
+namespace orvix::importing {
 
 /// What can happen to a datum of a shift file on its way into the input table. The order is that of
 /// the report.
@@ -77,4 +77,4 @@ class ImportReport {
     std::map<ImportFinding, std::vector<std::string>> items_;
 };
 
-}  // namespace orvix
+}  // namespace orvix::importing

@@ -1,14 +1,14 @@
 #include <algorithm>
 #include <map>
 
-#include "companion/command.h"
+#include "cli/command.h"
 #include "import/residue_names.h"
 #include "import/sequence_text.h"
 #include "import/shift_file.h"
 #include "import/shift_text.h"
 #include "import/star_document.h"
 
-namespace orvix {
+namespace orvix::importing {
 
 namespace {
 
@@ -106,8 +106,8 @@ class NefReader {
         const std::size_t atom = column(loop, category, "atom_name");
         const std::size_t value = column(loop, category, "value");
         if (code == StarLoop::none || atom == StarLoop::none) {
-            throw InputRejected(atLine(file_.path, loop.line,
-                                       "the shift loop has no column sequence_code or atom_name"));
+            throw cli::InputRejected(atLine(
+                file_.path, loop.line, "the shift loop has no column sequence_code or atom_name"));
         }
         for (std::size_t i = 0; i < loop.rowCount(); ++i) {
             ShiftRow row;
@@ -143,4 +143,4 @@ ShiftFile readNef(std::string_view text, const std::string& path) {
     return NefReader(text, path).read();
 }
 
-}  // namespace orvix
+}  // namespace orvix::importing

@@ -7,7 +7,7 @@
 #include "import/shift_text.h"
 #include "import/star_document.h"
 
-namespace orvix {
+namespace orvix::importing {
 
 namespace {
 
@@ -178,4 +178,4 @@ ShiftFile readNmrStar21(std::string_view text, const std::string& path) {
     return Star21Reader(text, path).read();
 }
 
-}  // namespace orvix
+}  // namespace orvix::importing

@@ -2,14 +2,14 @@
 #include <map>
 #include <set>
 
-#include "companion/command.h"
+#include "cli/command.h"
 #include "import/residue_names.h"
 #include "import/sequence_text.h"
 #include "import/shift_file.h"
 #include "import/shift_text.h"
 #include "import/star_document.h"
 
-namespace orvix {
+namespace orvix::importing {
 
 namespace {
 
@@ -232,10 +232,11 @@ class Star3Reader {
         requireWholeRows(loop, file_.path);
         const auto has = [&loop](const char* tag) { return loop.column(tag) != StarLoop::none; };
         if (!has("_atom_chem_shift.val") && !has("_atom_chem_shift.chem_shift_val")) {
-            throw InputRejected(atLine(file_.path, loop.line, "the shift loop has no column Val"));
+            throw cli::InputRejected(
+                atLine(file_.path, loop.line, "the shift loop has no column Val"));
         }
         if (!has("_atom_chem_shift.atom_id") && !has("_atom_chem_shift.auth_atom_id")) {
-            throw InputRejected(
+            throw cli::InputRejected(
                 atLine(file_.path, loop.line, "the shift loop has no column Atom_ID"));
         }
         const ShiftColumns columns(loop);
@@ -335,4 +336,4 @@ ShiftFile readNmrStar3(std::string_view text, const std::string& path) {
     return Star3Reader(text, path).read();
 }
 
-}  // namespace orvix
+}  // namespace orvix::importing

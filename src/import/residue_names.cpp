@@ -4,7 +4,7 @@
 
 #include "import/shift_text.h"
 
-namespace orvix {
+namespace orvix::importing {
 
 namespace {
 
@@ -74,4 +74,4 @@ ResidueLetter ResidueNames::letter(std::string_view name) const {
     return {};
 }
 
-}  // namespace orvix
+}  // namespace orvix::importing

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace orvix {
+namespace orvix::importing {
 
 /// The letter of a residue name, and how sure it is.
 struct ResidueLetter {
@@ -33,4 +33,4 @@ class ResidueNames {
     std::map<std::string, char> parents_;
 };
 
-}  // namespace orvix
+}  // namespace orvix::importing

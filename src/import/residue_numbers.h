@@ -7,7 +7,7 @@
 #include "import/residue_names.h"
 #include "import/row_selection.h"
 
-namespace orvix {
+namespace orvix::importing {
 
 /// The sequence of a table and the way from a row to its residue.
 class ResidueNumbers {
@@ -60,4 +60,4 @@ class ResidueNumbers {
     std::map<std::string, int> authorIndex_;  // for rows without one
 };
 
-}  // namespace orvix
+}  // namespace orvix::importing

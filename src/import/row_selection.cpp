@@ -6,11 +6,11 @@
 #include <functional>
 #include <map>
 
-#include "companion/command.h"
+#include "cli/command.h"
 #include "import/atom_names.h"
 #include "import/shift_text.h"
 
-namespace orvix {
+namespace orvix::importing {
 
 namespace {
 
@@ -105,7 +105,8 @@ class Selector {
             }
             known += (known.empty() ? "" : ", ") + list.id;
         }
-        throw InputRejected(file_.path + ": no shift list " + options_.list + "; it has " + known);
+        throw cli::InputRejected(file_.path + ": no shift list " + options_.list + "; it has " +
+                                 known);
     }
 
     bool inList(const ShiftRow& row) const { return list_.empty() || row.list == list_; }
@@ -131,15 +132,15 @@ class Selector {
             for (const ShiftEntity& entity : file_.entities) {
                 if (options_.entity == entity.id || options_.entity == entity.name) {
                     if (entity.kind == Kind::other) {
-                        throw InputRejected(file_.path + ": molecule " + options_.entity +
-                                            " is no polypeptide of L amino acids");
+                        throw cli::InputRejected(file_.path + ": molecule " + options_.entity +
+                                                 " is no polypeptide of L amino acids");
                     }
                     return entity;
                 }
                 known += (known.empty() ? "" : ", ") + entity.id;
             }
-            throw InputRejected(file_.path + ": no molecule " + options_.entity + "; it has " +
-                                known);
+            throw cli::InputRejected(file_.path + ": no molecule " + options_.entity + "; it has " +
+                                     known);
         }
         const auto shifts =
             count(&ShiftRow::entity, [this](const ShiftRow& row) { return inList(row); });
@@ -167,8 +168,8 @@ class Selector {
                           std::to_string(shiftsOf(entity)) + " backbone shifts";
         }
         if (best == nullptr) {
-            throw InputRejected(file_.path + ": no polypeptide of L amino acids among its " +
-                                std::to_string(file_.entities.size()) + " molecules");
+            throw cli::InputRejected(file_.path + ": no polypeptide of L amino acids among its " +
+                                     std::to_string(file_.entities.size()) + " molecules");
         }
         if (candidateCount > 1) {
             file_.report.warn("several molecules (" + candidates + "); taken: " + best->id +
@@ -234,8 +235,8 @@ class Selector {
                 for (const auto& [member, unused] : shifts) {
                     known += (known.empty() ? "" : ", ") + member;
                 }
-                throw InputRejected(file_.path + ": no assembly member " + options_.assembly +
-                                    "; the shifts are of " + (known.empty() ? "none" : known));
+                throw cli::InputRejected(file_.path + ": no assembly member " + options_.assembly +
+                                         "; the shifts are of " + (known.empty() ? "none" : known));
             }
             member_ = options_.assembly;
             return;
@@ -309,4 +310,4 @@ RowSelection selectRows(ShiftFile& file, const ImportOptions& options) {
     return Selector(file, options).select();
 }
 
-}  // namespace orvix
+}  // namespace orvix::importing

@@ -5,7 +5,7 @@
 
 #include "import/shift_file.h"
 
-namespace orvix {
+namespace orvix::importing {
 
 /// The rows of one molecule, in one list, of one assembly member.
 struct RowSelection {
@@ -18,4 +18,4 @@ struct RowSelection {
 /// in the file, and for a file without a polypeptide.
 RowSelection selectRows(ShiftFile& file, const ImportOptions& options);
 
-}  // namespace orvix
+}  // namespace orvix::importing

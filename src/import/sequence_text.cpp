@@ -1,10 +1,10 @@
 #include "import/sequence_text.h"
 
-#include "companion/command.h"
+#include "base/text.h"
+#include "cli/command.h"
 #include "import/shift_text.h"
-#include "tables/table_text.h"
 
-namespace orvix {
+namespace orvix::importing {
 
 std::vector<SequenceResidue> readSequenceText(std::string_view text) {
     std::vector<SequenceResidue> residues;
@@ -33,8 +33,8 @@ void numberFromOne(std::vector<SequenceResidue>& residues) {
 
 void requireSaneLength(const std::vector<SequenceResidue>& residues, const std::string& path) {
     if (residues.size() > longestSequence) {
-        throw InputRejected(path + ": a sequence of " + std::to_string(residues.size()) +
-                            " residues; expected at most " + std::to_string(longestSequence));
+        throw cli::InputRejected(path + ": a sequence of " + std::to_string(residues.size()) +
+                                 " residues; expected at most " + std::to_string(longestSequence));
     }
 }
 
@@ -54,7 +54,7 @@ std::vector<SequenceResidue> readSequenceList(std::string_view text, const std::
             continue;
         }
         if (words.size() > 1 && !parseNumber(words[1], next)) {
-            throw InputRejected(
+            throw cli::InputRejected(
                 atLine(path, line, "expected a residue name and its number, as in MET 1"));
         }
         residues.push_back({std::string(words[0]), std::to_string(next), {}});
@@ -90,7 +90,7 @@ ShiftEntity readSequenceFile(const std::string& path, ImportReport& report) {
         entity.numbered = list;
     }
     if (entity.residues.empty()) {
-        throw InputRejected(path + ": no sequence; expected FASTA or one residue name a line");
+        throw cli::InputRejected(path + ": no sequence; expected FASTA or one residue name a line");
     }
     requireSaneLength(entity.residues, path);
     if (!entity.numbered) {
@@ -100,4 +100,4 @@ ShiftEntity readSequenceFile(const std::string& path, ImportReport& report) {
     return entity;
 }
 
-}  // namespace orvix
+}  // namespace orvix::importing

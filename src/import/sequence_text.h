@@ -6,7 +6,7 @@
 
 #include "import/shift_file.h"
 
-namespace orvix {
+namespace orvix::importing {
 
 /// The longest sequence that is taken, in residues.
 inline constexpr std::size_t longestSequence = 20000;
@@ -24,4 +24,4 @@ void requireSaneLength(const std::vector<SequenceResidue>& residues, const std::
 /// A CYANA sequence: one residue name a line, with or without its number.
 std::vector<SequenceResidue> readSequenceList(std::string_view text, const std::string& path);
 
-}  // namespace orvix
+}  // namespace orvix::importing

@@ -7,7 +7,7 @@
 #include "import/import_report.h"
 #include "import/shift_import.h"
 
-namespace orvix {
+namespace orvix::importing {
 
 /// One shift as its file has it. Texts that the file doesn't give are empty.
 struct ShiftRow {
@@ -88,4 +88,4 @@ std::string describe(const ShiftRow& row);
 /// Makes the choices, the numbering and the names: the table that a run reads.
 ImportedTable buildShiftTable(ShiftFile file, const ImportOptions& options);
 
-}  // namespace orvix
+}  // namespace orvix::importing

@@ -5,7 +5,7 @@
 #include "import/shift_text.h"
 #include "import/text_rows.h"
 
-namespace orvix {
+namespace orvix::importing {
 
 namespace {
 
@@ -66,4 +66,4 @@ std::string findFormat(std::string_view text) {
     return {};
 }
 
-}  // namespace orvix
+}  // namespace orvix::importing

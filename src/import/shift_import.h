@@ -8,7 +8,7 @@
 
 #include "import/import_report.h"
 
-namespace orvix {
+namespace orvix::importing {
 
 /// How a shift file is to be read. The defaults suit a file with one protein.
 struct ImportOptions {
@@ -57,4 +57,4 @@ void writeShiftTable(const ImportedTable& table, std::ostream& out);
 /// Writes the report as text; see `ImportReport::write` for the limit.
 void writeImportReport(const ImportedTable& table, std::ostream& out, std::size_t itemLimit = 0);
 
-}  // namespace orvix
+}  // namespace orvix::importing

@@ -4,14 +4,14 @@
 #include <set>
 #include <tuple>
 
-#include "companion/command.h"
+#include "cli/command.h"
 #include "import/atom_names.h"
 #include "import/residue_numbers.h"
 #include "import/row_selection.h"
 #include "import/shift_file.h"
 #include "import/shift_text.h"
 
-namespace orvix {
+namespace orvix::importing {
 
 namespace {
 
@@ -188,9 +188,9 @@ class TableBuilder {
             file_.report.add(ImportFinding::atomRenamed, text);
         }
         if (table.shifts.empty()) {
-            throw InputRejected(file_.path + ": no backbone shift with a value among its " +
-                                std::to_string(file_.rows.size()) + " rows (" +
-                                file_.report.losses() + ")");
+            throw cli::InputRejected(file_.path + ": no backbone shift with a value among its " +
+                                     std::to_string(file_.rows.size()) + " rows (" +
+                                     file_.report.losses() + ")");
         }
         table.title = file_.title;
         table.format = file_.format;
@@ -236,4 +236,4 @@ ImportedTable buildShiftTable(ShiftFile file, const ImportOptions& options) {
     return TableBuilder(std::move(file), options).build();
 }
 
-}  // namespace orvix
+}  // namespace orvix::importing

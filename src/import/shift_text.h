@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace orvix {
+namespace orvix::importing {
 
 /// The most that a shift file may hold once it is unpacked, in bytes. Far above the largest
 /// depositions; it keeps a small compressed file from filling the memory.
@@ -29,4 +29,4 @@ bool parseNumber(std::string_view text, int& number);
 /// A finite decimal with nothing around it.
 bool parseValue(std::string_view text, double& value);
 
-}  // namespace orvix
+}  // namespace orvix::importing

@@ -1,11 +1,11 @@
 #include <algorithm>
 
-#include "companion/command.h"
+#include "cli/command.h"
 #include "import/shift_file.h"
 #include "import/shift_text.h"
 #include "import/text_rows.h"
 
-namespace orvix {
+namespace orvix::importing {
 
 namespace {
 
@@ -39,9 +39,10 @@ ShiftFile readSparky(std::string_view text, const std::string& path) {
             atom = columnOf(words, "atom");
             shift = columnOf(words, "shift");
             if (std::max({group, atom, shift}) >= words.size()) {
-                throw InputRejected(atLine(path, rows.line(),
-                                           "expected the header of a resonance list: Group Atom "
-                                           "Nuc Shift SDev Assignments"));
+                throw cli::InputRejected(
+                    atLine(path, rows.line(),
+                           "expected the header of a resonance list: Group Atom "
+                           "Nuc Shift SDev Assignments"));
             }
             header = true;
             continue;
@@ -63,4 +64,4 @@ ShiftFile readSparky(std::string_view text, const std::string& path) {
     return file;
 }
 
-}  // namespace orvix
+}  // namespace orvix::importing

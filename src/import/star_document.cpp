@@ -1,11 +1,11 @@
 #include "import/star_document.h"
 
-#include "companion/command.h"
+#include "base/text.h"
+#include "cli/command.h"
 #include "import/shift_text.h"
 #include "import/star_tokens.h"
-#include "tables/table_text.h"
 
-namespace orvix {
+namespace orvix::importing {
 
 namespace {
 
@@ -202,11 +202,11 @@ void requireWholeRows(const StarLoop& loop, const std::string& path) {
         }
         i = end;
     }
-    throw InputRejected(atLine(path, line,
-                               "the rows of this loop have " + std::to_string(width) +
-                                   " columns, but its " + std::to_string(loop.values.size()) +
-                                   " values don't fill whole rows; expected " +
-                                   std::to_string(width) + " values in each row"));
+    throw cli::InputRejected(atLine(path, line,
+                                    "the rows of this loop have " + std::to_string(width) +
+                                        " columns, but its " + std::to_string(loop.values.size()) +
+                                        " values don't fill whole rows; expected " +
+                                        std::to_string(width) + " values in each row"));
 }
 
 void reportIncompleteRow(const StarLoop& loop, ImportReport& report) {
@@ -235,4 +235,4 @@ std::string labelText(const StarValue& value) {
     return text;
 }
 
-}  // namespace orvix
+}  // namespace orvix::importing

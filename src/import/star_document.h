@@ -8,7 +8,7 @@
 
 #include "import/import_report.h"
 
-namespace orvix {
+namespace orvix::importing {
 
 struct StarValue {
     std::string_view text;
@@ -76,4 +76,4 @@ std::string plainText(const StarValue& value);
 /// The frame name that a label such as "$entity" refers to; empty when it is missing.
 std::string labelText(const StarValue& value);
 
-}  // namespace orvix
+}  // namespace orvix::importing

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
-#include "companion/command.h"
+#include "base/text.h"
+#include "cli/command.h"
 #include "import/shift_text.h"
-#include "tables/table_text.h"
 
-namespace orvix {
+namespace orvix::importing {
 
 namespace {
 
@@ -79,9 +79,10 @@ StarToken StarTokens::textField() {
             return {StarToken::Kind::value, text_.substr(begin, end - begin), first, true, false};
         }
     }
-    throw InputRejected(atLine(path_, first,
-                               "a text field opens here and is never closed; expected a line that "
-                               "begins with a semicolon"));
+    throw cli::InputRejected(
+        atLine(path_, first,
+               "a text field opens here and is never closed; expected a line that "
+               "begins with a semicolon"));
 }
 
 StarToken StarTokens::quotedValue() {
@@ -111,4 +112,4 @@ StarToken StarTokens::word() {
     return {wordKind(text), text, line_, false, false};
 }
 
-}  // namespace orvix
+}  // namespace orvix::importing

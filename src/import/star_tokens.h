@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace orvix {
+namespace orvix::importing {
 
 /// One lexical element of a STAR file.
 struct StarToken {
@@ -48,4 +48,4 @@ class StarTokens {
     std::size_t doubleSearched_ = 0;
 };
 
-}  // namespace orvix
+}  // namespace orvix::importing

@@ -2,12 +2,12 @@
 #include <array>
 #include <cstdio>
 
-#include "companion/command.h"
+#include "base/text.h"
+#include "cli/command.h"
 #include "import/shift_import.h"
 #include "import/shift_text.h"
-#include "tables/table_text.h"
 
-namespace orvix {
+namespace orvix::importing {
 
 namespace {
 
@@ -56,7 +56,7 @@ bool isShiftTable(const std::string& path) {
     std::string text;
     try {
         text = readShiftText(path);
-    } catch (const InputRejected&) {
+    } catch (const cli::InputRejected&) {
         return false;
     }
     bool sequence = false;
@@ -79,4 +79,4 @@ bool isShiftTable(const std::string& path) {
     return sequence && columns;
 }
 
-}  // namespace orvix
+}  // namespace orvix::importing

@@ -1,9 +1,9 @@
 #include "import/text_rows.h"
 
+#include "base/text.h"
 #include "import/shift_text.h"
-#include "tables/table_text.h"
 
-namespace orvix {
+namespace orvix::importing {
 
 namespace {
 
@@ -59,4 +59,4 @@ bool splitResidueWord(std::string_view word, ShiftRow& row) {
     return true;
 }
 
-}  // namespace orvix
+}  // namespace orvix::importing

@@ -6,7 +6,7 @@
 
 #include "import/shift_file.h"
 
-namespace orvix {
+namespace orvix::importing {
 
 /// Walks the lines of a text and cuts them into words.
 class TextRows {
@@ -36,4 +36,4 @@ class TextRows {
 /// residue name, number. A bare number has no name. False for anything else.
 bool splitResidueWord(std::string_view word, ShiftRow& row);
 
-}  // namespace orvix
+}  // namespace orvix::importing

@@ -37,16 +37,16 @@ void appendFlagged(std::vector<double>& window, const std::vector<double>& vecto
                    std::size_t length, bool centre, const std::vector<double>& padding) {
     if (vector.size() != length) {
         window.push_back(1.0);
-        orvix::append(window, padding);
+        orvix::networks::append(window, padding);
         return;
     }
     if (!centre) {
         window.push_back(0.0);
     }
-    orvix::append(window, vector);
+    orvix::networks::append(window, vector);
 }
 
-bool insideChain(const orvix::PositionTable& positions, int residue) {
+bool insideChain(const orvix::networks::PositionTable& positions, int residue) {
     return residue >= positions.lowest() && residue <= positions.highest();
 }
 
@@ -65,7 +65,7 @@ std::vector<double> meanClasses(const ANN::ResidueMap& outputs) {
     return {sums[0] / total, sums[1] / total, sums[2] / total};
 }
 
-void combine(ANN& network, const ANN::ResidueMap& windows, orvix::EnsembleOutput results,
+void combine(ANN& network, const ANN::ResidueMap& windows, orvix::networks::EnsembleOutput results,
              ANN::ResidueMap& outputs) {
     std::size_t at = 0;
     for (const auto& [residue, window] : windows) {
@@ -114,7 +114,7 @@ void ANN::runANN(std::map<int, std::vector<double>>& input) {
     }
     loadWeights();
 
-    const orvix::PositionTable positions(rawInput);
+    const orvix::networks::PositionTable positions(rawInput);
     const bool wide = input_code == 5;
     const int reach = wide ? 2 : 1;
     const auto hasWindow = [&](int residue, int position) {
@@ -122,7 +122,7 @@ void ANN::runANN(std::map<int, std::vector<double>>& input) {
                positions.contiguous(position, residue, reach);
     };
 
-    const std::vector<double> noResidue = orvix::paddingVector();
+    const std::vector<double> noResidue = orvix::networks::paddingVector();
     int position = 0;
     for (const auto& [residue, vector] : rawInput) {
         if (!hasWindow(residue, ++position)) {
@@ -131,9 +131,9 @@ void ANN::runANN(std::map<int, std::vector<double>>& input) {
         std::vector<double>& window = level1Input[residue];
         for (int k = -reach; k <= reach; ++k) {
             const int r = residue + k;
-            const std::vector<double>& part = orvix::vectorOf(rawInput, r);
+            const std::vector<double>& part = orvix::networks::vectorOf(rawInput, r);
             if (!wide) {
-                orvix::append(window, cutVector(part, input_code, k));
+                orvix::networks::append(window, cutVector(part, input_code, k));
             } else {
                 appendFlagged(window, insideChain(positions, r) ? part : std::vector<double>(),
                               residueVectorLength, k == 0, noResidue);
@@ -146,7 +146,7 @@ void ANN::runANN(std::map<int, std::vector<double>>& input) {
     for (const auto& [residue, vector] : rawInput) {
         std::vector<double>& classes = level1Output[residue];
         if (classes.size() < classCount) {
-            orvix::append(classes, mean);
+            orvix::networks::append(classes, mean);
         }
         level2Output[residue] = classes;
     }
@@ -160,9 +160,9 @@ void ANN::runANN(std::map<int, std::vector<double>>& input) {
         std::vector<double>& window = level2Input[residue];
         for (int k = -reach; k <= reach; ++k) {
             const int r = residue + k;
-            const std::vector<double>& part = orvix::vectorOf(level1Output, r);
+            const std::vector<double>& part = orvix::networks::vectorOf(level1Output, r);
             if (!wide) {
-                orvix::append(window, part);
+                orvix::networks::append(window, part);
             } else {
                 appendFlagged(window, insideChain(positions, r) ? part : std::vector<double>(),
                               classCount, k == 0, noClasses);
@@ -178,47 +178,52 @@ void ANN::runANN(std::map<int, std::vector<double>>& input) {
 
 void ANN::loadWeights() {
     loadedFromFiles = true;
-    orvix::forEachLayerFile(*this, 2, ".tab",
-                            [this](const std::string& file, orvix::WeightRows* w,
-                                   std::vector<double>* b, int rows, int cols) {
-                                loadWeightBias3(file, w[0], b[0], w[1], b[1], w[2], b[2], rows,
-                                                cols);
-                            });
+    orvix::networks::forEachLayerFile(
+        *this, 2, ".tab",
+        [this](const std::string& file, orvix::networks::WeightRows* w, std::vector<double>* b,
+               int rows, int cols) {
+            loadWeightBias3(file, w[0], b[0], w[1], b[1], w[2], b[2], rows, cols);
+        });
 }
 
 void ANN::loadWeightBias3(const std::string& file, std::map<int, std::vector<double>>& w0,
                           std::vector<double>& b0, std::map<int, std::vector<double>>& w1,
                           std::vector<double>& b1, std::map<int, std::vector<double>>& w2,
                           std::vector<double>& b2, int rows, int cols) {
-    const orvix::LayerWeights members[] = {{&w0, &b0}, {&w1, &b1}, {&w2, &b2}};
-    orvix::distributeRows(orvix::readWeightTable(file, orvix::WeightRules::typed, cols), members,
-                          rows);
+    const orvix::networks::LayerWeights members[] = {{&w0, &b0}, {&w1, &b1}, {&w2, &b2}};
+    orvix::networks::distributeRows(
+        orvix::networks::readWeightTable(file, orvix::networks::WeightRules::typed, cols), members,
+        rows);
 }
 
 void ANN::calcLevel1() {
-    const auto members = orvix::ensembleWeights(*this, 1, 3);
-    combine(*this, level1Input, orvix::evaluateLevel(members, level1Input, 1), level1Output);
+    const auto members = orvix::networks::ensembleWeights(*this, 1, 3);
+    combine(*this, level1Input, orvix::networks::evaluateLevel(members, level1Input, 1),
+            level1Output);
 }
 
 void ANN::calcLevel2() {
-    const auto members = orvix::ensembleWeights(*this, 2, 3);
-    combine(*this, level2Input, orvix::evaluateLevel(members, level2Input, 1), level2Output);
+    const auto members = orvix::networks::ensembleWeights(*this, 2, 3);
+    combine(*this, level2Input, orvix::networks::evaluateLevel(members, level2Input, 1),
+            level2Output);
 }
 
 void ANN::applyANNTransformation(std::vector<double>& inp, std::map<int, std::vector<double>>& w,
                                  std::vector<double>& b, std::vector<double>& out, int mode) {
-    const orvix::LayerWeights weights{&w, &b};
-    if (const auto mismatch = orvix::checkLayer(inp.size(), weights)) {
-        orvix::failLayerCheck(*mismatch);
+    const orvix::networks::LayerWeights weights{&w, &b};
+    if (const auto mismatch = orvix::networks::checkLayer(inp.size(), weights)) {
+        orvix::networks::failLayerCheck(*mismatch);
     }
     if (mode != 0 && mode != 1) {
         return;
     }
-    const orvix::LayerView layer = orvix::viewLayer(weights);
+    const orvix::networks::LayerView layer = orvix::networks::viewLayer(weights);
     std::vector<double> results(layer.rows.size());
-    orvix::layerPlain(layer, inp, mode == 1 ? orvix::Activation::tanh : orvix::Activation::linear,
-                      results);
-    orvix::append(out, results);
+    orvix::networks::layerPlain(
+        layer, inp,
+        mode == 1 ? orvix::networks::Activation::tanh : orvix::networks::Activation::linear,
+        results);
+    orvix::networks::append(out, results);
 }
 
 void ANN::applyVecAverage(std::vector<double>& a, std::vector<double>& b, std::vector<double>& c,
@@ -229,7 +234,7 @@ void ANN::applyVecAverage(std::vector<double>& a, std::vector<double>& b, std::v
     const double w[] = {getConfidence(a), getConfidence(b), getConfidence(c)};
     const double sum = w[0] + w[1] + w[2];
     if (sum == 0.0) {
-        orvix::appendPlainMean(a, b, c, out);
+        orvix::networks::appendPlainMean(a, b, c, out);
         return;
     }
     const double scale = 1 / sum;

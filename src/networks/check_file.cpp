@@ -8,7 +8,7 @@
 #include <memory>
 #include <string_view>
 
-namespace orvix {
+namespace orvix::networks {
 namespace {
 
 static_assert(std::endian::native == std::endian::little,
@@ -90,4 +90,4 @@ bool writeCheckFile(const std::string& path, const SequenceProfile& profile) {
     return std::fclose(out.release()) == 0 && good;
 }
 
-}  // namespace orvix
+}  // namespace orvix::networks

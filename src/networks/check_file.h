@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace orvix {
+namespace orvix::networks {
 
 /// Letter order of the rows of a check file, and that of the rows within the program.
 inline constexpr const char* checkFileLetters = "ARNDCQEGHILKMFPSTWYV";
@@ -34,4 +34,4 @@ CheckFileStatus readCheckFile(const std::string& path, SequenceProfile& profile,
 /// Writes one. False if the file can't be written or the sequence is longer than the limit.
 bool writeCheckFile(const std::string& path, const SequenceProfile& profile);
 
-}  // namespace orvix
+}  // namespace orvix::networks

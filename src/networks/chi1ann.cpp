@@ -8,9 +8,10 @@
 
 namespace {
 
-std::vector<double> meanOf(const orvix::EnsembleOutput& results, std::size_t window) {
+std::vector<double> meanOf(const orvix::networks::EnsembleOutput& results, std::size_t window) {
     std::vector<double> mean;
-    orvix::appendPlainMean(results[0][window], results[1][window], results[2][window], mean);
+    orvix::networks::appendPlainMean(results[0][window], results[1][window], results[2][window],
+                                     mean);
     return mean;
 }
 
@@ -50,12 +51,12 @@ std::vector<double> CHI1ANN::runANNLevel1Batch(const std::vector<std::vector<dou
         windows.push_back(&input);
         lengths.push_back(input.size());
     }
-    const auto members = orvix::ensembleWeights(*this, 1, 3);
-    if (const auto mismatch = orvix::checkEnsemble(members, lengths)) {
-        orvix::failLayerCheck(*mismatch);
+    const auto members = orvix::networks::ensembleWeights(*this, 1, 3);
+    if (const auto mismatch = orvix::networks::checkEnsemble(members, lengths)) {
+        orvix::networks::failLayerCheck(*mismatch);
     }
-    const orvix::EnsembleOutput results =
-        orvix::runEnsemble(orvix::bestLayerKernel(), members, windows, 1);
+    const orvix::networks::EnsembleOutput results =
+        orvix::networks::runEnsemble(orvix::networks::bestLayerKernel(), members, windows, 1);
     for (std::size_t i = 0; i < inputs.size(); ++i) {
         scores.push_back(firstValue(meanOf(results, i)));
     }
@@ -76,8 +77,9 @@ void CHI1ANN::runANN(std::map<int, std::vector<double>>& input) {
 }
 
 void CHI1ANN::calcLevel1() {
-    const auto members = orvix::ensembleWeights(*this, 1, 3);
-    const orvix::EnsembleOutput results = orvix::evaluateLevel(members, level1Input, 1);
+    const auto members = orvix::networks::ensembleWeights(*this, 1, 3);
+    const orvix::networks::EnsembleOutput results =
+        orvix::networks::evaluateLevel(members, level1Input, 1);
     std::size_t at = 0;
     for (const auto& [residue, window] : level1Input) {
         level1Output[residue] = meanOf(results, at);
@@ -86,8 +88,9 @@ void CHI1ANN::calcLevel1() {
 }
 
 void CHI1ANN::calcLevel1_single() {
-    const auto members = orvix::ensembleWeights(*this, 1, 1);
-    const orvix::EnsembleOutput results = orvix::evaluateLevel(members, level1Input, 1);
+    const auto members = orvix::networks::ensembleWeights(*this, 1, 1);
+    const orvix::networks::EnsembleOutput results =
+        orvix::networks::evaluateLevel(members, level1Input, 1);
     std::size_t at = 0;
     for (const auto& [residue, window] : level1Input) {
         level1Output[residue] = results[0][at];
@@ -97,40 +100,41 @@ void CHI1ANN::calcLevel1_single() {
 
 void CHI1ANN::applyVecAverage(std::vector<double>& a, std::vector<double>& b,
                               std::vector<double>& c, std::vector<double>& out) {
-    orvix::appendPlainMean(a, b, c, out);
+    orvix::networks::appendPlainMean(a, b, c, out);
 }
 
 void CHI1ANN::loadWeights() {
     loadedFromFiles = true;
-    orvix::forEachLayerFile(*this, 1, ".tab",
-                            [this](const std::string& file, orvix::WeightRows* w,
-                                   std::vector<double>* b, int rows, int cols) {
-                                loadWeightBias3(file, w[0], b[0], w[1], b[1], w[2], b[2], rows,
-                                                cols);
-                            });
+    orvix::networks::forEachLayerFile(
+        *this, 1, ".tab",
+        [this](const std::string& file, orvix::networks::WeightRows* w, std::vector<double>* b,
+               int rows, int cols) {
+            loadWeightBias3(file, w[0], b[0], w[1], b[1], w[2], b[2], rows, cols);
+        });
     chi1Loaded = true;
 }
 
 void CHI1ANN::loadWeights1() {
-    orvix::forEachLayerFile(
+    orvix::networks::forEachLayerFile(
         *this, 1, ".bin",
-        [this](const std::string& file, orvix::WeightRows* w, std::vector<double>* b, int rows,
-               int cols) { loadWeightBias1(file, w[0], b[0], rows, cols); });
+        [this](const std::string& file, orvix::networks::WeightRows* w, std::vector<double>* b,
+               int rows, int cols) { loadWeightBias1(file, w[0], b[0], rows, cols); });
 }
 
 void CHI1ANN::loadWeightBias3(const std::string& file, std::map<int, std::vector<double>>& w0,
                               std::vector<double>& b0, std::map<int, std::vector<double>>& w1,
                               std::vector<double>& b1, std::map<int, std::vector<double>>& w2,
                               std::vector<double>& b2, int rows, int cols) {
-    const orvix::LayerWeights members[] = {{&w0, &b0}, {&w1, &b1}, {&w2, &b2}};
-    orvix::distributeRows(orvix::readWeightTable(file, orvix::WeightRules::text, cols), members,
-                          rows);
+    const orvix::networks::LayerWeights members[] = {{&w0, &b0}, {&w1, &b1}, {&w2, &b2}};
+    orvix::networks::distributeRows(
+        orvix::networks::readWeightTable(file, orvix::networks::WeightRules::text, cols), members,
+        rows);
 }
 
 void CHI1ANN::loadWeightBias1(const std::string& file, std::map<int, std::vector<double>>& w,
                               std::vector<double>& b, int rows, int cols) {
-    const orvix::LayerWeights member[] = {{&w, &b}};
-    if (!orvix::loadBinaryRows(file, member, rows, cols)) {
+    const orvix::networks::LayerWeights member[] = {{&w, &b}};
+    if (!orvix::networks::loadBinaryRows(file, member, rows, cols)) {
         std::cerr << " unable to open ANN parameter file " << file << "\n";
     }
 }
@@ -139,6 +143,6 @@ void CHI1ANN::loadWeightBiasBIN3(const std::string& file, std::map<int, std::vec
                                  std::vector<double>& b0, std::map<int, std::vector<double>>& w1,
                                  std::vector<double>& b1, std::map<int, std::vector<double>>& w2,
                                  std::vector<double>& b2, int rows, int cols) {
-    const orvix::LayerWeights members[] = {{&w0, &b0}, {&w1, &b1}, {&w2, &b2}};
-    orvix::loadBinaryRows(file, members, rows, cols);
+    const orvix::networks::LayerWeights members[] = {{&w0, &b0}, {&w1, &b1}, {&w2, &b2}};
+    orvix::networks::loadBinaryRows(file, members, rows, cols);
 }

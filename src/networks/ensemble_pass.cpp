@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/parallel.h"
 #include "networks/heap_reserve.h"
-#include "run/parallel.h"
 
-namespace orvix {
+namespace orvix::networks {
 namespace {
 
 constexpr Activation activations[3] = {Activation::tanh, Activation::tanh, Activation::linear};
@@ -179,4 +179,4 @@ EnsembleOutput runEnsemblePlain(std::span<const MemberWeights> members,
     return results;
 }
 
-}  // namespace orvix
+}  // namespace orvix::networks

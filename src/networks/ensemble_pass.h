@@ -9,7 +9,7 @@
 
 #include "networks/layer_kernel.h"
 
-namespace orvix {
+namespace orvix::networks {
 
 using WeightRows = std::map<int, std::vector<double>>;
 
@@ -61,4 +61,4 @@ EnsembleOutput runEnsemble(const LayerKernel& kernel, std::span<const MemberWeig
 EnsembleOutput runEnsemblePlain(std::span<const MemberWeights> members,
                                 std::span<const std::vector<double>* const> windows);
 
-}  // namespace orvix
+}  // namespace orvix::networks

@@ -16,7 +16,7 @@
 #if defined(__linux__) && defined(__GLIBC__) && !defined(ORVIX_FOREIGN_HEAP)
 #include <sys/mman.h>
 
-namespace orvix {
+namespace orvix::networks {
 
 void reserveHeap(std::size_t bytes) {
     constexpr std::uintptr_t largePage = std::uintptr_t{2} << 20;
@@ -44,11 +44,11 @@ void reserveHeap(std::size_t bytes) {
     std::free(top);
 }
 
-}  // namespace orvix
+}  // namespace orvix::networks
 #else
-namespace orvix {
+namespace orvix::networks {
 
 void reserveHeap(std::size_t /*bytes*/) {}
 
-}  // namespace orvix
+}  // namespace orvix::networks
 #endif

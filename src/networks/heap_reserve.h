@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-namespace orvix {
+namespace orvix::networks {
 
 /// The most that one call of `reserveHeap` prepares.
 inline constexpr std::size_t heapReserveLimit = std::size_t{30} << 20;
@@ -13,4 +13,4 @@ inline constexpr std::size_t heapReserveLimit = std::size_t{30} << 20;
 /// holds no memory that the heap could not use for other things. Small requests do nothing.
 void reserveHeap(std::size_t bytes);
 
-}  // namespace orvix
+}  // namespace orvix::networks

@@ -7,7 +7,7 @@
 // compiled with flags of their own, so this header holds plain data only and no inline function:
 // a linker would be free to keep the copy that needs the newer processor for everyone.
 
-namespace orvix {
+namespace orvix::networks {
 
 /// A few rows of one layer against many input vectors. Vectors are laid out in batches of
 /// LayerKernel::batchLanes; within a batch the value of column c and lane l is at
@@ -48,4 +48,4 @@ const LayerKernel* portableLayerKernel();
 const LayerKernel* avx2LayerKernel();
 const LayerKernel* avx512LayerKernel();
 
-}  // namespace orvix
+}  // namespace orvix::networks

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <memory>
 
-namespace orvix {
+namespace orvix::networks {
 namespace {
 
 // Without a finite input a zero weight can't be left out, and such vectors are rare enough for the
@@ -197,4 +197,4 @@ const LayerKernel& bestLayerKernel() {
     return best;
 }
 
-}  // namespace orvix
+}  // namespace orvix::networks

@@ -7,7 +7,7 @@
 
 #include "networks/layer_block.h"
 
-namespace orvix {
+namespace orvix::networks {
 
 /// The weights of one layer, read where their owner keeps them: valid as long as the rows are.
 /// A row longer than the input counts to the input's length; a shorter one, or none, adds the
@@ -76,4 +76,4 @@ std::vector<const LayerKernel*> availableLayerKernels();
 /// The fastest of them.
 const LayerKernel& bestLayerKernel();
 
-}  // namespace orvix
+}  // namespace orvix::networks

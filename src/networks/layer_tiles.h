@@ -8,7 +8,7 @@
 // Everything is in an unnamed namespace on purpose: each file must keep its own copy, compiled with
 // its own flags.
 
-namespace orvix {
+namespace orvix::networks {
 namespace {
 
 constexpr int batchVectors = 3;
@@ -156,4 +156,4 @@ void runBlock(const LayerBlock& block) {
 }
 
 }  // namespace
-}  // namespace orvix
+}  // namespace orvix::networks

@@ -7,7 +7,7 @@
 
 #include "networks/layer_tiles.h"
 
-namespace orvix {
+namespace orvix::networks {
 namespace {
 
 struct Avx2Lanes {
@@ -33,13 +33,13 @@ const LayerKernel* avx2LayerKernel() {
     return &kernel;
 }
 
-}  // namespace orvix
+}  // namespace orvix::networks
 #else
-namespace orvix {
+namespace orvix::networks {
 
 const LayerKernel* avx2LayerKernel() {
     return nullptr;
 }
 
-}  // namespace orvix
+}  // namespace orvix::networks
 #endif

@@ -7,7 +7,7 @@
 
 #include "networks/layer_tiles.h"
 
-namespace orvix {
+namespace orvix::networks {
 namespace {
 
 struct Avx512Lanes {
@@ -34,13 +34,13 @@ const LayerKernel* avx512LayerKernel() {
     return &kernel;
 }
 
-}  // namespace orvix
+}  // namespace orvix::networks
 #else
-namespace orvix {
+namespace orvix::networks {
 
 const LayerKernel* avx512LayerKernel() {
     return nullptr;
 }
 
-}  // namespace orvix
+}  // namespace orvix::networks
 #endif

@@ -5,7 +5,7 @@
 #include <emmintrin.h>
 #endif
 
-namespace orvix {
+namespace orvix::networks {
 namespace {
 
 // Rounds toward zero. From 2^52 on a double is whole; NaN stays.
@@ -61,4 +61,4 @@ const LayerKernel* portableLayerKernel() {
     return &kernel;
 }
 
-}  // namespace orvix
+}  // namespace orvix::networks

@@ -1,8 +1,8 @@
 #include "networks/level_pass.h"
 
-#include "run/process.h"
+#include "base/process.h"
 
-namespace orvix {
+namespace orvix::networks {
 
 MemberWeights memberWeights(ANN& network, int level, int member) {
     // Rows that a file lacks show here and nowhere else; weights that a caller filled in by hand
@@ -77,4 +77,4 @@ void forEachLayerFile(ANN& network, int levels, const std::string& extension,
     layer(".level2.WL2", network.level2WL2, network.level2BL2, network.outputSize2, hidden2);
 }
 
-}  // namespace orvix
+}  // namespace orvix::networks

@@ -8,7 +8,7 @@
 #include "networks/ann.h"
 #include "networks/ensemble_pass.h"
 
-namespace orvix {
+namespace orvix::networks {
 
 /// The containers of one member of a network's level 1 or 2.
 MemberWeights memberWeights(ANN& network, int level, int member);
@@ -38,4 +38,4 @@ using LayerLoader = std::function<void(const std::string& path, WeightRows* weig
 void forEachLayerFile(ANN& network, int levels, const std::string& extension,
                       const LayerLoader& load);
 
-}  // namespace orvix
+}  // namespace orvix::networks

@@ -1,6 +1,6 @@
 #include "networks/network_input.h"
 
-namespace orvix {
+namespace orvix::networks {
 
 std::map<int, std::vector<double>> residueFirst(const std::map<int, std::vector<double>>& input) {
     std::map<int, std::vector<double>> result;
@@ -22,4 +22,4 @@ std::string baseLetter(const std::string& letter) {
     return letter == "c" ? "C" : letter == "h" ? "H" : letter;
 }
 
-}  // namespace orvix
+}  // namespace orvix::networks

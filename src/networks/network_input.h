@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace orvix {
+namespace orvix::networks {
 
 /// Number of values in a residue vector: 12 shift entries (six pairs of value and flag in the order
 /// HN, N, HA, C, CA, CB) and 20 residue entries.
@@ -19,4 +19,4 @@ std::map<int, std::vector<double>> residueFirst(const std::map<int, std::vector<
 /// histidine read as C and H.
 std::string baseLetter(const std::string& letter);
 
-}  // namespace orvix
+}  // namespace orvix::networks

@@ -2,12 +2,12 @@
 
 #include <array>
 
+#include "base/missing.h"
+#include "base/numbers.h"
 #include "networks/network_input.h"
-#include "run/angles.h"
 #include "run/orvix.h"
-#include "tables/number_text.h"
 
-namespace orvix {
+namespace orvix::networks {
 namespace {
 
 /// The order of the shift pairs in a network vector.
@@ -59,4 +59,4 @@ std::vector<double> residueInput(ORVIX& run, int residue, const ShiftsByResidue&
     return vector;
 }
 
-}  // namespace orvix
+}  // namespace orvix::networks

@@ -6,7 +6,7 @@
 
 class ORVIX;
 
-namespace orvix {
+namespace orvix::networks {
 
 /// Residue -> atom -> secondary shift in ppm, 9999.0 for a missing one.
 using ShiftsByResidue = std::map<int, std::map<std::string, double>>;
@@ -20,4 +20,4 @@ ShiftsByResidue clippedShifts(ORVIX& run);
 /// CA, CB, then its 20 scaled substitution scores. Shorter for a letter without scores.
 std::vector<double> residueInput(ORVIX& run, int residue, const ShiftsByResidue& shifts);
 
-}  // namespace orvix
+}  // namespace orvix::networks

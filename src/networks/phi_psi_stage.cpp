@@ -5,15 +5,15 @@
 #include <iostream>
 #include <memory>
 
+#include "base/angles.h"
+#include "base/numbers.h"
+#include "base/phi_psi_grid.h"
+#include "base/process.h"
 #include "networks/network_input.h"
 #include "networks/phi_psi_input.h"
-#include "networks/phi_psi_prior.h"
 #include "networks/phi_psi_table.h"
 #include "networks/surfann.h"
-#include "run/angles.h"
 #include "run/orvix.h"
-#include "run/process.h"
-#include "tables/number_text.h"
 
 namespace {
 
@@ -65,10 +65,10 @@ void loadObservedTriplets(ORVIX& run) {
 
 /// Fills `annInput` for the residues in range.
 void prepareNetworkInput(ORVIX& run) {
-    const orvix::ShiftsByResidue shifts = orvix::clippedShifts(run);
+    const orvix::networks::ShiftsByResidue shifts = orvix::networks::clippedShifts(run);
     for (int r = run.firstResid; r <= run.lastResid; ++r) {
-        std::vector<double> vector = orvix::residueInput(run, r, shifts);
-        if (vector.size() == orvix::residueVectorSize) {
+        std::vector<double> vector = orvix::networks::residueInput(run, r, shifts);
+        if (vector.size() == orvix::networks::residueVectorSize) {
             run.annInput[r] = std::move(vector);
         }
     }
@@ -76,7 +76,7 @@ void prepareNetworkInput(ORVIX& run) {
 
 /// Runs the surface networks on the network input.
 void runSurfaceNetworks(ORVIX& run) {
-    std::map<int, std::vector<double>> input = orvix::residueFirst(run.annInput);
+    std::map<int, std::vector<double>> input = orvix::networks::residueFirst(run.annInput);
     if (!run.noProton) {
         SURFANN standard(160, 180, 324, 1620, 360, 324, run.tabDir, "surf20");
         standard.set_input_code(5);
@@ -156,7 +156,7 @@ void ORVIX::runABP_Prediction() {
         std::cerr << "\tCan't open file write file " << file << " !!!\n";
         return;
     }
-    std::string text = orvix::phiPsiTableHeader(inTitle);
+    std::string text = orvix::networks::phiPsiTableHeader(inTitle);
     const std::array<double, boxCount> prior = orvix::phiPsiPrior();
     auto found = std::make_unique<ClusterData>();
     for (const auto& [residue, standard] : mapStandard) {
@@ -181,14 +181,14 @@ void ORVIX::runABP_Prediction() {
             share = map[static_cast<std::size_t>(found->clusterMember[1][1])] / seeds;
         }
         annConfidence[residue] = share;
-        orvix::PhiPsiTableRow row;
+        orvix::networks::PhiPsiTableRow row;
         row.residue = residue;
         row.name = residueLabel(residue);
         row.windowShifts = 30 - missing.total;
         row.residueShifts = 6 - missingAt(residue);
         row.clusterCount = clusterCount;
         row.firstShare = share;
-        orvix::appendPhiPsiRow(text, row, map);
+        orvix::networks::appendPhiPsiRow(text, row, map);
         annPhiPsi[residue] = std::move(map);
     }
     std::fwrite(text.data(), 1, text.size(), out.get());

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-namespace orvix {
+namespace orvix::networks {
 namespace {
 
 constexpr int binCount = 18;
@@ -63,4 +63,4 @@ void appendPhiPsiRow(std::string& text, const PhiPsiTableRow& row, std::span<con
     text += '\n';
 }
 
-}  // namespace orvix
+}  // namespace orvix::networks

@@ -3,7 +3,7 @@
 #include <span>
 #include <string>
 
-namespace orvix {
+namespace orvix::networks {
 
 /// The columns of a residue in the phi/psi map table in front of its 324 box values.
 struct PhiPsiTableRow {
@@ -21,4 +21,4 @@ std::string phiPsiTableHeader(const std::string& title);
 /// Appends the line of one residue, `map` holding its 324 box values.
 void appendPhiPsiRow(std::string& text, const PhiPsiTableRow& row, std::span<const double> map);
 
-}  // namespace orvix
+}  // namespace orvix::networks

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-namespace orvix {
+namespace orvix::networks {
 
 PositionTable::PositionTable(const std::map<int, std::vector<double>>& residues) {
     for (const auto& [residue, vector] : residues) {
@@ -50,4 +50,4 @@ std::vector<double> paddingVector() {
     return padding;
 }
 
-}  // namespace orvix
+}  // namespace orvix::networks

@@ -3,7 +3,7 @@
 #include <map>
 #include <vector>
 
-namespace orvix {
+namespace orvix::networks {
 
 /// Which residue stands at which position of a chain: positions 1 to n in order of residue number.
 /// A position without an entry reads as residue number 0.
@@ -40,4 +40,4 @@ void append(std::vector<double>& whole, const std::vector<double>& part);
 /// A residue of no type without shifts: 20 zeros, then six pairs of 0.0 and 1.0.
 std::vector<double> paddingVector();
 
-}  // namespace orvix
+}  // namespace orvix::networks

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "run/angles.h"
+#include "base/statistics.h"
 
-namespace orvix {
+namespace orvix::networks {
 
 ClassCall callClass(const ClassValues& values, std::string_view letters) {
     ClassCall call;
@@ -52,4 +52,4 @@ std::string ClassBlocks::block() {
     return lines;
 }
 
-}  // namespace orvix
+}  // namespace orvix::networks

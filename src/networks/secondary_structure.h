@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orvix {
+namespace orvix::networks {
 
 /// Class values of a residue in the order helix, strand, coil.
 using ClassValues = std::vector<double>;
@@ -39,4 +39,4 @@ class ClassBlocks {
     int count_ = 0;
 };
 
-}  // namespace orvix
+}  // namespace orvix::networks

@@ -3,17 +3,17 @@
 #include <iostream>
 #include <memory>
 
+#include "base/process.h"
 #include "networks/ann.h"
 #include "networks/network_input.h"
 #include "networks/secondary_structure.h"
 #include "networks/ssann.h"
 #include "run/citation.h"
 #include "run/orvix.h"
-#include "run/process.h"
 
 namespace {
 
-using orvix::ClassValues;
+using orvix::networks::ClassValues;
 using ValuesByResidue = std::map<int, ClassValues>;
 
 const ClassValues zeroValues(3, 0.0);
@@ -103,7 +103,8 @@ void ORVIX::runSS_Prediction() {
     ssCenterResult = runShiftNetwork(*this, "ss.center", 2, annInput);
     ssPrevResult = runShiftNetwork(*this, "ss.prev", 1, annInput);
     ssNextResult = runShiftNetwork(*this, "ss.next", 3, annInput);
-    const ValuesByResidue five = runShiftNetwork(*this, "ss5", 5, orvix::residueFirst(annInput));
+    const ValuesByResidue five =
+        runShiftNetwork(*this, "ss5", 5, orvix::networks::residueFirst(annInput));
 
     std::map<int, std::vector<double>> sequenceInput;
     for (const auto& [residue, letter] : seq) {
@@ -115,7 +116,7 @@ void ORVIX::runSS_Prediction() {
         }
         ssShiftResult[residue] = std::move(values);
 
-        const auto scores = blosumRaw.find(orvix::baseLetter(letter));
+        const auto scores = blosumRaw.find(orvix::networks::baseLetter(letter));
         if (scores != blosumRaw.end() && scores->second.size() == 20) {
             sequenceInput[residue] = scores->second;
         }
@@ -132,24 +133,24 @@ void ORVIX::runSS_Prediction() {
         std::cerr << "\tCan't open write file " << file << " !!!\n";
         return;
     }
-    orvix::ClassBlocks blocks("");
+    orvix::networks::ClassBlocks blocks("");
     std::string rows;
     for (const auto& [residue, shiftValues] : ssShiftResult) {
         const bool decidedByShifts =
             std::max({shiftValues[0], shiftValues[1], shiftValues[2]}) != 0.0;
         const bool end = isChainEnd(*this, residue);
-        orvix::ClassCall call;
+        orvix::networks::ClassCall call;
         ClassValues shown = shiftValues;
         if (decidedByShifts) {
-            call = orvix::callClass(shiftValues, "HEL");
+            call = orvix::networks::callClass(shiftValues, "HEL");
             if (end) {
                 call.letter = "L";
                 call.confidence = 0.0;
             }
         } else {
-            call = orvix::callClass(valuesAt(seqSSResult, residue), "hec");
+            call = orvix::networks::callClass(valuesAt(seqSSResult, residue), "hec");
         }
-        call.confidence = orvix::shownConfidence(call.confidence);
+        call.confidence = orvix::networks::shownConfidence(call.confidence);
         if (call.letter == "h" || call.letter == "e" || call.letter == "c") {
             shown = seqSSResult[residue];
         } else if (end) {
@@ -162,7 +163,7 @@ void ORVIX::runSS_Prediction() {
         if (original == seqOrig.end() || original->second.empty()) {
             continue;
         }
-        orvix::StructureRow& row = structureRows[residue];
+        orvix::summaries::StructureRow& row = structureRows[residue];
         row.residue = residue;
         row.name = residueLabel(residue);
         row.shiftCount = 18 - missingAt(residue - 1) - missingAt(residue) - missingAt(residue + 1);

@@ -3,29 +3,29 @@
 #include <iostream>
 #include <memory>
 
+#include "base/process.h"
 #include "networks/check_file.h"
 #include "networks/secondary_structure.h"
 #include "networks/ssann.h"
 #include "run/orvix.h"
-#include "run/process.h"
 
 namespace {
 
 /// Reads the profile of the run; residues are numbered from `first`.
 std::map<int, std::vector<double>> readProfile(ORVIX& run, int first) {
     run.seq.clear();
-    orvix::SequenceProfile profile;
+    orvix::networks::SequenceProfile profile;
     int length = 0, extraRows = 0;
-    const orvix::CheckFileStatus status =
-        orvix::readCheckFile(run.blastCheckFile, profile, length, extraRows);
-    if (status == orvix::CheckFileStatus::cannotOpen) {
+    const orvix::networks::CheckFileStatus status =
+        orvix::networks::readCheckFile(run.blastCheckFile, profile, length, extraRows);
+    if (status == orvix::networks::CheckFileStatus::cannotOpen) {
         std::cout << "Unable to open file";
         orvix::endProcess(-1);
     }
-    if (status == orvix::CheckFileStatus::badLength) {
+    if (status == orvix::networks::CheckFileStatus::badLength) {
         orvix::endProcess(-1, "\tCheck file " + run.blastCheckFile + " has a sequence length of " +
                                   std::to_string(length) + ", expected 0 to " +
-                                  std::to_string(orvix::checkFileLengthLimit) + "\n");
+                                  std::to_string(orvix::networks::checkFileLengthLimit) + "\n");
     }
     if (extraRows > 0) {
         std::cerr << "\tCheck file " << run.blastCheckFile << " has " << extraRows
@@ -69,14 +69,14 @@ void ORVIX::runSeqSS_Prediction() {
         std::cerr << "\tCan't open write file " << file << " !!!\n";
         return;
     }
-    orvix::ClassBlocks blocks("\n");
+    orvix::networks::ClassBlocks blocks("\n");
     std::string rows;
     for (const auto& [residue, values] : seqSSResult) {
-        orvix::ClassCall call = orvix::callClass(values, "hec");
+        orvix::networks::ClassCall call = orvix::networks::callClass(values, "hec");
         if (call.letter == "x") {
             call.letter = "c";
         }
-        call.confidence = orvix::shownConfidence(call.confidence);
+        call.confidence = orvix::networks::shownConfidence(call.confidence);
         const std::string& letter = seqName(residue);
         blocks.add(letter, call.letter, call.confidence);
         char line[200];

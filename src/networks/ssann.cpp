@@ -30,7 +30,7 @@ void appendBlock(std::vector<double>& window, const std::vector<double>& vector,
                  std::size_t length) {
     if (vector.size() == length) {
         window.push_back(0.0);
-        orvix::append(window, vector);
+        orvix::networks::append(window, vector);
     }
 }
 
@@ -39,8 +39,8 @@ void appendPadding(std::vector<double>& window, std::size_t length) {
     window.insert(window.end(), length, 0.0);
 }
 
-void combine(SSANN& network, const ANN::ResidueMap& windows, orvix::EnsembleOutput results,
-             ANN::ResidueMap& outputs) {
+void combine(SSANN& network, const ANN::ResidueMap& windows,
+             orvix::networks::EnsembleOutput results, ANN::ResidueMap& outputs) {
     std::size_t at = 0;
     for (const auto& [residue, window] : windows) {
         std::vector<double> mean;
@@ -80,17 +80,17 @@ void SSANN::setKNOWN_SS(std::map<int, std::vector<double>>& known) {
 
 void SSANN::loadWeights() {
     loadedFromFiles = true;
-    orvix::forEachLayerFile(*this, 2, ".tab",
-                            [this](const std::string& file, orvix::WeightRows* w,
-                                   std::vector<double>* b, int rows, int cols) {
-                                if (order == 3) {
-                                    loadWeightBias3(file, w[0], b[0], w[1], b[1], w[2], b[2], rows,
-                                                    cols);
-                                } else if (order == 5) {
-                                    loadWeightBias5(file, w[0], b[0], w[1], b[1], w[2], b[2], w[3],
-                                                    b[3], w[4], b[4], rows, cols);
-                                }
-                            });
+    orvix::networks::forEachLayerFile(
+        *this, 2, ".tab",
+        [this](const std::string& file, orvix::networks::WeightRows* w, std::vector<double>* b,
+               int rows, int cols) {
+            if (order == 3) {
+                loadWeightBias3(file, w[0], b[0], w[1], b[1], w[2], b[2], rows, cols);
+            } else if (order == 5) {
+                loadWeightBias5(file, w[0], b[0], w[1], b[1], w[2], b[2], w[3], b[3], w[4], b[4],
+                                rows, cols);
+            }
+        });
 }
 
 void SSANN::loadWeightBias5(const std::string& file, std::map<int, std::vector<double>>& w0,
@@ -99,20 +99,23 @@ void SSANN::loadWeightBias5(const std::string& file, std::map<int, std::vector<d
                             std::vector<double>& b2, std::map<int, std::vector<double>>& w3,
                             std::vector<double>& b3, std::map<int, std::vector<double>>& w4,
                             std::vector<double>& b4, int rows, int cols) {
-    const orvix::LayerWeights members[] = {
+    const orvix::networks::LayerWeights members[] = {
         {&w0, &b0}, {&w1, &b1}, {&w2, &b2}, {&w3, &b3}, {&w4, &b4}};
-    orvix::distributeRows(orvix::readWeightTable(file, orvix::WeightRules::text, cols), members,
-                          rows);
+    orvix::networks::distributeRows(
+        orvix::networks::readWeightTable(file, orvix::networks::WeightRules::text, cols), members,
+        rows);
 }
 
 void SSANN::calcLevel1() {
-    const auto members = orvix::ensembleWeights(*this, 1, memberCount(order));
-    combine(*this, level1Input, orvix::evaluateLevel(members, level1Input, 1), level1Output);
+    const auto members = orvix::networks::ensembleWeights(*this, 1, memberCount(order));
+    combine(*this, level1Input, orvix::networks::evaluateLevel(members, level1Input, 1),
+            level1Output);
 }
 
 void SSANN::calcLevel2() {
-    const auto members = orvix::ensembleWeights(*this, 2, memberCount(order));
-    combine(*this, level2Input, orvix::evaluateLevel(members, level2Input, 1), level2Output);
+    const auto members = orvix::networks::ensembleWeights(*this, 2, memberCount(order));
+    combine(*this, level2Input, orvix::networks::evaluateLevel(members, level2Input, 1),
+            level2Output);
 }
 
 void SSANN::applyVecAverage5(std::vector<double>& a, std::vector<double>& b, std::vector<double>& c,
@@ -144,7 +147,7 @@ void SSANN::runANN(std::map<int, std::vector<double>>& input) {
     }
     loadWeights();
 
-    const orvix::PositionTable positions(rawInput);
+    const orvix::networks::PositionTable positions(rawInput);
     const long long lowest = positions.lowest();
     const long long highest = positions.highest();
     const long long half = ((static_cast<long long>(inputSize1) + 1) / 21 - 1) / 2;
@@ -154,11 +157,11 @@ void SSANN::runANN(std::map<int, std::vector<double>>& input) {
         for (long long k = -half; k <= half; ++k) {
             const long long r = residue + k;
             if (k == 0) {
-                orvix::append(window, vector);
+                orvix::networks::append(window, vector);
             } else if (r < lowest || r > highest) {
                 appendPadding(window, residueLength);
             } else {
-                appendBlock(window, orvix::vectorOf(rawInput, r), residueLength);
+                appendBlock(window, orvix::networks::vectorOf(rawInput, r), residueLength);
             }
         }
     }
@@ -177,15 +180,16 @@ void SSANN::runANN(std::map<int, std::vector<double>>& input) {
         std::vector<double>& window = level2Input[residue];
         for (long long k = -half; k <= half; ++k) {
             const long long r = residue + k;
-            const std::vector<double>& known = orvix::vectorOf(knownSS, r);
+            const std::vector<double>& known = orvix::networks::vectorOf(knownSS, r);
             if (k == 0) {
-                orvix::append(window, isKnown(known) ? known : orvix::vectorOf(level1Output, r));
+                orvix::networks::append(
+                    window, isKnown(known) ? known : orvix::networks::vectorOf(level1Output, r));
             } else if (isKnown(known)) {
                 appendBlock(window, known, classCount);
             } else if (r < lowest || r > highest) {
                 appendPadding(window, classCount);
             } else {
-                appendBlock(window, orvix::vectorOf(level1Output, r), classCount);
+                appendBlock(window, orvix::networks::vectorOf(level1Output, r), classCount);
             }
         }
     }

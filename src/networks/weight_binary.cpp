@@ -5,7 +5,7 @@
 
 #include "networks/weight_table.h"
 
-namespace orvix {
+namespace orvix::networks {
 namespace {
 
 double fromLittleEndian(const unsigned char* bytes) {
@@ -61,4 +61,4 @@ bool loadBinaryRows(const std::string& path, std::span<const LayerWeights> membe
     return true;
 }
 
-}  // namespace orvix
+}  // namespace orvix::networks

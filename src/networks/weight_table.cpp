@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <map>
 
+#include "base/numbers.h"
+#include "base/parallel.h"
 #include "networks/weight_text.h"
-#include "run/parallel.h"
 #include "tables/gdb.h"
 #include "tables/gdb2.h"
-#include "tables/number_text.h"
 
-namespace orvix {
+namespace orvix::networks {
 namespace {
 
 // A thread is worth its start from about this much text on.
@@ -112,4 +112,4 @@ void distributeRows(WeightTable table, std::span<const LayerWeights> members, in
     }
 }
 
-}  // namespace orvix
+}  // namespace orvix::networks

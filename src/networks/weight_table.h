@@ -8,7 +8,7 @@
 
 #include "networks/ensemble_pass.h"
 
-namespace orvix {
+namespace orvix::networks {
 
 /// Which table class's rules a weight table is read by.
 enum class WeightRules {
@@ -46,4 +46,4 @@ void distributeRows(WeightTable table, std::span<const LayerWeights> members, in
 bool loadBinaryRows(const std::string& path, std::span<const LayerWeights> members, int rows,
                     int columns);
 
-}  // namespace orvix
+}  // namespace orvix::networks

@@ -10,12 +10,12 @@
 #include <cstring>
 #include <map>
 
+#include "base/numbers.h"
+#include "base/text.h"
 #include "networks/heap_reserve.h"
 #include "tables/gdb2.h"
-#include "tables/number_text.h"
-#include "tables/table_text.h"
 
-namespace orvix {
+namespace orvix::networks {
 namespace {
 
 constexpr std::size_t blockSize = std::size_t{64} << 10;
@@ -326,4 +326,4 @@ bool WeightText::parseLines(const char* p, const char* end, std::vector<double>&
     return true;
 }
 
-}  // namespace orvix
+}  // namespace orvix::networks

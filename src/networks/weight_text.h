@@ -7,7 +7,7 @@
 
 #include "networks/weight_table.h"
 
-namespace orvix {
+namespace orvix::networks {
 
 /// The text of one weight table, open for reading: the header is understood, the rows are read in
 /// parts that may go to different threads.
@@ -52,4 +52,4 @@ class WeightText {
     std::vector<std::size_t> slots_;  // column of the file -> weight, bias (columns_) or none
 };
 
-}  // namespace orvix
+}  // namespace orvix::networks

@@ -3,9 +3,9 @@
 #include <memory>
 #include <string>
 
+#include "base/process.h"
 #include "order/rci.h"
 #include "run/orvix.h"
-#include "run/process.h"
 
 namespace {
 

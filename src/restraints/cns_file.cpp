@@ -4,7 +4,7 @@
 
 #include "restraints/restraint_file.h"
 
-namespace orvix {
+namespace orvix::restraints {
 
 namespace {
 
@@ -48,4 +48,4 @@ void writeCns(const RestraintFile& file, std::ostream& out) {
     }
 }
 
-}  // namespace orvix
+}  // namespace orvix::restraints

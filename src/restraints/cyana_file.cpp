@@ -3,7 +3,7 @@
 
 #include "restraints/restraint_file.h"
 
-namespace orvix {
+namespace orvix::restraints {
 
 void writeCyana(const RestraintFile& file, std::ostream& out) {
     for (const std::string& line : headLines(file)) {
@@ -19,4 +19,4 @@ void writeCyana(const RestraintFile& file, std::ostream& out) {
     }
 }
 
-}  // namespace orvix
+}  // namespace orvix::restraints

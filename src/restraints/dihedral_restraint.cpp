@@ -4,10 +4,10 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "base/angles.h"
 #include "restraints/restraint_names.h"
-#include "run/angles.h"
 
-namespace orvix {
+namespace orvix::restraints {
 
 namespace {
 
@@ -62,7 +62,7 @@ class Collector {
         return &set_.restraints.back();
     }
 
-    void addChi1(int residue, const FinishedChi1& chi1) {
+    void addChi1(int residue, const results::FinishedChi1& chi1) {
         if (chi1.rotamer.empty()) {
             ++set_.withoutRotamer;
             return;
@@ -99,8 +99,8 @@ int RestraintSet::count(Dihedral dihedral) const {
     return count;
 }
 
-RestraintSet makeRestraints(const FinishedPrediction& prediction, const RestraintRules& rules,
-                            const std::set<int>& namedResidues) {
+RestraintSet makeRestraints(const results::FinishedPrediction& prediction,
+                            const RestraintRules& rules, const std::set<int>& namedResidues) {
     RestraintSet set;
     Collector collector(rules, set);
     for (const auto& [number, residue] : prediction.residues) {
@@ -172,4 +172,4 @@ std::string degreesText(int thousandths) {
     return text;
 }
 
-}  // namespace orvix
+}  // namespace orvix::restraints

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "restraints/finished_prediction.h"
+#include "results/finished_prediction.h"
 
-namespace orvix {
+namespace orvix::restraints {
 
 enum class Dihedral { phi, psi, chi1 };
 
@@ -54,8 +54,8 @@ struct RestraintSet {
 /// Restraints for the residues of the chosen classes. Never one from a missing value, a spread of 0
 /// (no pick) or of 180 degrees and more (a single pick), nor for the first and the last residue.
 /// Residues of unknown type are left out, but for `namedResidues`, which the user has named.
-RestraintSet makeRestraints(const FinishedPrediction& prediction, const RestraintRules& rules,
-                            const std::set<int>& namedResidues = {});
+RestraintSet makeRestraints(const results::FinishedPrediction& prediction,
+                            const RestraintRules& rules, const std::set<int>& namedResidues = {});
 
 /// An atom of a torsion angle.
 struct TorsionAtom {
@@ -72,4 +72,4 @@ std::string torsionName(Dihedral dihedral);
 /// Thousandths of a degree as text with three places.
 std::string degreesText(int thousandths);
 
-}  // namespace orvix
+}  // namespace orvix::restraints

@@ -4,11 +4,11 @@
 #include <ostream>
 #include <sstream>
 
-#include "companion/command.h"
+#include "cli/command.h"
 #include "restraints/restraint_file.h"
 #include "restraints/star_text.h"
 
-namespace orvix {
+namespace orvix::restraints {
 
 namespace {
 
@@ -72,7 +72,7 @@ void writeMetaData(const RestraintFile& file, std::ostream& out) {
 }
 
 void writeMolecularSystem(const RestraintFile& file, std::ostream& out) {
-    const FinishedPrediction& prediction = file.prediction;
+    const results::FinishedPrediction& prediction = file.prediction;
     StarFrameWriter frame = openFrame(out, "nef_molecular_system", "nef_molecular_system");
     frame.beginLoop("nef_sequence", {"index", "chain_code", "sequence_code", "residue_name",
                                      "linking", "residue_variant", "cis_peptide"});
@@ -103,7 +103,7 @@ void writeShifts(const RestraintFile& file, std::ostream& out) {
                 continue;
             }
             // The prediction takes the mean of a glycine's two alpha protons.
-            const bool mean = residue.letter == 'G' && resultShiftAtoms[i] == "HA";
+            const bool mean = residue.letter == 'G' && results::resultShiftAtoms[i] == "HA";
             frame.row({file.chain, file.numberText(number), file.residueName(number),
                        mean ? "QA" : nuclei[i].atom, shiftText(*residue.shifts[i]), "",
                        nuclei[i].element, nuclei[i].isotope});
@@ -145,7 +145,7 @@ void writeRestraints(const RestraintFile& file, std::ostream& out) {
     frame.endLoop();
 }
 
-bool hasShifts(const FinishedPrediction& prediction) {
+bool hasShifts(const results::FinishedPrediction& prediction) {
     for (const auto& [number, residue] : prediction.residues) {
         for (const std::optional<double>& shift : residue.shifts) {
             if (shift) {
@@ -160,8 +160,9 @@ bool hasShifts(const FinishedPrediction& prediction) {
 
 void writeNef(const RestraintFile& file, std::ostream& out) {
     if (!hasShifts(file.prediction)) {
-        throw InputRejected(file.prediction.file +
-                            ": holds no shifts; expected some, as a NEF file needs a shift list");
+        throw cli::InputRejected(
+            file.prediction.file +
+            ": holds no shifts; expected some, as a NEF file needs a shift list");
     }
     out << "data_nef_orvix_" << starName(file.prediction.title) << "\n\n";
     for (const std::string& line : headLines(file)) {
@@ -175,4 +176,4 @@ void writeNef(const RestraintFile& file, std::ostream& out) {
     writeRestraints(file, out);
 }
 
-}  // namespace orvix
+}  // namespace orvix::restraints

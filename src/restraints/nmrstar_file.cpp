@@ -4,7 +4,7 @@
 #include "restraints/restraint_file.h"
 #include "restraints/star_text.h"
 
-namespace orvix {
+namespace orvix::restraints {
 
 namespace {
 
@@ -74,7 +74,7 @@ class StarWriter {
     }
 
     void writeEntity() {
-        const FinishedPrediction& prediction = file_.prediction;
+        const results::FinishedPrediction& prediction = file_.prediction;
         StarFrameWriter entity = frame("Entity", "entity", entityCode);
         entity.tag("Entry_ID", entry_);
         entity.tag("ID", one);
@@ -189,4 +189,4 @@ void writeNmrStar(const RestraintFile& file, std::ostream& out) {
     StarWriter(file, out).write();
 }
 
-}  // namespace orvix
+}  // namespace orvix::restraints

@@ -4,9 +4,9 @@
 #include <cstdio>
 #include <set>
 
-#include "companion/command.h"
+#include "cli/command.h"
 
-namespace orvix {
+namespace orvix::restraints {
 
 namespace {
 
@@ -41,8 +41,9 @@ std::string RestraintFile::numberText(int residue) const {
     }
     const auto found = prediction.residues.find(residue);
     if (found == prediction.residues.end() || found->second.authorNumber.empty()) {
-        throw InputRejected(prediction.file + ": no author's number for residue " +
-                            std::to_string(residue) + "; expected author_resid for all of them");
+        throw cli::InputRejected(prediction.file + ": no author's number for residue " +
+                                 std::to_string(residue) +
+                                 "; expected author_resid for all of them");
     }
     return found->second.authorNumber;
 }
@@ -63,7 +64,7 @@ std::vector<std::string> headLines(const RestraintFile& file) {
     for (const std::string& word : file.rules.classes) {
         classes = word + (classes.empty() ? "" : ", ") + classes;
     }
-    const FinishedPrediction& prediction = file.prediction;
+    const results::FinishedPrediction& prediction = file.prediction;
     std::vector<std::string> lines;
     lines.push_back("Dihedral restraints written by orvix " + file.version);
     lines.push_back("Source: " + prediction.file + " (" + prediction.programName + " " +
@@ -109,7 +110,7 @@ void checkNumbering(const RestraintFile& file, RestraintFormat format) {
         return;
     }
     const bool integers = format == RestraintFormat::cyana || format == RestraintFormat::cns;
-    const FinishedPrediction& prediction = file.prediction;
+    const results::FinishedPrediction& prediction = file.prediction;
     std::set<int> needed;
     for (const DihedralRestraint& restraint : file.set.restraints) {
         for (const TorsionAtom& atom :
@@ -128,13 +129,13 @@ void checkNumbering(const RestraintFile& file, RestraintFormat format) {
         const std::string place = prediction.file + ": author's number " + asciiText(text) +
                                   " of residue " + std::to_string(residue);
         if (integers && !isInteger(text)) {
-            throw InputRejected(place + ": the format takes integers only");
+            throw cli::InputRejected(place + ": the format takes integers only");
         }
         if (const auto [owner, fresh] = owners.emplace(text, residue); !fresh) {
-            throw InputRejected(place + " is that of residue " + std::to_string(owner->second) +
-                                " as well");
+            throw cli::InputRejected(place + " is that of residue " +
+                                     std::to_string(owner->second) + " as well");
         }
     }
 }
 
-}  // namespace orvix
+}  // namespace orvix::restraints

@@ -5,10 +5,10 @@
 #include <vector>
 
 #include "restraints/dihedral_restraint.h"
-#include "restraints/finished_prediction.h"
 #include "restraints/restraint_names.h"
+#include "results/finished_prediction.h"
 
-namespace orvix {
+namespace orvix::restraints {
 
 enum class RestraintFormat { cyana, cns, nef, nmrStar };
 
@@ -17,7 +17,7 @@ enum class Numbering { table, author };
 
 /// All that goes into a restraint file.
 struct RestraintFile {
-    FinishedPrediction prediction;
+    results::FinishedPrediction prediction;
     RestraintRules rules;
     RestraintSet set;
     RestraintNames names;
@@ -54,4 +54,4 @@ void writeNmrStar(const RestraintFile& file, std::ostream& out);
 /// for two residues, or one with letters where the format takes integers.
 void checkNumbering(const RestraintFile& file, RestraintFormat format);
 
-}  // namespace orvix
+}  // namespace orvix::restraints

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <string_view>
 
-namespace orvix {
+namespace orvix::restraints {
 
 namespace {
 
@@ -95,7 +95,7 @@ std::string RestraintNames::name(int residue, char letter) const {
     return found == byName_.end() ? standard : found->second;
 }
 
-std::set<int> RestraintNames::namedUnknown(const FinishedPrediction& prediction) const {
+std::set<int> RestraintNames::namedUnknown(const results::FinishedPrediction& prediction) const {
     std::set<int> named;
     for (const auto& [number, residue] : prediction.residues) {
         if (!isKnownLetter(residue.letter) && name(number, residue.letter) != unknownName) {
@@ -105,4 +105,4 @@ std::set<int> RestraintNames::namedUnknown(const FinishedPrediction& prediction)
     return named;
 }
 
-}  // namespace orvix
+}  // namespace orvix::restraints

@@ -4,9 +4,9 @@
 #include <set>
 #include <string>
 
-#include "restraints/finished_prediction.h"
+#include "results/finished_prediction.h"
 
-namespace orvix {
+namespace orvix::restraints {
 
 /// Whether a one-letter name of a residue stands for an amino acid: the 20, c (oxidised cysteine),
 /// h (second histidine state) and p.
@@ -31,7 +31,7 @@ class RestraintNames {
     const std::map<int, std::string>& numbered() const { return byNumber_; }
 
     /// The residues of unknown type that have a name nevertheless.
-    std::set<int> namedUnknown(const FinishedPrediction& prediction) const;
+    std::set<int> namedUnknown(const results::FinishedPrediction& prediction) const;
 
   private:
     std::string standardName(char letter) const;
@@ -42,4 +42,4 @@ class RestraintNames {
     std::map<std::string, std::string> byName_;
 };
 
-}  // namespace orvix
+}  // namespace orvix::restraints

@@ -6,7 +6,7 @@
 
 #include "restraints/restraint_file.h"
 
-namespace orvix {
+namespace orvix::restraints {
 
 namespace {
 
@@ -106,4 +106,4 @@ void StarFrameWriter::endLoop() {
     out_ << "   stop_\n";
 }
 
-}  // namespace orvix
+}  // namespace orvix::restraints

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orvix {
+namespace orvix::restraints {
 
 /// A value as it stands in a STAR file: bare where it may, else in quotes; "." for an empty one.
 /// Only printable 7-bit ASCII comes out.
@@ -41,4 +41,4 @@ class StarFrameWriter {
     std::string prefix_;
 };
 
-}  // namespace orvix
+}  // namespace orvix::restraints

@@ -3,8 +3,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/angles.h"
+#include "base/statistics.h"
 #include "networks/chi1ann.h"
-#include "run/angles.h"
 #include "search/db.h"
 #include "structure/pdb.h"
 

@@ -14,10 +14,9 @@ class CHI1ANN;
 class DB;
 class PDB;
 
-namespace orvix {
-class SearchContext;
+namespace orvix::search {
 struct TripletResult;
-}  // namespace orvix
+}  // namespace orvix::search
 
 /// One run of the system: all settings, tables and results. The stages are member functions; each
 /// takes what it needs from the members that the stages before it filled and leaves its results in
@@ -158,7 +157,8 @@ class ORVIX {
     double clipSShift(int res, double shift, const std::string& atom);
     /// Reports outliers and estimates referencing offsets into `shiftOffset`.
     void checkCS();
-    orvix::ShiftFindings shiftFindings;  ///< what checkCS and the look at the sequence reported
+    orvix::shifts::ShiftFindings
+        shiftFindings;  ///< what checkCS and the look at the sequence reported
     /// Fits y = a x + b; `sd` is the standard error of the residuals. Without effect when x and y
     /// differ in length.
     int LinearLeastSquareFitting(std::vector<double>& x, std::vector<double>& y, double& a,
@@ -198,8 +198,8 @@ class ORVIX {
     void runS2_Prediction();
     std::map<int, double> s2;  ///< residue -> 1.003 - S2, 9999.0 for none
 
-    std::map<int, orvix::StructureRow> structureRows;  ///< residue -> row of its table
-    std::map<int, orvix::OrderRow> orderRows;          ///< residue -> row of its table
+    std::map<int, orvix::summaries::StructureRow> structureRows;  ///< residue -> row of its table
+    std::map<int, orvix::summaries::OrderRow> orderRows;          ///< residue -> row of its table
 
     // ---- database search ----------------------------------------------------------------------
 
@@ -219,7 +219,7 @@ class ORVIX {
     /// Replaces the keys of `typeMatches` by chi1 network scores; -1 without such a network.
     int evalChi1WithANN(int res, std::map<double, int>& typeMatches);
     /// Takes the result of a search over into the match lists of residue `res`.
-    void storeTripletResult(int res, const orvix::TripletResult& result);
+    void storeTripletResult(int res, const orvix::search::TripletResult& result);
 
     std::map<int, std::vector<double>> matchPhi, matchPsi;  ///< residue -> degrees
     std::map<int, std::vector<double>> matchScore;          ///< residue -> ranking key, by rank
@@ -246,8 +246,8 @@ class ORVIX {
     /// Writes the comprehensive match table.
     void writePredAll();
 
-    std::map<int, orvix::PhiPsiRow> phiPsiRows;  ///< residue -> row of the summary table
-    std::map<int, orvix::Chi1Row> chi1Rows;      ///< residue -> row of the chi1 table
+    std::map<int, orvix::summaries::PhiPsiRow> phiPsiRows;  ///< residue -> row of the summary table
+    std::map<int, orvix::summaries::Chi1Row> chi1Rows;      ///< residue -> row of the chi1 table
 
     // ---- helpers ------------------------------------------------------------------------------
 

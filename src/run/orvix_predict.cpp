@@ -2,8 +2,8 @@
 #include <iostream>
 #include <vector>
 
+#include "base/parallel.h"
 #include "run/orvix.h"
-#include "run/parallel.h"
 #include "search/db.h"
 #include "search/search_context.h"
 
@@ -135,13 +135,13 @@ void ORVIX::orvixPredict() {
     const std::vector<int> residues = residuesToSearch(*this);
     MatchesByResidue allMatches, allTypeMatches;
     {
-        const orvix::SearchContext context(*this);
-        std::vector<orvix::TripletResult> results(residues.size());
+        const orvix::search::SearchContext context(*this);
+        std::vector<orvix::search::TripletResult> results(residues.size());
         orvix::parallelForDynamic(
             static_cast<int>(residues.size()), orvix::availableThreads(), [&](int i) {
                 const auto place = static_cast<std::size_t>(i);
                 if (checkCSCompleteness(residues[place])) {
-                    results[place] = orvix::searchResidue(context, residues[place]);
+                    results[place] = orvix::search::searchResidue(context, residues[place]);
                 }
             });
         for (std::size_t i = 0; i < residues.size(); ++i) {

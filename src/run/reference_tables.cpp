@@ -1,8 +1,8 @@
 #include <iostream>
 
+#include "base/numbers.h"
 #include "networks/chi1ann.h"
 #include "run/orvix.h"
-#include "tables/number_text.h"
 
 namespace {
 

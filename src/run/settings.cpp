@@ -1,10 +1,10 @@
 #include <algorithm>
 #include <iostream>
 
+#include "base/numbers.h"
+#include "base/process.h"
 #include "run/orvix.h"
-#include "run/process.h"
 #include "structure/pdb.h"
-#include "tables/number_text.h"
 
 namespace {
 

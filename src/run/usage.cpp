@@ -1,9 +1,9 @@
 #include <cstdio>
 #include <string>
 
+#include "base/process.h"
 #include "run/citation.h"
 #include "run/orvix.h"
-#include "run/process.h"
 
 namespace {
 

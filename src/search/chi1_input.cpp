@@ -3,10 +3,10 @@
 #include <cmath>
 #include <cstddef>
 
-#include "run/angles.h"
+#include "base/missing.h"
 #include "search/db.h"
 
-namespace orvix {
+namespace orvix::search {
 
 namespace {
 
@@ -47,4 +47,4 @@ std::vector<double> chi1Input(const QueryShifts& query, const DB& db, int row) {
     return input;
 }
 
-}  // namespace orvix
+}  // namespace orvix::search

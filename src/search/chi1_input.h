@@ -6,7 +6,7 @@
 
 class DB;
 
-namespace orvix {
+namespace orvix::search {
 
 inline constexpr int chi1InputsPerRow = 13;
 inline constexpr int chi1Inputs = 3 * chi1InputsPerRow;
@@ -17,4 +17,4 @@ inline constexpr int chi1Inputs = 3 * chi1InputsPerRow;
 /// hold has neither chi1 nor shifts. `query` has a half-width of 1.
 std::vector<double> chi1Input(const QueryShifts& query, const DB& db, int row);
 
-}  // namespace orvix
+}  // namespace orvix::search

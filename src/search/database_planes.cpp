@@ -4,7 +4,7 @@
 
 #include "search/db.h"
 
-namespace orvix {
+namespace orvix::search {
 
 namespace {
 
@@ -113,4 +113,4 @@ bool DatabasePlanes::fit(const DB& db, std::span<const ProteinBlock> blocks, int
            contentHash_ == hashContent(db);
 }
 
-}  // namespace orvix
+}  // namespace orvix::search

@@ -7,9 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "base/phi_psi_grid.h"
+
 class DB;
 
-namespace orvix {
+namespace orvix::search {
 
 /// Rows first..last of one protein.
 struct ProteinBlock {
@@ -24,7 +26,6 @@ struct ProteinBlock {
 inline constexpr int tileCount = 26;
 inline constexpr int strayTile = 25;
 inline constexpr int slotCount = tileCount * 16;
-inline constexpr int boxCount = 324;
 
 /// Tile * 16 + place of a box index, or of any other int (the first slot of the stray tile).
 int slotOfBox(int box);
@@ -77,4 +78,4 @@ class DatabasePlanes {
     std::vector<std::uint8_t> tile_, place_, letter_, centre_;
 };
 
-}  // namespace orvix
+}  // namespace orvix::search

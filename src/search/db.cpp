@@ -4,8 +4,8 @@
 #include <iostream>
 #include <new>
 
-#include "run/parallel.h"
-#include "run/process.h"
+#include "base/parallel.h"
+#include "base/process.h"
 #include "search/db_reader.h"
 
 namespace {
@@ -57,8 +57,8 @@ void DB::loadDB(const std::string& file) {
         orvix::endProcess(
             0, "\tNo memory for a database of " + std::to_string(capacity) + " residues\n");
     }
-    const orvix::DatabaseReading reading =
-        orvix::readDatabase(path, exclList, capacity, orvix::availableThreads(), *this);
+    const orvix::search::DatabaseReading reading =
+        orvix::search::readDatabase(path, exclList, capacity, orvix::availableThreads(), *this);
     if (!reading.opened) {
         orvix::endProcess(0, "\tCan't open database file " + path + " for reading\n");
     }

@@ -8,7 +8,7 @@
 
 #include "search/lazy_array.h"
 
-namespace orvix {
+namespace orvix::search {
 
 class DatabasePlanes;
 
@@ -25,7 +25,7 @@ class SourceColumn {
     std::vector<std::string> names{std::string()};  ///< [0] is the empty word
 };
 
-}  // namespace orvix
+}  // namespace orvix::search
 
 /// The database of known proteins: one row for each residue, in parallel arrays by row index from
 /// 0. Rows of one protein stand together in sequence order. The class loads and holds, no more.
@@ -42,16 +42,17 @@ class DB {
     DB& operator=(const DB&) = delete;
 
     /// [row][12]: value (ppm) and scale of N, HA, C, CA, CB, HN in turn; scale 0 for no shift.
-    orvix::LazyRows<float, 12> shifts;
-    orvix::LazyRows<float, 3> angles;  ///< [row][3]: phi, psi, chi1 in degrees; chi1 >= 999.0 none
-    orvix::LazyArray<int> resids;      ///< [row] residue number
-    orvix::LazyArray<int> boxes;       ///< [row] box index, 0..323 in a sound file
-    orvix::LazyArray<char> resNames;   ///< [row] residue letter
-    orvix::SourceColumn sources;       ///< [row] source word
-    std::string dbFile;                ///< path of the file
-    std::string exclList;              ///< text that names the sources to leave out
-    int maxDBSize;                     ///< capacity in rows for the next load
-    int dbSize;                        ///< rows read
+    orvix::search::LazyRows<float, 12> shifts;
+    orvix::search::LazyRows<float, 3>
+        angles;  ///< [row][3]: phi, psi, chi1 in degrees; chi1 >= 999.0 none
+    orvix::search::LazyArray<int> resids;     ///< [row] residue number
+    orvix::search::LazyArray<int> boxes;      ///< [row] box index, 0..323 in a sound file
+    orvix::search::LazyArray<char> resNames;  ///< [row] residue letter
+    orvix::search::SourceColumn sources;      ///< [row] source word
+    std::string dbFile;                       ///< path of the file
+    std::string exclList;                     ///< text that names the sources to leave out
+    int maxDBSize;                            ///< capacity in rows for the next load
+    int dbSize;                               ///< rows read
 
     /// Capacity for the next load. One of 0 or less holds no row: the load then ends, with the
     /// warning of a full database, at the first row of the file.
@@ -69,7 +70,7 @@ class DB {
     bool holds(std::ptrdiff_t row) const { return row >= 0 && row < dbSize; }
 
     /// The scan's form of the rows, made at the first search and dropped by a load.
-    std::shared_ptr<const orvix::DatabasePlanes> planes;
+    std::shared_ptr<const orvix::search::DatabasePlanes> planes;
 
   private:
     void release();

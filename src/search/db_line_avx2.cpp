@@ -6,7 +6,7 @@
 
 #include <immintrin.h>
 
-namespace orvix {
+namespace orvix::search {
 
 const bool avx2LinesBuilt = true;
 
@@ -184,11 +184,11 @@ const char* readLineAvx2(const char* line, LineCells& cells) {
     return sound ? edges.feed : nullptr;
 }
 
-}  // namespace orvix
+}  // namespace orvix::search
 
 #else
 
-namespace orvix {
+namespace orvix::search {
 
 const bool avx2LinesBuilt = false;
 
@@ -197,6 +197,6 @@ const char* readLineAvx2(const char*, LineCells&) {
     return nullptr;
 }
 
-}  // namespace orvix
+}  // namespace orvix::search
 
 #endif

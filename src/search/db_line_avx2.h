@@ -5,7 +5,7 @@
 /// The reader of database lines for processors with AVX2: four numbers at a time. This header is
 /// all that its unit sees of the system, so that no inline function shared with other units gets
 /// compiled there.
-namespace orvix {
+namespace orvix::search {
 
 /// As DatabaseRow.
 struct LineCells {
@@ -26,4 +26,4 @@ extern const bool avx2LinesBuilt;
 /// Takes the source word as it is: its length and what it is made of are the caller's to look at.
 const char* readLineAvx2(const char* line, LineCells& cells);
 
-}  // namespace orvix
+}  // namespace orvix::search

@@ -15,7 +15,7 @@
 #include "search/db_text.h"
 #include "search/text_blocks.h"
 
-namespace orvix {
+namespace orvix::search {
 
 namespace {
 
@@ -104,7 +104,7 @@ LineCount countLines(const TextBlock& block) {
 class Reading {
   public:
     Reading(TextBlocks& text, const std::string& path, const std::string& exclList, int capacity,
-            DB& db, LineReader readLine)
+            DB& db, LineParser readLine)
         : text_(text),
           path_(path),
           exclList_(exclList),
@@ -244,7 +244,7 @@ class Reading {
     const std::string& exclList_;
     const int capacity_;
     DB& db_;
-    const LineReader readLine_;
+    const LineParser readLine_;
     std::mutex mutex_;
     bool stop_ = false;
     int nextRow_ = 0;
@@ -258,7 +258,7 @@ constexpr std::size_t severalThreadsFrom = std::size_t{16} << 20;
 }  // namespace
 
 DatabaseReading readDatabase(const std::string& path, const std::string& exclList, int capacity,
-                             int threads, DB& db, LineReader readLine) {
+                             int threads, DB& db, LineParser readLine) {
     TextBlocks text(path);
     if (!text.isOpen()) {
         return {};
@@ -324,4 +324,4 @@ DatabaseReading readDatabasePlain(const std::string& path, const std::string& ex
     return result;
 }
 
-}  // namespace orvix
+}  // namespace orvix::search

@@ -6,7 +6,7 @@
 
 class DB;
 
-namespace orvix {
+namespace orvix::search {
 
 /// What the reading of a database file ended with.
 struct DatabaseReading {
@@ -20,10 +20,10 @@ struct DatabaseReading {
 /// more), and fills its source column. Rows whose source word occurs in `exclList` are left out.
 /// Reads with up to `threads` threads, each line by `readLine`; the result is the same for any.
 DatabaseReading readDatabase(const std::string& path, const std::string& exclList, int capacity,
-                             int threads, DB& db, LineReader readLine = fastLineReader());
+                             int threads, DB& db, LineParser readLine = fastLineReader());
 
 /// The same line by line with the C library's formatted input: the plain form.
 DatabaseReading readDatabasePlain(const std::string& path, const std::string& exclList,
                                   int capacity, DB& db);
 
-}  // namespace orvix
+}  // namespace orvix::search

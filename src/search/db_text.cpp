@@ -12,7 +12,7 @@
 #include <emmintrin.h>
 #endif
 
-namespace orvix {
+namespace orvix::search {
 
 namespace {
 
@@ -311,7 +311,7 @@ const char* readDatabaseLinePortable(const char* line, DatabaseRow& row) {
     return sound ? words.feed : nullptr;
 }
 
-LineReader fastLineReader() {
+LineParser fastLineReader() {
 #if defined(__x86_64__) || defined(__i386__)
     if (avx2LinesBuilt && __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi")) {
         return readWide;
@@ -320,4 +320,4 @@ LineReader fastLineReader() {
     return readDatabaseLinePortable;
 }
 
-}  // namespace orvix
+}  // namespace orvix::search

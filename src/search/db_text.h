@@ -7,7 +7,7 @@
 /// One line of database text: 19 fields between white space,
 /// source word, residue letter, residue number, phi, psi, chi1, box, and six pairs of value and
 /// scale. Values are 32-bit floats, rounded once from the decimal text.
-namespace orvix {
+namespace orvix::search {
 
 inline constexpr std::size_t maxSourceLength = 29;
 inline constexpr int databaseFields = 19;
@@ -39,14 +39,14 @@ inline constexpr std::size_t lineMargin = 64;
 /// Reads a line of plain decimals that starts at `line` and has a line feed, with `lineMargin`
 /// readable bytes around it. Returns the line feed, or null for a line that needs the plain form;
 /// then the cells of `row` hold anything. The same bits as the plain form.
-using LineReader = const char* (*)(const char* line, DatabaseRow& row);
+using LineParser = const char* (*)(const char* line, DatabaseRow& row);
 
 /// The one for any processor.
 const char* readDatabaseLinePortable(const char* line, DatabaseRow& row);
 /// The best one for this processor.
-LineReader fastLineReader();
+LineParser fastLineReader();
 
 /// Whether `line` is no data at all: empty, a comment ("#" in the first column), or white space.
 bool isSkippedLine(std::string_view line);
 
-}  // namespace orvix
+}  // namespace orvix::search

@@ -2,7 +2,7 @@
 
 #include <sys/mman.h>
 
-namespace orvix {
+namespace orvix::search {
 
 void* mapZeros(std::size_t bytes) {
     if (bytes == 0) {
@@ -34,4 +34,4 @@ void preferLargePages(void* memory, std::size_t bytes) noexcept {
 #endif
 }
 
-}  // namespace orvix
+}  // namespace orvix::search

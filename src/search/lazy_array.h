@@ -4,7 +4,7 @@
 #include <new>
 #include <type_traits>
 
-namespace orvix {
+namespace orvix::search {
 
 /// Maps `bytes` of zeros that cost nothing until they are touched; null for 0 bytes. Throws
 /// std::bad_alloc.
@@ -80,4 +80,4 @@ class LazyRows {
     LazyArray<T> cells_;
 };
 
-}  // namespace orvix
+}  // namespace orvix::search

@@ -6,9 +6,9 @@
 #include <cstdlib>
 #include <vector>
 
-#include "run/angles.h"
+#include "base/statistics.h"
 
-namespace orvix {
+namespace orvix::search {
 
 namespace {
 
@@ -124,4 +124,4 @@ int clusterMap(std::span<const double> map, ClusterData& out) {
     return out.clusterCount;
 }
 
-}  // namespace orvix
+}  // namespace orvix::search

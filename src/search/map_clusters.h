@@ -4,7 +4,7 @@
 
 #include "search/clusterdata.h"
 
-namespace orvix {
+namespace orvix::search {
 
 /// Finds the islands of a box map: the boxes that stand out by one standard deviation are peaks;
 /// a peak with more than 4 others within 6 boxes, on the periodic 18 x 18 grid, makes a cluster
@@ -15,4 +15,4 @@ namespace orvix {
 /// at. Overwrites `out` and returns the number of clusters.
 int clusterMap(std::span<const double> map, ClusterData& out);
 
-}  // namespace orvix
+}  // namespace orvix::search

@@ -4,7 +4,7 @@
 
 #include "search/db.h"
 
-namespace orvix {
+namespace orvix::search {
 
 namespace {
 
@@ -30,4 +30,4 @@ std::string matchLine(const DB& db, int row, int rank, double key, double rawSco
     return text;
 }
 
-}  // namespace orvix
+}  // namespace orvix::search

@@ -2,10 +2,10 @@
 
 #include <cstddef>
 
-#include "run/angles.h"
+#include "base/missing.h"
 #include "run/orvix.h"
 
-namespace orvix {
+namespace orvix::search {
 
 QueryShifts queryShifts(const ORVIX& run, int res, int halfWidth) {
     QueryShifts shifts;
@@ -24,4 +24,4 @@ QueryShifts queryShifts(const ORVIX& run, int res, int halfWidth) {
     return shifts;
 }
 
-}  // namespace orvix
+}  // namespace orvix::search

@@ -8,8 +8,10 @@
 #include <utility>
 #include <vector>
 
+#include "base/angles.h"
+#include "base/missing.h"
+#include "base/statistics.h"
 #include "networks/chi1ann.h"
-#include "run/angles.h"
 #include "run/orvix.h"
 #include "search/chi1_input.h"
 #include "search/db.h"
@@ -40,9 +42,9 @@ Value valueAt(const std::map<int, Value>& values, int key) {
 }
 
 /// The predictions around `res`; those with too few agreeing matches are not trusted.
-std::vector<orvix::PredictedAngles> predictionsAround(const ORVIX& run, int res) {
-    const int h = std::clamp((run.alignLen - 1) / 2, 0, orvix::maxHalfWidth);
-    std::vector<orvix::PredictedAngles> window;
+std::vector<orvix::search::PredictedAngles> predictionsAround(const ORVIX& run, int res) {
+    const int h = std::clamp((run.alignLen - 1) / 2, 0, orvix::search::maxHalfWidth);
+    std::vector<orvix::search::PredictedAngles> window;
     for (int r = res - h; r <= res + h; ++r) {
         window.push_back({valueAt(run.avgPhi, r), valueAt(run.avgPsi, r),
                           valueAt(run.matchCount, r) >= run.count});
@@ -67,7 +69,7 @@ void keepHighest(Candidates& candidates, int most) {
 /// Replaces `matches` by those that agree with the predictions, or, where the key of the last rank
 /// is not above 0, by the ones of the highest keys, agreeing or not.
 void filterMatches(const ORVIX& run, int res, Candidates& matches, RawScores& keyOf) {
-    const std::vector<orvix::PredictedAngles> window = predictionsAround(run, res);
+    const std::vector<orvix::search::PredictedAngles> window = predictionsAround(run, res);
     Candidates agreeing;
     double cut = 0.0;
     int rank = 0;
@@ -79,7 +81,7 @@ void filterMatches(const ORVIX& run, int res, Candidates& matches, RawScores& ke
         if (!isUsable(run, index)) {
             continue;
         }
-        if (orvix::windowAgrees(window, *run.db, index, matchLimit)) {
+        if (orvix::search::windowAgrees(window, *run.db, index, matchLimit)) {
             agreeing[key] = index;
         }
         keyOf[index] = key;
@@ -110,17 +112,19 @@ void listMatches(ORVIX& run, int res, const Candidates& matches, const RawScores
         run.matchScore[res].push_back(key);
         run.matchIndex[res][rank] = index;
         if (!run.noVerb) {
-            std::cout << orvix::matchLine(*run.db, index, rank, key, keyOf.at(index), " r2");
+            std::cout << orvix::search::matchLine(*run.db, index, rank, key, keyOf.at(index),
+                                                  " r2");
         }
     }
 }
 
 /// Leaves the candidates that agree with the predictions, and of them the lowest keys.
 void filterSameType(const ORVIX& run, int res, Candidates& typeMatches) {
-    const std::vector<orvix::PredictedAngles> window = predictionsAround(run, res);
+    const std::vector<orvix::search::PredictedAngles> window = predictionsAround(run, res);
     Candidates agreeing;
     for (const auto& [key, index] : typeMatches) {
-        if (isUsable(run, index) && orvix::windowAgrees(window, *run.db, index, chi1Limit)) {
+        if (isUsable(run, index) &&
+            orvix::search::windowAgrees(window, *run.db, index, chi1Limit)) {
             agreeing[key] = index;
         }
     }
@@ -215,12 +219,12 @@ int ORVIX::evalChi1WithANN(int res, std::map<double, int>& typeMatches) {
     if (found == chi1Nets.end() || found->second == nullptr) {
         return -1;
     }
-    const orvix::QueryShifts query = orvix::queryShifts(*this, res, 1);
+    const orvix::search::QueryShifts query = orvix::search::queryShifts(*this, res, 1);
     std::vector<std::vector<double>> inputs;
     std::vector<int> rows;
     for (const auto& [key, index] : typeMatches) {
         if (isUsable(*this, index)) {
-            inputs.push_back(orvix::chi1Input(query, *db, index));
+            inputs.push_back(orvix::search::chi1Input(query, *db, index));
             rows.push_back(index);
         }
     }

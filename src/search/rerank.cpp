@@ -5,7 +5,7 @@
 
 #include "search/db.h"
 
-namespace orvix {
+namespace orvix::search {
 
 namespace {
 
@@ -93,4 +93,4 @@ double tripletDistance(const QueryShifts& query, const DB& db, int row, ProteinB
     return sum;
 }
 
-}  // namespace orvix
+}  // namespace orvix::search

@@ -13,7 +13,7 @@ class DB;
 /// scale)^2, or of 2.25 where either side has no shift. Database values are 32-bit floats, all
 /// arithmetic is done in double, in that order. A row outside the protein of the centre has no
 /// shifts.
-namespace orvix {
+namespace orvix::search {
 
 inline constexpr int backboneAtoms = 6;
 /// Weight by distance from the centre.
@@ -38,4 +38,4 @@ void shiftDistances(const QueryShifts& query, const DB& db, std::span<const int>
 /// must hold these positions (a half-width of at least 1).
 double tripletDistance(const QueryShifts& query, const DB& db, int row, ProteinBlock block);
 
-}  // namespace orvix
+}  // namespace orvix::search

@@ -6,7 +6,7 @@
 #include "search/top_scores.h"
 #include "search/triplet_scan.h"
 
-namespace orvix {
+namespace orvix::search {
 
 namespace {
 
@@ -178,4 +178,4 @@ ScanHits scanFast(const ScanQuery& query, const DatabasePlanes& planes, ScanPath
     return scorer.hits();
 }
 
-}  // namespace orvix
+}  // namespace orvix::search

@@ -7,7 +7,7 @@
 ///
 /// This header is all that the units with their own instruction set see of the system, so that no
 /// inline function shared with other units gets compiled there.
-namespace orvix {
+namespace orvix::search {
 
 inline constexpr int filterTiles = 26;
 inline constexpr int filterPositions = 7;
@@ -51,4 +51,4 @@ extern const bool avx2FilterBuilt;
 int filterRowsAvx2(const RowFilter& filter, const FilterPlanes& planes, int first, int last,
                    int* rows);
 
-}  // namespace orvix
+}  // namespace orvix::search

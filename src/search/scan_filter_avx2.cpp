@@ -6,7 +6,7 @@
 
 #include <immintrin.h>
 
-namespace orvix {
+namespace orvix::search {
 
 const bool avx2FilterBuilt = true;
 
@@ -95,11 +95,11 @@ int filterRowsAvx2(const RowFilter& filter, const FilterPlanes& planes, int firs
     return count;
 }
 
-}  // namespace orvix
+}  // namespace orvix::search
 
 #else
 
-namespace orvix {
+namespace orvix::search {
 
 const bool avx2FilterBuilt = false;
 
@@ -108,6 +108,6 @@ int filterRowsAvx2(const RowFilter&, const FilterPlanes&, int, int, int*) {
     return 0;
 }
 
-}  // namespace orvix
+}  // namespace orvix::search
 
 #endif

@@ -3,7 +3,7 @@
 #include "search/db.h"
 #include "search/triplet_scan.h"
 
-namespace orvix {
+namespace orvix::search {
 
 namespace {
 
@@ -111,4 +111,4 @@ ScanHits scanPlain(const ScanQuery& query, const DB& db, std::span<const Protein
     return {fallingOrder(matches), fallingOrder(typeMatches)};
 }
 
-}  // namespace orvix
+}  // namespace orvix::search

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <vector>
 
-namespace orvix {
+namespace orvix::search {
 
 namespace {
 
@@ -195,4 +195,4 @@ void FilterBuilder::scale() {
     }
 }
 
-}  // namespace orvix
+}  // namespace orvix::search

@@ -8,7 +8,7 @@
 #include "search/scan_filter.h"
 #include "search/triplet_scan.h"
 
-namespace orvix {
+namespace orvix::search {
 
 /// The maps of a query as flat tables, by window position (offset + halfWidth), and by slot of a
 /// box or code of a letter.
@@ -70,4 +70,4 @@ class FilterBuilder {
     std::array<Shortfalls, maxWindow> shortfalls_;
 };
 
-}  // namespace orvix
+}  // namespace orvix::search

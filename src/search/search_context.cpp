@@ -6,7 +6,7 @@
 #include <unordered_map>
 #include <utility>
 
-#include "run/angles.h"
+#include "base/missing.h"
 #include "run/orvix.h"
 #include "search/database_planes.h"
 #include "search/db.h"
@@ -15,7 +15,7 @@
 #include "search/rerank.h"
 #include "search/triplet_scan.h"
 
-namespace orvix {
+namespace orvix::search {
 
 namespace {
 
@@ -227,4 +227,4 @@ TripletResult searchResidue(const SearchContext& context, int res) {
     return result;
 }
 
-}  // namespace orvix
+}  // namespace orvix::search

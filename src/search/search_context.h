@@ -7,7 +7,7 @@
 
 class ORVIX;
 
-namespace orvix {
+namespace orvix::search {
 
 /// What the search of one residue yields. The lists run by rank, best first.
 struct TripletResult {
@@ -42,4 +42,4 @@ class SearchContext {
 /// arguments alone, and nothing is written but the return value.
 TripletResult searchResidue(const SearchContext& context, int res);
 
-}  // namespace orvix
+}  // namespace orvix::search

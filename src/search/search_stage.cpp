@@ -7,17 +7,18 @@
 #include "search/search_context.h"
 
 int ORVIX::getClusterInfo(std::vector<double>& map, ClusterData& out) {
-    return orvix::clusterMap(map, out);
+    return orvix::search::clusterMap(map, out);
 }
 
 void ORVIX::searchDB(int res, std::map<double, int>& matches, std::map<double, int>& typeMatches) {
-    orvix::TripletResult result = orvix::searchResidue(orvix::SearchContext(*this), res);
+    orvix::search::TripletResult result =
+        orvix::search::searchResidue(orvix::search::SearchContext(*this), res);
     storeTripletResult(res, result);
     matches = std::move(result.matches);
     typeMatches = std::move(result.typeMatches);
 }
 
-void ORVIX::storeTripletResult(int res, const orvix::TripletResult& result) {
+void ORVIX::storeTripletResult(int res, const orvix::search::TripletResult& result) {
     matchPhi[res] = result.phi;
     matchPsi[res] = result.psi;
     matchScore[res] = result.score;

@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <cstring>
 
-namespace orvix {
+namespace orvix::search {
 
 TextBlocks::TextBlocks(const std::string& path) : file_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
     struct stat status {};
@@ -86,4 +86,4 @@ bool TextBlocks::next(TextBlock& block) {
     return length > 0;
 }
 
-}  // namespace orvix
+}  // namespace orvix::search

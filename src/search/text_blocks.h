@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace orvix {
+namespace orvix::search {
 
 /// Some whole lines, each with its line feed, in memory that may be read a little beyond either
 /// end.
@@ -55,4 +55,4 @@ class TextBlocks {
     std::vector<char> rest_;  ///< begin of a line whose end was not in the last block
 };
 
-}  // namespace orvix
+}  // namespace orvix::search

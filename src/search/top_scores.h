@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-namespace orvix {
+namespace orvix::search {
 
 /// The highest `limit` distinct scores of a scan, each with the database row that had it last.
 ///
@@ -179,4 +179,4 @@ class TopScores {
     std::vector<int> free_;
 };
 
-}  // namespace orvix
+}  // namespace orvix::search

@@ -21,7 +21,7 @@ class DB;
 /// an equal one. Rows of the query's own type that also pass the threshold of the `typeMatches` are
 /// listed there too. After each protein both lists are cut to their highest `scanLimit` distinct
 /// scores; the lowest score left by a cut is the new threshold.
-namespace orvix {
+namespace orvix::search {
 
 inline constexpr int scanLimit = 1000;
 inline constexpr int maxHalfWidth = 3;
@@ -69,4 +69,4 @@ ScanPath bestScanPath();
 ScanHits scanFast(const ScanQuery& query, const DatabasePlanes& planes,
                   ScanPath path = bestScanPath());
 
-}  // namespace orvix
+}  // namespace orvix::search

@@ -2,10 +2,11 @@
 
 #include <cmath>
 
-#include "run/angles.h"
+#include "base/angles.h"
+#include "base/missing.h"
 #include "search/db.h"
 
-namespace orvix {
+namespace orvix::search {
 
 bool anglesAgree(double predicted, double rowAngle, double limit) {
     if (predicted > missingLimit || rowAngle > missingLimit) {
@@ -34,4 +35,4 @@ bool windowAgrees(std::span<const PredictedAngles> window, const DB& db, int row
     return true;
 }
 
-}  // namespace orvix
+}  // namespace orvix::search

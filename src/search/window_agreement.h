@@ -6,7 +6,7 @@
 
 class DB;
 
-namespace orvix {
+namespace orvix::search {
 
 /// The angles predicted at one window position, in degrees, and whether they are to be trusted.
 struct PredictedAngles {
@@ -24,4 +24,4 @@ bool anglesAgree(double predicted, double rowAngle, double limit);
 /// database does not hold agrees with none.
 bool windowAgrees(std::span<const PredictedAngles> window, const DB& db, int row, double limit);
 
-}  // namespace orvix
+}  // namespace orvix::search

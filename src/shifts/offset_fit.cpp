@@ -2,9 +2,9 @@
 
 #include <cmath>
 
-#include "run/angles.h"
+#include "base/statistics.h"
 
-namespace orvix {
+namespace orvix::shifts {
 
 LineFit fitLine(std::span<const double> x, std::span<const double> y) {
     const auto n = static_cast<double>(x.size());
@@ -63,4 +63,4 @@ OffsetEstimate estimateOffset(const OffsetGroup& negative, const OffsetGroup& po
     return estimate;
 }
 
-}  // namespace orvix
+}  // namespace orvix::shifts

@@ -3,7 +3,7 @@
 #include <span>
 #include <vector>
 
-namespace orvix {
+namespace orvix::shifts {
 
 /// A line y = slope x + intercept through points; `error` is the standard error of the residuals.
 /// With less than two points, or all at one x, members are not numbers.
@@ -37,4 +37,4 @@ struct OffsetEstimate {
 /// Fits each group of more than 9 points and weighs the two by their sizes.
 OffsetEstimate estimateOffset(const OffsetGroup& negative, const OffsetGroup& positive);
 
-}  // namespace orvix
+}  // namespace orvix::shifts

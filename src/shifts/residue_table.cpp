@@ -7,20 +7,21 @@
 #include <unordered_map>
 #include <utility>
 
-#include "run/angles.h"
+#include "base/missing.h"
+#include "base/numbers.h"
+#include "base/process.h"
+#include "base/statistics.h"
 #include "run/orvix.h"
-#include "run/process.h"
-#include "shifts/shift_cells.h"
 #include "structure/pdb.h"
-#include "tables/number_text.h"
+#include "tables/cells.h"
 
 namespace {
 
-using orvix::cellOf;
 using orvix::missingLimit;
 using orvix::missingValue;
-using orvix::shiftFromText;
-using orvix::shiftText;
+using orvix::tables::cellOf;
+using orvix::tables::shiftFromText;
+using orvix::tables::shiftText;
 
 constexpr double oxidisedFrom = 34.0;  // ppm, CB of a cysteine
 constexpr int toleratedMismatches = 4;
@@ -107,7 +108,7 @@ class ReferenceShifts {
     }
 
     const ORVIX& run_;
-    orvix::RowsByText randomCoil_, own_, previous_, next_;
+    orvix::tables::RowsByText randomCoil_, own_, previous_, next_;
 };
 
 void startWorkingTable(ORVIX& run) {

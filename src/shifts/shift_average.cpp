@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <iterator>
 
-#include "run/angles.h"
+#include "base/missing.h"
 #include "shifts/shift_average_rows.h"
 
-namespace orvix {
+namespace orvix::shifts {
 namespace {
 
 constexpr std::size_t atomKeys = 6;
@@ -179,4 +179,4 @@ std::vector<ScoredRow> nearestRowsPlain(const ObservedRows& rows, const TripletQ
     return nearest;
 }
 
-}  // namespace orvix
+}  // namespace orvix::shifts

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace orvix {
+namespace orvix::shifts {
 
 /// Shifts of three neighbouring residues at (position - 1) * 6 + atom key - 1, in ppm; above 999.0
 /// for a missing one.
@@ -92,4 +92,4 @@ class NearestRows {
     std::map<float, int> ranking_;
 };
 
-}  // namespace orvix
+}  // namespace orvix::shifts

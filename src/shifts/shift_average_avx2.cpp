@@ -9,7 +9,7 @@
 // the scores.
 #define ORVIX_AVX2 __attribute__((target("avx2")))
 
-namespace orvix {
+namespace orvix::shifts {
 namespace {
 
 constexpr int lanes = 4;
@@ -104,11 +104,11 @@ bool hasAvx2Scoring() {
     return __builtin_cpu_supports("avx2") != 0;
 }
 
-}  // namespace orvix
+}  // namespace orvix::shifts
 
 #else
 
-namespace orvix {
+namespace orvix::shifts {
 
 void scoreRowsAvx2(const RowScorer& scorer, const ObservedRows& rows, int first, int count,
                    float* scores) {
@@ -119,6 +119,6 @@ bool hasAvx2Scoring() {
     return false;
 }
 
-}  // namespace orvix
+}  // namespace orvix::shifts
 
 #endif

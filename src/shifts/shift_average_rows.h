@@ -5,7 +5,7 @@
 
 #include "shifts/shift_average.h"
 
-namespace orvix {
+namespace orvix::shifts {
 
 /// A query and its weights, laid out for the scoring of many rows.
 struct RowScorer {
@@ -40,4 +40,4 @@ void scoreRowsAvx2(const RowScorer& scorer, const ObservedRows& rows, int first,
 /// Whether this build and this processor have the AVX2 form.
 bool hasAvx2Scoring();
 
-}  // namespace orvix
+}  // namespace orvix::shifts

@@ -4,12 +4,13 @@
 #include <string>
 #include <vector>
 
-#include "run/angles.h"
+#include "base/missing.h"
+#include "base/numbers.h"
+#include "base/statistics.h"
 #include "run/orvix.h"
 #include "search/db.h"
 #include "shifts/shift_average.h"
-#include "shifts/shift_cells.h"
-#include "tables/number_text.h"
+#include "tables/cells.h"
 
 namespace {
 
@@ -17,27 +18,28 @@ constexpr int atomCount = 6;
 constexpr int observedLimit = 24000;  // rows of obsShift and obsResName
 
 /// The query of a triplet record. Its shifts have passed through text: six significant digits.
-orvix::TripletQuery queryOf(const ORVIX& run, const std::map<std::string, std::string>& record) {
-    orvix::TripletQuery query;
+orvix::shifts::TripletQuery queryOf(const ORVIX& run,
+                                    const std::map<std::string, std::string>& record) {
+    orvix::shifts::TripletQuery query;
     for (std::size_t p = 0; p < 3; ++p) {
         const std::string suffix = "_R" + std::to_string(p + 1);
-        query.names[p] = orvix::cellOf(&record, "RESNAME" + suffix);
+        query.names[p] = orvix::tables::cellOf(&record, "RESNAME" + suffix);
         for (const auto& [key, atom] : run.atomNames) {
             query.shifts[p * atomCount + static_cast<std::size_t>(key) - 1] =
-                orvix::textToDouble(orvix::cellOf(&record, atom + suffix));
+                orvix::textToDouble(orvix::tables::cellOf(&record, atom + suffix));
         }
     }
     return query;
 }
 
-orvix::AverageWeights weightsOf(const ORVIX& run) {
+orvix::shifts::AverageWeights weightsOf(const ORVIX& run) {
     return {run.atomPosWeight, run.atomWeight, run.posWeight};
 }
 
 /// Rows of the observed triplets, with the row number of the first. The numbers follow each other,
 /// since nothing but the table reader makes them; what lies past a gap is left out.
-orvix::ObservedRows observedRows(const ORVIX& run, int& firstNumber) {
-    orvix::ObservedRows rows;
+orvix::shifts::ObservedRows observedRows(const ORVIX& run, int& firstNumber) {
+    orvix::shifts::ObservedRows rows;
     const std::map<int, GDB::Entry>& entries = run.obsCSTable.entries;
     if (entries.empty() || run.obsShift == nullptr || run.obsResName == nullptr) {
         return rows;
@@ -84,7 +86,7 @@ class AtomMeans {
 
 /// The shifts and letters of a database window of three, in the form of an observed triplet.
 struct DatabaseWindow {
-    orvix::TripletShifts shifts;
+    orvix::shifts::TripletShifts shifts;
     std::array<std::string, 4> names;
 
     DatabaseWindow(const DB& database, int center) {
@@ -123,17 +125,18 @@ bool ORVIX::calcAverageCS_orig(int res, std::map<std::string, double>& avg) {
         return false;
     }
     int firstNumber = 1;
-    const orvix::ObservedRows rows = observedRows(*this, firstNumber);
-    const std::vector<orvix::ScoredRow> nearest =
-        orvix::nearestRows(rows, queryOf(*this, record), weightsOf(*this), homology, count);
+    const orvix::shifts::ObservedRows rows = observedRows(*this, firstNumber);
+    const std::vector<orvix::shifts::ScoredRow> nearest =
+        orvix::shifts::nearestRows(rows, queryOf(*this, record), weightsOf(*this), homology, count);
 
     // The means are taken over the cells of the table, which a row that is kept at a distance by
     // its source still has.
     AtomMeans means;
-    for (const orvix::ScoredRow& row : nearest) {
+    for (const orvix::shifts::ScoredRow& row : nearest) {
         const auto cells = obsCSTable.entries.find(firstNumber + row.row);
         for (const auto& [key, atom] : atomNames) {
-            means.add(key, orvix::shiftFromText(orvix::cellOf(&cells->second, atom + "_R2")));
+            means.add(key, orvix::tables::shiftFromText(
+                               orvix::tables::cellOf(&cells->second, atom + "_R2")));
         }
     }
     for (const auto& [key, atom] : atomNames) {
@@ -150,19 +153,19 @@ bool ORVIX::calcAverageCS(int res, std::map<std::string, double>& avg, DB* datab
     if (!testTriplet(record)) {
         return false;
     }
-    const orvix::TripletQuery query = queryOf(*this, record);
-    orvix::NearestRows nearest(count);
+    const orvix::shifts::TripletQuery query = queryOf(*this, record);
+    orvix::shifts::NearestRows nearest(count);
     for (int center = 1; center < database->dbSize - 1; ++center) {
         if (!isWindow(*database, center)) {
             continue;
         }
         const DatabaseWindow window(*database, center);
-        const float score = orvix::scoreTriplet(window.shifts.data(), window.names.data(), query,
-                                                weightsOf(*this), homology);
+        const float score = orvix::shifts::scoreTriplet(window.shifts.data(), window.names.data(),
+                                                        query, weightsOf(*this), homology);
         nearest.offer(score, center);
     }
     AtomMeans means;
-    for (const orvix::ScoredRow& row : nearest.rows()) {
+    for (const orvix::shifts::ScoredRow& row : nearest.rows()) {
         for (const auto& [key, atom] : atomNames) {
             means.add(key, DatabaseWindow::shiftOf(*database, row.row, key));
         }

@@ -4,11 +4,11 @@
 #include <map>
 #include <string>
 
-#include "run/angles.h"
+#include "base/missing.h"
+#include "base/numbers.h"
 #include "run/orvix.h"
 #include "shifts/offset_fit.h"
-#include "shifts/shift_cells.h"
-#include "tables/number_text.h"
+#include "tables/cells.h"
 
 namespace {
 
@@ -58,9 +58,9 @@ double shiftOf(const ShiftsByAtom& shifts, const char* atom) {
 std::map<std::string, ShiftsByAtom> listOutliers(ORVIX& run) {
     std::map<std::string, ShiftsByAtom> shifts;
     for (const auto& [number, row] : run.adjCSTable.entries) {
-        const std::string atom = orvix::shiftAtom(orvix::cellOf(&row, "ATOMNAME"));
-        const std::string& residText = orvix::cellOf(&row, "RESID");
-        const double shift = orvix::shiftFromText(orvix::cellOf(&row, "SHIFT"));
+        const std::string atom = orvix::tables::shiftAtom(orvix::tables::cellOf(&row, "ATOMNAME"));
+        const std::string& residText = orvix::tables::cellOf(&row, "RESID");
+        const double shift = orvix::tables::shiftFromText(orvix::tables::cellOf(&row, "SHIFT"));
         const int residue = orvix::textToInt(residText);
         const double limit = run.clipSShift(residue, shift, atom);
         if (limit != shift) {
@@ -79,7 +79,7 @@ std::map<std::string, ShiftsByAtom> listOutliers(ORVIX& run) {
 
 /// The two groups of residues of each nucleus, by the sign of CA - CB.
 struct ShiftGroups {
-    orvix::OffsetGroup negative, positive;
+    orvix::shifts::OffsetGroup negative, positive;
 };
 
 std::map<std::string, ShiftGroups> groupShifts(
@@ -98,7 +98,7 @@ std::map<std::string, ShiftGroups> groupShifts(
             const double shift = shiftOf(shifts, nucleus.atom);
             if (shift < missingLimit) {
                 ShiftGroups& both = groups[nucleus.atom];
-                orvix::OffsetGroup& group = d < 0.0 ? both.negative : both.positive;
+                orvix::shifts::OffsetGroup& group = d < 0.0 ? both.negative : both.positive;
                 group.x.push_back(d);
                 group.y.push_back(shift);
             }
@@ -111,7 +111,7 @@ std::map<std::string, ShiftGroups> groupShifts(
     return groups;
 }
 
-std::string report(const Nucleus& nucleus, const orvix::OffsetEstimate& estimate) {
+std::string report(const Nucleus& nucleus, const orvix::shifts::OffsetEstimate& estimate) {
     return std::string(" Estimated Referencing Offset for ") + nucleus.reportHead +
            fixed(6, estimate.offset) + " +/- " + fixed(6, estimate.error) + "ppm " +
            nucleus.sizeWord + ": " + padded(std::to_string(estimate.size)) + "\n";
@@ -120,9 +120,9 @@ std::string report(const Nucleus& nucleus, const orvix::OffsetEstimate& estimate
 }  // namespace
 
 double ORVIX::clipSShift(int res, double shift, const std::string& atom) {
-    const GDB::Entry* limits = orvix::findRow(ssLimitTable, "RESNAME", seqName(res));
-    const double low = orvix::textToDouble(orvix::cellOf(limits, atom + "_MIN"));
-    const double high = orvix::textToDouble(orvix::cellOf(limits, atom + "_MAX"));
+    const GDB::Entry* limits = orvix::tables::findRow(ssLimitTable, "RESNAME", seqName(res));
+    const double low = orvix::textToDouble(orvix::tables::cellOf(limits, atom + "_MIN"));
+    const double high = orvix::textToDouble(orvix::tables::cellOf(limits, atom + "_MAX"));
     if (!(shift < missingLimit) || !(shift < low || shift > high)) {
         return shift;
     }
@@ -143,8 +143,8 @@ void ORVIX::checkCS() {
     std::cout << "\nChecking Chemical Shift Referencing ...\n";
     for (const Nucleus& nucleus : nuclei) {
         const ShiftGroups& group = groups.at(nucleus.atom);
-        const orvix::OffsetEstimate estimate =
-            orvix::estimateOffset(group.negative, group.positive);
+        const orvix::shifts::OffsetEstimate estimate =
+            orvix::shifts::estimateOffset(group.negative, group.positive);
         shiftFindings.offsets[nucleus.atom] = estimate;
         if (!estimate.enough) {
             if (estimate.size != 0) {
@@ -166,7 +166,7 @@ void ORVIX::checkCS() {
 int ORVIX::LinearLeastSquareFitting(std::vector<double>& x, std::vector<double>& y, double& a,
                                     double& b, double& sd) {
     if (x.size() == y.size()) {
-        const orvix::LineFit fit = orvix::fitLine(x, y);
+        const orvix::shifts::LineFit fit = orvix::shifts::fitLine(x, y);
         a = fit.slope;
         b = fit.intercept;
         sd = fit.error;

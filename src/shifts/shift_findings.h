@@ -6,7 +6,7 @@
 
 #include "shifts/offset_fit.h"
 
-namespace orvix {
+namespace orvix::shifts {
 
 /// A secondary shift beyond the limit of its residue type and atom, ppm.
 struct ShiftOutlier {
@@ -31,4 +31,4 @@ struct ShiftFindings {
     std::vector<SequenceMismatch> mismatches;  ///< in row order
 };
 
-}  // namespace orvix
+}  // namespace orvix::shifts

@@ -1,10 +1,10 @@
 #include <map>
 #include <string>
 
-#include "run/angles.h"
+#include "base/missing.h"
+#include "base/numbers.h"
 #include "run/orvix.h"
-#include "shifts/shift_cells.h"
-#include "tables/number_text.h"
+#include "tables/cells.h"
 
 namespace {
 
@@ -13,7 +13,8 @@ namespace {
 const GDB::Entry* workingRow(const ORVIX& run, int residue, int key, const std::string& atom) {
     const std::string number = std::to_string(residue);
     const auto matches = [&number](const GDB::Entry& row, const std::string& name) {
-        return orvix::cellOf(&row, "RESID") == number && orvix::cellOf(&row, "ATOMNAME") == name;
+        return orvix::tables::cellOf(&row, "RESID") == number &&
+               orvix::tables::cellOf(&row, "ATOMNAME") == name;
     };
     const std::map<int, GDB::Entry>& rows = run.adjCSTable.entries;
     if (residue >= run.firstResid && residue <= run.lastResid) {
@@ -49,7 +50,7 @@ std::map<std::string, std::string> ORVIX::getTriplet(int resid) {
             double shift = orvix::missingValue;
             const GDB::Entry* row = workingRow(*this, residue, key, atom);
             if (row != nullptr) {
-                shift = orvix::shiftFromText(orvix::cellOf(row, "SHIFT"));
+                shift = orvix::tables::shiftFromText(orvix::tables::cellOf(row, "SHIFT"));
             }
             if (clip) {
                 shift = clipSShift(residue, shift, atom);
@@ -57,7 +58,7 @@ std::map<std::string, std::string> ORVIX::getTriplet(int resid) {
             if (noProton && (atom == "HA" || atom == "HN")) {
                 shift = orvix::missingValue;
             }
-            record[atom + suffix] = orvix::shiftText(shift);
+            record[atom + suffix] = orvix::tables::shiftText(shift);
         }
     }
     return record;

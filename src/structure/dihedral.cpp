@@ -5,7 +5,7 @@
 #include <cmath>
 #include <numbers>
 
-namespace orvix {
+namespace orvix::structure {
 namespace {
 
 using Vector = std::array<double, 3>;
@@ -53,4 +53,4 @@ double dihedralDegrees(Point a, Point b, Point c, Point d) {
     return degreesPerRadian * (side >= 0.0 ? 1.0 : -1.0) * angle;
 }
 
-}  // namespace orvix
+}  // namespace orvix::structure

@@ -2,7 +2,7 @@
 
 #include <span>
 
-namespace orvix {
+namespace orvix::structure {
 
 /// Torsion angle of four points about the line b-c, in degrees, -180..180; positive for a clockwise
 /// turn of c-d against b-a seen from b to c, and +180 for a flat trans arrangement. 9999.0 when
@@ -10,4 +10,4 @@ namespace orvix {
 double dihedralDegrees(std::span<const float, 3> a, std::span<const float, 3> b,
                        std::span<const float, 3> c, std::span<const float, 3> d);
 
-}  // namespace orvix
+}  // namespace orvix::structure

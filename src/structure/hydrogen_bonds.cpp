@@ -106,7 +106,7 @@ void keepShortest(std::map<int, std::map<std::string, float>>& distances, const 
 
 }  // namespace
 
-namespace orvix {
+namespace orvix::structure {
 
 std::string acceptorAntecedent(const std::string& residue, const std::string& atom) {
     return partnerOf(acceptorRules, residue, atom);
@@ -130,15 +130,16 @@ bool isHydrogenBond(float ad, float ch, float ah, float cd) {
     return ah <= cd && hydrogenBondEnergy(ad, ch, ah, cd) < -0.5;
 }
 
-}  // namespace orvix
+}  // namespace orvix::structure
 
 CORdata PDB::isAcceptor(CORdata atom) {
-    const std::string antecedent = orvix::acceptorAntecedent(atom.resName, atom.atomName);
+    const std::string antecedent =
+        orvix::structure::acceptorAntecedent(atom.resName, atom.atomName);
     return antecedent.empty() ? CORdata() : findAtom(1, atom.resNum, antecedent);
 }
 
 CORdata PDB::isDonor(CORdata atom) {
-    const std::string heavy = orvix::donorHeavyAtom(atom.resName, atom.atomName);
+    const std::string heavy = orvix::structure::donorHeavyAtom(atom.resName, atom.atomName);
     return heavy.empty() ? CORdata() : findAtom(1, atom.resNum, heavy);
 }
 
@@ -178,7 +179,8 @@ void PDB::initHBond(float, float) {
             float* const h = donor.atom->coorCopy;
             float* const d = donor.partner->coorCopy;
             const float length = getDist(a, h);
-            if (orvix::isHydrogenBond(getDist(a, d), getDist(c, h), length, getDist(c, d))) {
+            if (orvix::structure::isHydrogenBond(getDist(a, d), getDist(c, h), length,
+                                                 getDist(c, d))) {
                 keepShortest(hbondDist, *acceptor.atom, length);
                 keepShortest(hbondDist, *donor.atom, length);
             }

@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace orvix {
+namespace orvix::structure {
 
 /// Name of the heavy atom that an acceptor atom hangs on, by residue and atom name; empty when the
 /// atom accepts no hydrogen bond.
@@ -21,4 +21,4 @@ double hydrogenBondEnergy(float ad, float ch, float ah, float cd);
 /// at least as close to H as C is to D, and the energy is below -0.5 kcal/mol.
 bool isHydrogenBond(float ad, float ch, float ah, float cd);
 
-}  // namespace orvix
+}  // namespace orvix::structure

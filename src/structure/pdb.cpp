@@ -9,9 +9,9 @@
 #include <string_view>
 #include <utility>
 
-#include "structure/narrow.h"
+#include "base/narrow.h"
+#include "base/numbers.h"
 #include "tables/gdb.h"
-#include "tables/number_text.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "structure/narrow.h"
+#include "base/narrow.h"
 #include "structure/pdb.h"
 
 namespace {
@@ -72,7 +72,7 @@ bool hasPlausibleCount(const RingData& ring) {
 
 }  // namespace
 
-namespace orvix {
+namespace orvix::structure {
 
 void normalize(std::span<float, 3> v) {
     store(unit(widened(v.data())), v.data());
@@ -158,19 +158,19 @@ double ringCurrentFactor(const RingData& ring, std::span<const float, 3> point) 
     return std::isfinite(factor) ? factor : 0.0;
 }
 
-}  // namespace orvix
+}  // namespace orvix::structure
 
 void PDB::Vec3Norm(float* v) {
-    orvix::normalize(std::span<float, 3>(v, 3));
+    orvix::structure::normalize(std::span<float, 3>(v, 3));
 }
 
 void PDB::Vec3Cross(float* a, float* b) {
-    orvix::crossInto(std::span<float, 3>(a, 3), std::span<const float, 3>(b, 3));
+    orvix::structure::crossInto(std::span<float, 3>(a, 3), std::span<const float, 3>(b, 3));
 }
 
 void PDB::calcPlane(RingData* ring) {
     if (ring != nullptr) {
-        orvix::fitRingPlane(*ring);
+        orvix::structure::fitRingPlane(*ring);
     }
 }
 
@@ -218,8 +218,9 @@ float PDB::getOrbitalShift(int model, int res, const std::string& atomName) {
         if (ring.resNum == res && atomName != "HN") {
             continue;
         }
-        total += orvix::ringCurrentFactor(ring, std::span<const float, 3>(atom.coorCopy)) *
-                 static_cast<double>(ring.ringIntensity) * shiftPerFactor;
+        total +=
+            orvix::structure::ringCurrentFactor(ring, std::span<const float, 3>(atom.coorCopy)) *
+            static_cast<double>(ring.ringIntensity) * shiftPerFactor;
     }
     return orvix::narrowToFloat(total * partsPerMillion);
 }

@@ -4,7 +4,7 @@
 
 #include "structure/ring_data.h"
 
-namespace orvix {
+namespace orvix::structure {
 
 /// Scales `v` to length 1; a vector without a direction (null or not finite) becomes null.
 void normalize(std::span<float, 3> v);
@@ -22,4 +22,4 @@ void fitRingPlane(RingData& ring);
 /// angstrom^-1. 0 where it has no finite value, as on a ring atom. Needs `fitRingPlane`.
 double ringCurrentFactor(const RingData& ring, std::span<const float, 3> point);
 
-}  // namespace orvix
+}  // namespace orvix::structure

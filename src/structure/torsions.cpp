@@ -53,7 +53,7 @@ float PDB::getDihedralAngle(CORdata a, CORdata b, CORdata c, CORdata d) {
     if (a.atomName.empty() || b.atomName.empty() || c.atomName.empty() || d.atomName.empty()) {
         return noAngle;
     }
-    return static_cast<float>(orvix::dihedralDegrees(a.coor, b.coor, c.coor, d.coor));
+    return static_cast<float>(orvix::structure::dihedralDegrees(a.coor, b.coor, c.coor, d.coor));
 }
 
 float PDB::getPhi(int model, int res) {

@@ -1,24 +1,25 @@
 #include <iostream>
 #include <limits>
 
-#include "run/angles.h"
+#include "base/angles.h"
+#include "base/numbers.h"
 #include "run/citation.h"
 #include "run/orvix.h"
 #include "structure/pdb.h"
+#include "summaries/result_cells.h"
 #include "summaries/rotamer_evidence.h"
-#include "summaries/table_text.h"
-#include "tables/number_text.h"
 
 namespace {
 
 constexpr std::size_t pickLimit = 25;
 
-std::map<std::string, orvix::RotamerCalibration> readCalibration(const std::string& file) {
+std::map<std::string, orvix::summaries::RotamerCalibration> readCalibration(
+    const std::string& file) {
     GDB table;
     table.loadGDB(file);
-    std::map<std::string, orvix::RotamerCalibration> calibration;
+    std::map<std::string, orvix::summaries::RotamerCalibration> calibration;
     for (auto& [number, row] : table.entries) {
-        orvix::RotamerCalibration& bins = calibration[row["RESNAME"]];
+        orvix::summaries::RotamerCalibration& bins = calibration[row["RESNAME"]];
         for (std::size_t i = 0; i < bins.size(); ++i) {
             // A bin that the table lacks is not known to be 0, and must not pass for it.
             const auto cell = row.find(std::to_string(i));
@@ -48,12 +49,12 @@ void addRemarks(GDB& table, const std::string& inTitle, const std::string* refTi
     remark("   na: no chi1 prediction was made.");
     remark("   g-/g+/t: 3-state chi1 prediction");
     remark("");
-    orvix::addCitation(table);
+    orvix::summaries::addCitation(table);
     remark("");
     table.addRemark(std::string(orvix::versionRemark));
 }
 
-void addRow(GDB& table, const orvix::Chi1Row& row, bool hasReference) {
+void addRow(GDB& table, const orvix::summaries::Chi1Row& row, bool hasReference) {
     const auto set = [&](const char* column, const std::string& value) {
         table.setEntry(row.residue, column, value);
     };
@@ -61,21 +62,21 @@ void addRow(GDB& table, const orvix::Chi1Row& row, bool hasReference) {
     set("RESNAME", row.name);
     set("CS_COUNT", std::to_string(row.shiftCount));
     if (hasReference) {
-        set("CHI1_OBS", orvix::realCell(row.observed));
+        set("CHI1_OBS", orvix::summaries::realCell(row.observed));
     }
-    set("Q_Gm", orvix::realCell(static_cast<double>(row.prediction.gaucheMinus)));
-    set("Q_Gp", orvix::realCell(static_cast<double>(row.prediction.gauchePlus)));
-    set("Q_T", orvix::realCell(static_cast<double>(row.prediction.trans)));
+    set("Q_Gm", orvix::summaries::realCell(static_cast<double>(row.prediction.gaucheMinus)));
+    set("Q_Gp", orvix::summaries::realCell(static_cast<double>(row.prediction.gauchePlus)));
+    set("Q_T", orvix::summaries::realCell(static_cast<double>(row.prediction.trans)));
     set("CLASS", std::string(row.prediction.word));
     const bool known = row.prediction.word != "na";
-    set("CHI1", known ? orvix::realCell(row.chi1) : "9999.0");
-    set("DCHI1", known ? orvix::realCell(row.spread) : "9999.0");
+    set("CHI1", known ? orvix::summaries::realCell(row.chi1) : "9999.0");
+    set("DCHI1", known ? orvix::summaries::realCell(row.spread) : "9999.0");
 }
 
 }  // namespace
 
 void ORVIX::vinaChi1() {
-    std::map<std::string, orvix::RotamerCalibration> calibration =
+    std::map<std::string, orvix::summaries::RotamerCalibration> calibration =
         readCalibration(tablePath("chi1.tab"));
     const bool hasReference = !refFile.empty() && refPDB != nullptr && !refPDB->isNull();
     GDB table;
@@ -103,10 +104,10 @@ void ORVIX::vinaChi1() {
         std::vector<double>& candidates = matchChi1[r];
         if (valine) {
             for (double& chi1 : candidates) {
-                chi1 = orvix::turnValine(chi1);
+                chi1 = orvix::summaries::turnValine(chi1);
             }
         }
-        orvix::Chi1Row row;
+        orvix::summaries::Chi1Row row;
         row.residue = r;
         row.name = residueLabel(r);
         row.turned = valine;
@@ -114,7 +115,8 @@ void ORVIX::vinaChi1() {
         if (hasReference) {
             row.observed = static_cast<double>(refPDB->getChi1(1, r));
         }
-        row.prediction = orvix::predictRotamer(chi1Result[r], calibration[letter], valine);
+        row.prediction =
+            orvix::summaries::predictRotamer(chi1Result[r], calibration[letter], valine);
 
         std::vector<double> picks;
         for (double chi1 : candidates) {

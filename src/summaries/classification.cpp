@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <cmath>
 
-#include "networks/phi_psi_prior.h"
-#include "run/angles.h"
+#include "base/angles.h"
+#include "base/missing.h"
+#include "base/phi_psi_grid.h"
 
-namespace orvix {
+namespace orvix::summaries {
 namespace {
 
 constexpr int boxCount = 324;
@@ -123,4 +124,4 @@ int referenceBox(double phi, double psi) {
     return box >= 0 && box < boxCount ? box : 0;
 }
 
-}  // namespace orvix
+}  // namespace orvix::summaries

@@ -6,7 +6,7 @@
 
 #include "search/clusterdata.h"
 
-namespace orvix {
+namespace orvix::summaries {
 
 /// The winning group of a residue's matches.
 struct Consensus {
@@ -40,4 +40,4 @@ std::string_view classWord(const ClassEvidence& evidence);
 /// Box of a pair of reference angles; 0 if either is missing or the box lies outside 0..323.
 int referenceBox(double phi, double psi);
 
-}  // namespace orvix
+}  // namespace orvix::summaries

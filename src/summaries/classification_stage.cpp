@@ -4,8 +4,8 @@
 void ORVIX::vinaClassificationCluster(std::vector<double>& phi, std::vector<double>& psi,
                                       int& consensus, std::vector<double>& weight,
                                       ClusterData& residueClusters) {
-    orvix::Consensus result =
-        orvix::classifyMatches(phi, psi, residueClusters, candidateMax, count);
+    orvix::summaries::Consensus result =
+        orvix::summaries::classifyMatches(phi, psi, residueClusters, candidateMax, count);
     phi = std::move(result.phi);
     psi = std::move(result.psi);
     weight = std::move(result.weight);

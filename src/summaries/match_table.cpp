@@ -5,7 +5,7 @@
 #include "run/citation.h"
 #include "run/orvix.h"
 #include "search/db.h"
-#include "summaries/table_text.h"
+#include "summaries/result_cells.h"
 
 namespace {
 
@@ -136,8 +136,8 @@ void ORVIX::writePredAll() {
             row["INDEX"] = std::to_string(rowNumber);
             row["RESID_Q_CENTER"] = std::to_string(r);
             row["RESNAMES_Q"] = queryLetters;
-            row["DIST"] = orvix::realCell(scores[place]);
-            row["W"] = orvix::realCell(weights[place]);
+            row["DIST"] = orvix::summaries::realCell(scores[place]);
+            row["W"] = orvix::summaries::realCell(weights[place]);
             row["RESNAMES_DB"] = databaseLetters(*db, index - half, index + half);
             for (const Neighbour& n : neighbours) {
                 const int i = index + n.offset;
@@ -146,12 +146,15 @@ void ORVIX::writePredAll() {
                 }
                 const std::string suffix = n.suffix;
                 row["RESID" + suffix] = std::to_string(db->resids[i]);
-                row["PHI" + suffix] = orvix::realCell(static_cast<double>(db->angles[i][0]));
-                row["PSI" + suffix] = orvix::realCell(static_cast<double>(db->angles[i][1]));
-                row["CHI1" + suffix] = orvix::realCell(static_cast<double>(db->angles[i][2]));
+                row["PHI" + suffix] =
+                    orvix::summaries::realCell(static_cast<double>(db->angles[i][0]));
+                row["PSI" + suffix] =
+                    orvix::summaries::realCell(static_cast<double>(db->angles[i][1]));
+                row["CHI1" + suffix] =
+                    orvix::summaries::realCell(static_cast<double>(db->angles[i][2]));
                 for (const ShiftColumn& column : shiftColumns) {
-                    row[column.name + suffix] =
-                        orvix::fixedCell(static_cast<double>(db->shifts[i][column.index]));
+                    row[column.name + suffix] = orvix::summaries::fixedCell(
+                        static_cast<double>(db->shifts[i][column.index]));
                 }
             }
             row["SOURCE"] = db->sources[index];

@@ -1,12 +1,12 @@
 #include <iostream>
 #include <vector>
 
-#include "run/angles.h"
+#include "base/missing.h"
 #include "run/citation.h"
 #include "run/orvix.h"
 #include "structure/pdb.h"
 #include "summaries/classification.h"
-#include "summaries/table_text.h"
+#include "summaries/result_cells.h"
 
 namespace {
 
@@ -52,25 +52,25 @@ void addRemarks(GDB& table, const std::string& inTitle, const std::string* refTi
         remark("   Bad:  predictions with large deviation to reference PDB.");
         remark("");
     }
-    orvix::addCitation(table);
+    orvix::summaries::addCitation(table);
     remark("");
     table.addRemark(std::string(orvix::versionRemark));
 }
 
-void addRow(GDB& table, const orvix::PhiPsiRow& row) {
+void addRow(GDB& table, const orvix::summaries::PhiPsiRow& row) {
     const auto set = [&](const char* column, const std::string& value) {
         table.setEntry(row.residue, column, value);
     };
     set("RESID", std::to_string(row.residue));
     set("RESNAME", row.name);
-    set("PHI", orvix::realCell(row.phi));
-    set("PSI", orvix::realCell(row.psi));
-    set("DPHI", orvix::realCell(row.phiSpread));
-    set("DPSI", orvix::realCell(row.psiSpread));
-    set("DIST", orvix::realCell(row.distance));
+    set("PHI", orvix::summaries::realCell(row.phi));
+    set("PSI", orvix::summaries::realCell(row.psi));
+    set("DPHI", orvix::summaries::realCell(row.phiSpread));
+    set("DPSI", orvix::summaries::realCell(row.psiSpread));
+    set("DIST", orvix::summaries::realCell(row.distance));
     set("COUNT", std::to_string(row.count));
     set("CS_COUNT", std::to_string(row.shiftCount));
-    set("S2", orvix::realCell(row.s2));
+    set("S2", orvix::summaries::realCell(row.s2));
     set("CLASS", row.classWord);
 }
 
@@ -80,7 +80,7 @@ std::map<int, ReferenceAngles> referenceAngles(PDB& reference, int first, int la
         ReferenceAngles& residue = angles[r];
         residue.phi = reference.getPhi(1, r);
         residue.psi = reference.getPsi(1, r);
-        residue.box = orvix::referenceBox(residue.phi, residue.psi);
+        residue.box = orvix::summaries::referenceBox(residue.phi, residue.psi);
     }
     return angles;
 }
@@ -103,7 +103,7 @@ void ORVIX::vina() {
     std::cout << "Summarizing Phi/Psi Predictions ...\n";
 
     for (int r = firstResid; r <= lastResid; ++r) {
-        orvix::PhiPsiRow row;
+        orvix::summaries::PhiPsiRow row;
         row.residue = r;
         row.name = residueLabel(r);
         row.shiftCount = 18 - missingAt(r - 1) - missingAt(r) - missingAt(r + 1);
@@ -123,7 +123,7 @@ void ORVIX::vina() {
             const double disorder = s2[r] - 0.003;
             row.s2 = 1.0 - (disorder > orvix::missingLimit ? 0.0 : disorder);
 
-            orvix::ClassEvidence evidence;
+            orvix::summaries::ClassEvidence evidence;
             evidence.count = row.count;
             evidence.candidateMax = candidateMax;
             evidence.required = count;
@@ -139,7 +139,7 @@ void ORVIX::vina() {
             }
             evidence.disorder = disorder;
             evidence.disorderLimit = s2Limit;
-            row.classWord = orvix::classWord(evidence);
+            row.classWord = orvix::summaries::classWord(evidence);
         }
         addRow(table, row);
         phiPsiRows[r] = row;

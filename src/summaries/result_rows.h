@@ -2,10 +2,10 @@
 
 #include <string>
 
-#include "run/angles.h"
+#include "base/missing.h"
 #include "summaries/rotamer_evidence.h"
 
-namespace orvix {
+namespace orvix::summaries {
 
 /// Rows of the result tables as the stages compute them, before they become text. The tables are
 /// written from these, and so is every other form of the results. Angles in degrees; 9999.0 marks a
@@ -57,4 +57,4 @@ struct OrderRow {
     double s2 = missingValue;
 };
 
-}  // namespace orvix
+}  // namespace orvix::summaries

@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
-#include "run/angles.h"
+#include "base/missing.h"
+#include "base/statistics.h"
 
-namespace orvix {
+namespace orvix::summaries {
 
 int scoreBin(std::span<const double> scores) {
     if (scores.size() <= 2) {
@@ -64,4 +65,4 @@ double turnValine(double chi1) {
     return turned > 666.0 ? missingValue : turned;
 }
 
-}  // namespace orvix
+}  // namespace orvix::summaries

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace orvix {
+namespace orvix::summaries {
 
 /// Relative likelihood of a rotamer whose mean network score falls in bin 0..10; NaN for a bin that
 /// is not known.
@@ -34,4 +34,4 @@ RotamerPrediction predictRotamer(const std::map<std::string, std::vector<double>
 /// 9999.0 for a missing angle.
 double turnValine(double chi1);
 
-}  // namespace orvix
+}  // namespace orvix::summaries

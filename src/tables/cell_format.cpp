@@ -2,10 +2,10 @@
 
 #include <cstdio>
 
-#include "tables/number_text.h"
-#include "tables/table_text.h"
+#include "base/numbers.h"
+#include "base/text.h"
 
-namespace orvix {
+namespace orvix::tables {
 namespace {
 
 // Takes literal text up to a conversion, "%%" being a percent sign.
@@ -158,4 +158,4 @@ void CellFormat::appendReal(std::string& out, double value) const {
     out += after_;
 }
 
-}  // namespace orvix
+}  // namespace orvix::tables

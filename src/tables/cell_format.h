@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace orvix {
+namespace orvix::tables {
 
 /// A column's print specifier, read once and applied to many cells with the results of C's printf.
 ///
@@ -42,4 +42,4 @@ class CellFormat {
     std::string after_;
 };
 
-}  // namespace orvix
+}  // namespace orvix::tables

@@ -4,8 +4,8 @@
 #include <cstring>
 #include <iostream>
 
-#include "run/process.h"
-#include "tables/table_text.h"
+#include "base/process.h"
+#include "base/text.h"
 
 namespace {
 

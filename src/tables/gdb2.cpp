@@ -7,7 +7,7 @@
 #include <iostream>
 #include <utility>
 
-#include "tables/table_text.h"
+#include "base/text.h"
 
 namespace {
 

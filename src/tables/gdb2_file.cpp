@@ -6,13 +6,13 @@
 #include <iostream>
 #include <utility>
 
+#include "base/line_reader.h"
+#include "base/numbers.h"
+#include "base/text.h"
+#include "base/text_writer.h"
 #include "tables/cell_format.h"
 #include "tables/gdb2.h"
-#include "tables/line_reader.h"
-#include "tables/number_text.h"
 #include "tables/shift_table_reports.h"
-#include "tables/table_text.h"
-#include "tables/text_writer.h"
 
 namespace {
 
@@ -115,7 +115,7 @@ void writeRows(orvix::TextWriter& out, const GDB2& table) {
     if (!table.lines) {
         return;
     }
-    std::vector<orvix::CellFormat> columns;
+    std::vector<orvix::tables::CellFormat> columns;
     for (int i = 0; i < table.varsCount; ++i) {
         const auto spec = table.formats.find(i);
         columns.emplace_back(spec == table.formats.end() ? std::string_view() : spec->second);
@@ -142,7 +142,7 @@ bool GDB2::loadGDB(const std::string& file) {
     fileName = file;
     orvix::LineReader reader(file);
     if (!reader.isOpen()) {
-        return orvix::failLoad(*this, "\tFile Error: Can't open input file for reading\n");
+        return orvix::tables::failLoad(*this, "\tFile Error: Can't open input file for reading\n");
     }
 
     bool readsRows = false;
@@ -186,11 +186,11 @@ bool GDB2::loadGDB(const std::string& file) {
     reader.close();
 
     if (varsCount < 1) {
-        return orvix::failLoad(*this, "Format Error: Missing input table keyword VARS\n");
+        return orvix::tables::failLoad(*this, "Format Error: Missing input table keyword VARS\n");
     }
     if (lineCount == 0) {
-        return orvix::failLoad(*this,
-                               "Format Error: No valid data found and read from input file \n");
+        return orvix::tables::failLoad(
+            *this, "Format Error: No valid data found and read from input file \n");
     }
     const std::int64_t last =
         firstResid - std::int64_t{1} + static_cast<std::int64_t>(residList.size());

@@ -24,8 +24,8 @@ bool checkColumns(GDB2& table) {
     for (const ExpectedColumn& column : expectedColumns) {
         const std::string name = column.name;
         if (table.getVarIndex1(name) == 0) {
-            return orvix::failLoad(table, "ORVIX Format Error: Table is missing expected " + name +
-                                              " variable in VARS line.\n");
+            return orvix::tables::failLoad(table, "ORVIX Format Error: Table is missing expected " +
+                                                      name + " variable in VARS line.\n");
         }
         if (table.getVarType(name) != column.type) {
             const std::string start =
@@ -34,7 +34,7 @@ bool checkColumns(GDB2& table) {
                 std::string(1, column.typeLetter) + ") is expected in FORMAT line.\n";
             // The gathered text keeps its percent sign doubled, ready for a printf.
             const std::size_t before = table.errorText.size();
-            orvix::failLoad(table, start + "%" + end);
+            orvix::tables::failLoad(table, start + "%" + end);
             table.errorText.resize(before);
             table.errorText += start + "%%" + end;
             return false;
@@ -43,7 +43,7 @@ bool checkColumns(GDB2& table) {
     return true;
 }
 
-void compareWithSequence(GDB2& table, orvix::ResidueMismatches& mismatches) {
+void compareWithSequence(GDB2& table, orvix::tables::ResidueMismatches& mismatches) {
     if (table.residList.empty()) {
         return;
     }
@@ -64,21 +64,22 @@ bool GDB2::loadORVIX(const std::string& file) {
         return false;
     }
     if (getData("SEQUENCE").empty()) {
-        return orvix::failLoad(*this,
-                               "ORVIX Format Error: Table is missing expected DATA SEQUENCE header "
-                               "lines.\n");
+        return orvix::tables::failLoad(
+            *this,
+            "ORVIX Format Error: Table is missing expected DATA SEQUENCE header "
+            "lines.\n");
     }
     if (getData("FIRST_RESID").empty()) {
-        orvix::giveNotice(
+        orvix::tables::giveNotice(
             *this, "ORVIX Format Notice: Table is missing DATA FIRST_RESID specification.\n");
-        orvix::giveNotice(*this, "ORVIX Format Notice: Assuming FIRST_RESID value of 1.\n");
+        orvix::tables::giveNotice(*this, "ORVIX Format Notice: Assuming FIRST_RESID value of 1.\n");
     }
     if (!checkColumns(*this)) {
         return false;
     }
-    orvix::ResidueMismatches mismatches(*this, "ORVIX");
+    orvix::tables::ResidueMismatches mismatches(*this, "ORVIX");
     compareWithSequence(*this, mismatches);
-    if (mismatches.residueCount() >= orvix::ResidueMismatches::limit) {
+    if (mismatches.residueCount() >= orvix::tables::ResidueMismatches::limit) {
         errorText += noticeText;
     }
     return mismatches.conclude();

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr orvix::StarTexts texts = {
+constexpr orvix::tables::StarTexts texts = {
     "NMR-Star v2",
     "_Mol_residue_sequence",
     "_Residue_seq_code",
@@ -22,13 +22,13 @@ constexpr orvix::StarTexts texts = {
 // Goes through the file line by line; it looks for a few tags and keeps no save frames.
 class Scanner {
   public:
-    explicit Scanner(orvix::StarShiftTable& table) : table_(table) {}
+    explicit Scanner(orvix::tables::StarShiftTable& table) : table_(table) {}
 
     // `words` are those of one line, at least one; the first is replaced by its upper case form.
     void takeLine(std::vector<std::string_view>& words) {
         const bool isTag = words[0].front() == '_';
         const bool isData = inLoop_ && !isTag;
-        const std::string first = orvix::foldToUpper(words[0]);
+        const std::string first = orvix::tables::foldToUpper(words[0]);
         words[0] = first;
 
         if (inSequence_ && inText_) {
@@ -41,13 +41,13 @@ class Scanner {
             ++tagCount_;
         }
         if (isData && words.size() == static_cast<std::size_t>(tagCount_) &&
-            orvix::holdsColumns(words, columns_)) {
+            orvix::tables::holdsColumns(words, columns_)) {
             table_.addRow(words, columns_);
         }
         act(first);
     }
 
-    const orvix::StarShiftColumns& columns() const { return columns_; }
+    const orvix::tables::StarShiftColumns& columns() const { return columns_; }
 
   private:
     void act(const std::string& first) {
@@ -75,17 +75,17 @@ class Scanner {
         }
     }
 
-    orvix::StarShiftTable& table_;
+    orvix::tables::StarShiftTable& table_;
     bool inLoop_ = false;
     bool inSequence_ = false;  // the tag of the sequence was met
     bool inText_ = false;      // inside its text
     int tagCount_ = 0;
-    orvix::StarShiftColumns columns_;
+    orvix::tables::StarShiftColumns columns_;
 };
 
 }  // namespace
 
 bool GDB2::loadNMRStar2(const std::string& file) {
     fileName = file;
-    return orvix::readStarShifts<Scanner>(*this, texts, file);
+    return orvix::tables::readStarShifts<Scanner>(*this, texts, file);
 }

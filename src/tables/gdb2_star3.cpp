@@ -5,14 +5,14 @@
 #include <string_view>
 #include <vector>
 
+#include "base/numbers.h"
 #include "tables/gdb2.h"
-#include "tables/number_text.h"
 #include "tables/shift_table_reports.h"
 #include "tables/star_shift_table.h"
 
 namespace {
 
-constexpr orvix::StarTexts texts = {
+constexpr orvix::tables::StarTexts texts = {
     "NMR-Star v3",
     "_Entity.Polymer_seq_one_letter_code",
     "_Atom_chem_shift.Seq_ID",
@@ -35,13 +35,13 @@ struct ResidueListColumns {
 // Goes through the file line by line; it looks for a few tags and keeps no save frames.
 class Scanner {
   public:
-    explicit Scanner(orvix::StarShiftTable& table) : table_(table) {}
+    explicit Scanner(orvix::tables::StarShiftTable& table) : table_(table) {}
 
     // `words` are those of one line, at least one; the first is replaced by its upper case form.
     void takeLine(std::vector<std::string_view>& words) {
         const bool isTag = words[0].front() == '_';
         const bool isData = inLoop_ && !isTag;
-        const std::string first = orvix::foldToUpper(words[0]);
+        const std::string first = orvix::tables::foldToUpper(words[0]);
         words[0] = first;
 
         if (inSequence_ && inText_) {
@@ -60,7 +60,7 @@ class Scanner {
         act(first);
     }
 
-    const orvix::StarShiftColumns& columns() const { return columns_; }
+    const orvix::tables::StarShiftColumns& columns() const { return columns_; }
 
   private:
     void takeSequence(std::string letters) {
@@ -71,8 +71,8 @@ class Scanner {
 
     void takeShiftRow(const std::vector<std::string_view>& words) {
         if (words.size() == static_cast<std::size_t>(shiftTagCount_) &&
-            orvix::wordAt(words, entityColumn_) == wantedEntity &&
-            orvix::holdsColumns(words, columns_)) {
+            orvix::tables::wordAt(words, entityColumn_) == wantedEntity &&
+            orvix::tables::holdsColumns(words, columns_)) {
             table_.addRow(words, columns_);
         }
     }
@@ -82,18 +82,18 @@ class Scanner {
         if (inSequence_ || !residueList_.complete() ||
             words.size() != static_cast<std::size_t>(tagCount_) ||
             words.size() < static_cast<std::size_t>(widest) ||
-            orvix::wordAt(words, residueList_.entity) != wantedEntity) {
+            orvix::tables::wordAt(words, residueList_.entity) != wantedEntity) {
             return;
         }
-        std::string name(orvix::wordAt(words, residueList_.name));
+        std::string name(orvix::tables::wordAt(words, residueList_.name));
         if (name.size() == 3) {
             name = GDB2::three2One(name);
         }
         if (name.size() != 1) {
             name = "?";
         }
-        table_.nameResidue(orvix::textToInt(orvix::wordAt(words, residueList_.residue)), name,
-                           "_Entity_comp_index.ID");
+        table_.nameResidue(orvix::textToInt(orvix::tables::wordAt(words, residueList_.residue)),
+                           name, "_Entity_comp_index.ID");
     }
 
     void act(const std::string& first) {
@@ -140,13 +140,13 @@ class Scanner {
         return tag == "_ATOM_CHEM_SHIFT.VAL" ? &columns_.value : nullptr;
     }
 
-    orvix::StarShiftTable& table_;
+    orvix::tables::StarShiftTable& table_;
     bool inLoop_ = false;
     bool inSequence_ = false;  // the tag of the sequence was met, and no loop has ended since
     bool inText_ = false;
     int tagCount_ = 0;
     int shiftTagCount_ = 0;  // over all shift loops, so only the rows of the first one fit
-    orvix::StarShiftColumns columns_;
+    orvix::tables::StarShiftColumns columns_;
     int entityColumn_ = 0;
     ResidueListColumns residueList_;
 };
@@ -155,5 +155,5 @@ class Scanner {
 
 bool GDB2::loadNMRStar3(const std::string& file) {
     fileName = file;
-    return orvix::readStarShifts<Scanner>(*this, texts, file);
+    return orvix::tables::readStarShifts<Scanner>(*this, texts, file);
 }

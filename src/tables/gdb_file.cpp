@@ -2,13 +2,13 @@
 #include <iostream>
 #include <utility>
 
-#include "run/process.h"
+#include "base/line_reader.h"
+#include "base/numbers.h"
+#include "base/process.h"
+#include "base/text.h"
+#include "base/text_writer.h"
 #include "tables/cell_format.h"
 #include "tables/gdb.h"
-#include "tables/line_reader.h"
-#include "tables/number_text.h"
-#include "tables/table_text.h"
-#include "tables/text_writer.h"
 
 namespace {
 
@@ -86,13 +86,13 @@ void writeHeader(orvix::TextWriter& out, const GDB& table) {
 
 void writeRows(orvix::TextWriter& out, const GDB& table) {
     // Columns are those of index 0 to the count of names, whatever keys a caller has set.
-    std::vector<std::pair<std::string, orvix::CellFormat>> columns;
+    std::vector<std::pair<std::string, orvix::tables::CellFormat>> columns;
     for (int i = 0; i < static_cast<int>(table.vars.size()); ++i) {
         const auto name = table.vars.find(i);
         const auto spec = table.formats.find(i);
-        columns.emplace_back(
-            name == table.vars.end() ? std::string() : name->second,
-            orvix::CellFormat(spec == table.formats.end() ? std::string_view() : spec->second));
+        columns.emplace_back(name == table.vars.end() ? std::string() : name->second,
+                             orvix::tables::CellFormat(
+                                 spec == table.formats.end() ? std::string_view() : spec->second));
     }
     for (const auto& [number, row] : table.entries) {
         for (const auto& [name, format] : columns) {

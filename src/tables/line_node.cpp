@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <utility>
 
-#include "tables/number_text.h"
+#include "base/numbers.h"
 
 LineNode::Val::Val(int number) noexcept : type(0), value(&store_) {
     store_.integer = number;

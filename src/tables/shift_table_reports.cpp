@@ -2,7 +2,7 @@
 
 #include <iostream>
 
-namespace orvix {
+namespace orvix::tables {
 
 void giveNotice(GDB2& table, const std::string& text) {
     std::cerr << text;
@@ -48,4 +48,4 @@ bool ResidueMismatches::conclude() {
     return true;
 }
 
-}  // namespace orvix
+}  // namespace orvix::tables

@@ -8,7 +8,7 @@
 
 /// Reports of the readers of `GDB2`: texts that go to the standard error stream and are gathered in
 /// the table.
-namespace orvix {
+namespace orvix::tables {
 
 /// Writes `text` and appends it to `noticeText`.
 void giveNotice(GDB2& table, const std::string& text);
@@ -47,4 +47,4 @@ class ResidueMismatches {
     std::set<int> residues_;
 };
 
-}  // namespace orvix
+}  // namespace orvix::tables

@@ -4,10 +4,10 @@
 #include <climits>
 #include <cstdint>
 
-#include "tables/number_text.h"
-#include "tables/table_text.h"
+#include "base/numbers.h"
+#include "base/text.h"
 
-namespace orvix {
+namespace orvix::tables {
 
 StarShiftTable::StarShiftTable(GDB2& table, const StarTexts& texts)
     : table_(table), texts_(texts), mismatches_(table, texts.format) {}
@@ -121,4 +121,4 @@ std::string foldToUpper(std::string_view word) {
     return folded;
 }
 
-}  // namespace orvix
+}  // namespace orvix::tables

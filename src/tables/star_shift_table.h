@@ -4,12 +4,12 @@
 #include <string_view>
 #include <vector>
 
+#include "base/line_reader.h"
+#include "base/text.h"
 #include "tables/gdb2.h"
-#include "tables/line_reader.h"
 #include "tables/shift_table_reports.h"
-#include "tables/table_text.h"
 
-namespace orvix {
+namespace orvix::tables {
 
 /// What the two versions of the deposited format say in their reports.
 struct StarTexts {
@@ -102,4 +102,4 @@ bool readStarShifts(GDB2& table, const StarTexts& texts, const std::string& file
     return shifts.finish(scanner.columns());
 }
 
-}  // namespace orvix
+}  // namespace orvix::tables

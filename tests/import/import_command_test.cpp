@@ -5,10 +5,10 @@
 namespace orvix {
 namespace {
 
-ExitStatus runImport(const std::vector<std::string>& words) {
+cli::ExitStatus runImport(const std::vector<std::string>& words) {
     CLI::App app;
-    ExitStatus status = ExitStatus::runError;
-    addImportCommand(app, status);
+    cli::ExitStatus status = cli::ExitStatus::runError;
+    cli::addImportCommand(app, status);
     std::vector<std::string> reversed(words.rbegin(), words.rend());
     reversed.emplace_back("import");
     app.parse(reversed);
@@ -20,7 +20,7 @@ TEST(ImportCommand, WritesTableAndReport) {
     const TemporaryFile table;
     const TemporaryFile report;
     EXPECT_EQ(runImport({input.path(), "-o", table.path(), "--report", report.path()}),
-              ExitStatus::done);
+              cli::ExitStatus::done);
     EXPECT_NE(table.content().find("   1 M   CA     55.1\n"), std::string::npos);
     EXPECT_NE(report.content().find("written: 1 shifts"), std::string::npos);
 
@@ -36,11 +36,11 @@ TEST(ImportCommand, TellsItsErrorsApart) {
     const TemporaryFile input(text);
     EXPECT_THROW(runImport({}), CLI::ParseError);
     EXPECT_THROW(runImport({input.path(), "--numbering", "other"}), CLI::ParseError);
-    EXPECT_THROW(runImport({"/nowhere/x.str"}), InputRejected);
-    EXPECT_THROW(runImport({input.path(), "--list", "4"}), InputRejected);
+    EXPECT_THROW(runImport({"/nowhere/x.str"}), cli::InputRejected);
+    EXPECT_THROW(runImport({input.path(), "--list", "4"}), cli::InputRejected);
     EXPECT_THROW(runImport({input.path(), "-o", "/nowhere/x.tab", "--report", "/dev/null"}),
-                 RunError);
-    EXPECT_THROW(runImport({input.path(), "-o", input.path()}), RunError);
+                 cli::RunError);
+    EXPECT_THROW(runImport({input.path(), "-o", input.path()}), cli::RunError);
     EXPECT_EQ(input.content(), text);
 }
 

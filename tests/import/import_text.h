@@ -7,31 +7,32 @@
 #include <string>
 #include <vector>
 
-#include "companion/command.h"
+#include "cli/command.h"
 #include "import/shift_import.h"
 #include "tables/temporary_file.h"
 
 /// Imports a text as a file would be.
-inline orvix::ImportedTable importText(const std::string& text,
-                                       const orvix::ImportOptions& options = {}) {
+inline orvix::importing::ImportedTable importText(
+    const std::string& text, const orvix::importing::ImportOptions& options = {}) {
     const TemporaryFile file(text);
-    return orvix::importShifts(file.path(), options);
+    return orvix::importing::importShifts(file.path(), options);
 }
 
 /// The message of a text that is refused; empty when it is taken.
-inline std::string refusal(const std::string& text, const orvix::ImportOptions& options = {}) {
+inline std::string refusal(const std::string& text,
+                           const orvix::importing::ImportOptions& options = {}) {
     try {
         importText(text, options);
-    } catch (const orvix::InputRejected& error) {
+    } catch (const orvix::cli::InputRejected& error) {
         return error.what();
     }
     return {};
 }
 
 /// The rows of a table as "12 G HA2 3.95", one string a row.
-inline std::vector<std::string> rowsOf(const orvix::ImportedTable& table) {
+inline std::vector<std::string> rowsOf(const orvix::importing::ImportedTable& table) {
     std::vector<std::string> rows;
-    for (const orvix::ImportedShift& shift : table.shifts) {
+    for (const orvix::importing::ImportedShift& shift : table.shifts) {
         rows.push_back(std::to_string(shift.residue) + " " + shift.residueName + " " + shift.atom +
                        " " + shift.valueText);
     }
@@ -41,7 +42,7 @@ inline std::vector<std::string> rowsOf(const orvix::ImportedTable& table) {
 using Rows = std::vector<std::string>;
 
 /// Whether a text occurs in the notes or warnings of a report.
-inline bool tells(const orvix::ImportedTable& table, const std::string& text) {
+inline bool tells(const orvix::importing::ImportedTable& table, const std::string& text) {
     const auto holds = [&text](const std::string& line) {
         return line.find(text) != std::string::npos;
     };

@@ -21,28 +21,28 @@ TEST(Nef, WildcardsAndUnassignedRows) {
         "A 395 GLY HAy 4.0\nA 396 GLY HA% 3.95\nA 397 GLY QA 4.05\n@2 SS@12 GLX? CA 55.0\n"
         "A @7 . N 120.1\nA . . N 121.0\nA 397 . C 174.0\n";
     for (const char* tag : {"residue_name", "residue_type"}) {
-        const ImportedTable table = importText(nef(sequence, shifts, tag));
+        const importing::ImportedTable table = importText(nef(sequence, shifts, tag));
         EXPECT_EQ(table.format, "nef");
         EXPECT_EQ(table.sequence, "DGGG");
         EXPECT_EQ(table.firstResidue, 394);
         EXPECT_EQ(rowsOf(table), (Rows{"394 D HN 8.4", "395 G HA2 3.9", "395 G HA3 4.0",
                                        "396 G HA2 3.95", "397 G HA2 4.05", "397 G C 174.0"}));
-        EXPECT_EQ(table.report.items(ImportFinding::unassigned).size(), 3U);
-        EXPECT_EQ(table.report.items(ImportFinding::notRead).size(), 2U);
-        EXPECT_EQ(table.report.items(ImportFinding::glycineRenamed).size(), 4U);
+        EXPECT_EQ(table.report.items(importing::ImportFinding::unassigned).size(), 3U);
+        EXPECT_EQ(table.report.items(importing::ImportFinding::notRead).size(), 2U);
+        EXPECT_EQ(table.report.items(importing::ImportFinding::glycineRenamed).size(), 4U);
     }
 }
 
 TEST(Nef, ChainsAndCodesThatAreNoNumbers) {
     const std::string text = nef("1 A 1 DG\n2 A 2 DC\n3 B 24A MET\n4 B 24B LYS\n",
                                  "A 1 DG C2 80\nB 24A MET CA 55.1\nB 24B LYS CA 56.2\n");
-    const ImportedTable table = importText(text);
+    const importing::ImportedTable table = importText(text);
     EXPECT_EQ(table.sequence, "MK");
     EXPECT_EQ(rowsOf(table), (Rows{"1 M CA 55.1", "2 K CA 56.2"}));
     EXPECT_EQ(table.authorNumber.at(2), "24B");
     EXPECT_TRUE(tells(table, "numbered from 1"));
-    EXPECT_EQ(table.report.items(ImportFinding::renumbered).size(), 2U);
-    EXPECT_EQ(table.report.items(ImportFinding::otherEntity).size(), 1U);
+    EXPECT_EQ(table.report.items(importing::ImportFinding::renumbered).size(), 2U);
+    EXPECT_EQ(table.report.items(importing::ImportFinding::otherEntity).size(), 1U);
 }
 
 }  // namespace

@@ -8,14 +8,15 @@ namespace {
 const std::string columns =
     "Entity_assembly_ID Entity_ID Seq_ID Comp_ID Atom_ID Val Ambiguity_code";
 
-ImportOptions with(std::string ImportOptions::*option, const std::string& value) {
-    ImportOptions options;
+importing::ImportOptions with(std::string importing::ImportOptions::*option,
+                              const std::string& value) {
+    importing::ImportOptions options;
     options.*option = value;
     return options;
 }
 
 TEST(NmrStar3, ColumnsRowsAndValuesOfAnyLayout) {
-    const ImportedTable table = importText(
+    const importing::ImportedTable table = importText(
         "data_1 save_e _Entry.Title\n;A title,\n  of two lines\n;\nsave_\n" +
         entityFrame("1", {"MET", "GLY", "LYS"}) +
         shiftFrame("1", "Val Details Atom_ID Comp_ID Seq_ID Ambiguity_code",
@@ -24,11 +25,11 @@ TEST(NmrStar3, ColumnsRowsAndValuesOfAnyLayout) {
     EXPECT_EQ(table.title, "A title, of two lines");
     EXPECT_EQ(table.sequence, "MGK");
     EXPECT_EQ(rowsOf(table), (Rows{"1 M CA 55.10", "3 K N 120.5", "3 K HN 8.30"}));
-    EXPECT_EQ(table.report.items(ImportFinding::valueMissing).size(), 2U);
-    ASSERT_EQ(table.report.items(ImportFinding::valueNotNumber).size(), 1U);
-    EXPECT_NE(table.report.items(ImportFinding::valueNotNumber)[0].find("1 MET HA abc"),
+    EXPECT_EQ(table.report.items(importing::ImportFinding::valueMissing).size(), 2U);
+    ASSERT_EQ(table.report.items(importing::ImportFinding::valueNotNumber).size(), 1U);
+    EXPECT_NE(table.report.items(importing::ImportFinding::valueNotNumber)[0].find("1 MET HA abc"),
               std::string::npos);
-    EXPECT_EQ(table.report.items(ImportFinding::atomRenamed).size(), 1U);
+    EXPECT_EQ(table.report.items(importing::ImportFinding::atomRenamed).size(), 1U);
 }
 
 // The template that depositors fill in has no Seq_ID, no Entity_ID and nothing but the loop.
@@ -36,14 +37,14 @@ TEST(NmrStar3, FallsBackForMissingColumns) {
     const std::string template_ =
         shiftFrame("1", "ID Entity_assembly_ID Comp_index_ID Comp_ID Atom_ID Val",
                    "1 1 5 ALA CA 52.5\n2 1 7 GLY CA 45.1");
-    const ImportedTable alone = importText(template_);
+    const importing::ImportedTable alone = importText(template_);
     EXPECT_EQ(alone.sequence, "AXG");
     EXPECT_EQ(alone.firstResidue, 5);
     EXPECT_TRUE(tells(alone, "no sequence"));
 
     const std::string assembly =
         "save_a loop_ _Entity_assembly.ID _Entity_assembly.Entity_ID 1 2 2 1 stop_ save_\n";
-    const ImportedTable second =
+    const importing::ImportedTable second =
         importText(assembly + entityFrame("1", {"GLY", "GLY", "GLY", "GLY", "GLY", "GLY", "GLY"}) +
                    entityFrame("2", {"SER", "SER", "SER", "SER", "ALA", "SER", "GLY"}) + template_);
     EXPECT_EQ(second.sequence, "SSSSASG");
@@ -53,12 +54,12 @@ TEST(NmrStar3, FallsBackForMissingColumns) {
     const std::string byAuthor =
         shiftFrame("1", "Auth_seq_ID Comp_ID Atom_ID Val", "394 ALA CA 52.5\n395 TRP CA 57.1");
     for (const int firstAuthor : {392, 0}) {
-        const ImportedTable table = importText(
+        const importing::ImportedTable table = importText(
             entityFrame("1", {"GLY", "SER", "ALA", "TRP"}, "polypeptide(L)", firstAuthor) +
             byAuthor);
         EXPECT_EQ(rowsOf(table), (Rows{"3 A CA 52.5", "4 W CA 57.1"})) << firstAuthor;
         EXPECT_EQ(table.authorNumber.at(3), "394");
-        EXPECT_EQ(table.report.items(ImportFinding::renumbered).size(), 2U);
+        EXPECT_EQ(table.report.items(importing::ImportFinding::renumbered).size(), 2U);
     }
 }
 
@@ -66,14 +67,16 @@ TEST(NmrStar3, TakesTheFullestListAndListsTheOthers) {
     const std::string text = entityFrame("1", {"MET", "GLY"}) +
                              shiftFrame("1", columns, "1 1 1 MET CA 55.1 1") +
                              shiftFrame("2", columns, "1 1 1 MET CA 55.9 1 1 1 2 GLY CA 45.0 1");
-    const ImportedTable fullest = importText(text);
+    const importing::ImportedTable fullest = importText(text);
     EXPECT_EQ(rowsOf(fullest), (Rows{"1 M CA 55.9", "2 G CA 45.0"}));
     EXPECT_TRUE(tells(fullest, "several shift lists; taken: 2"));
     EXPECT_TRUE(tells(fullest, "shift list 1 (shifts_1): 1 rows, N 0, HN 0, HA 0, C 0, CA 1"));
-    EXPECT_EQ(fullest.report.items(ImportFinding::otherList).size(), 1U);
-    EXPECT_EQ(rowsOf(importText(text, with(&ImportOptions::list, "1"))), (Rows{"1 M CA 55.1"}));
-    EXPECT_EQ(rowsOf(importText(text, with(&ImportOptions::list, "shifts_1"))).size(), 1U);
-    EXPECT_NE(refusal(text, with(&ImportOptions::list, "7")).find("it has 1, 2"),
+    EXPECT_EQ(fullest.report.items(importing::ImportFinding::otherList).size(), 1U);
+    EXPECT_EQ(rowsOf(importText(text, with(&importing::ImportOptions::list, "1"))),
+              (Rows{"1 M CA 55.1"}));
+    EXPECT_EQ(rowsOf(importText(text, with(&importing::ImportOptions::list, "shifts_1"))).size(),
+              1U);
+    EXPECT_NE(refusal(text, with(&importing::ImportOptions::list, "7")).find("it has 1, 2"),
               std::string::npos);
 }
 
@@ -83,13 +86,14 @@ TEST(NmrStar3, TakesTheOnlyPolypeptide) {
                              shiftFrame("1", columns,
                                         "1 1 1 G C2 90 1\n2 2 1 MET CA 55.1 1\n2 2 1 MET CB 33 1\n"
                                         "3 3 1 ALA CA 52.2 1");
-    const ImportedTable table = importText(text);
+    const importing::ImportedTable table = importText(text);
     EXPECT_EQ(rowsOf(table), (Rows{"1 M CA 55.1", "1 M CB 33"}));
     EXPECT_TRUE(tells(table, "several molecules"));
-    EXPECT_EQ(table.report.items(ImportFinding::otherEntity).size(), 2U);
-    EXPECT_EQ(importText(text, with(&ImportOptions::entity, "3")).sequence, "A");
-    EXPECT_EQ(importText(text, with(&ImportOptions::entity, "molecule 3")).sequence, "A");
-    EXPECT_NE(refusal(text, with(&ImportOptions::entity, "1")).find("no polypeptide"),
+    EXPECT_EQ(table.report.items(importing::ImportFinding::otherEntity).size(), 2U);
+    EXPECT_EQ(importText(text, with(&importing::ImportOptions::entity, "3")).sequence, "A");
+    EXPECT_EQ(importText(text, with(&importing::ImportOptions::entity, "molecule 3")).sequence,
+              "A");
+    EXPECT_NE(refusal(text, with(&importing::ImportOptions::entity, "1")).find("no polypeptide"),
               std::string::npos);
 }
 
@@ -99,13 +103,15 @@ TEST(NmrStar3, MembersOfOneEntityAreKeptApart) {
         shiftFrame("1", columns,
                    "1 1 1 MET CA 55.10 1\n2 1 1 MET CA 55.15 1\n1 1 2 LYS CA 56.00 1\n"
                    "2 1 2 LYS CA 56.06 1\n1 1 2 LYS N 121 1");
-    const ImportedTable table = importText(text);
+    const importing::ImportedTable table = importText(text);
     EXPECT_EQ(rowsOf(table), (Rows{"1 M CA 55.10", "2 K N 121", "2 K CA 56.00"}));
-    EXPECT_EQ(table.report.items(ImportFinding::otherAssembly).size(), 2U);
-    EXPECT_EQ(table.report.items(ImportFinding::assemblyConflict).size(), 1U);  // 56.06, not 55.15
-    EXPECT_EQ(rowsOf(importText(text, with(&ImportOptions::assembly, "2"))),
+    EXPECT_EQ(table.report.items(importing::ImportFinding::otherAssembly).size(), 2U);
+    EXPECT_EQ(table.report.items(importing::ImportFinding::assemblyConflict).size(),
+              1U);  // 56.06, not 55.15
+    EXPECT_EQ(rowsOf(importText(text, with(&importing::ImportOptions::assembly, "2"))),
               (Rows{"1 M CA 55.15", "2 K CA 56.06"}));
-    EXPECT_NE(refusal(text, with(&ImportOptions::assembly, "9")).find("1, 2"), std::string::npos);
+    EXPECT_NE(refusal(text, with(&importing::ImportOptions::assembly, "9")).find("1, 2"),
+              std::string::npos);
 }
 
 TEST(NmrStar3, NumbersByAuthors) {
@@ -113,16 +119,17 @@ TEST(NmrStar3, NumbersByAuthors) {
         return entityFrame("1", {"GLY", "SER", "MET", "LYS"}) +
                shiftFrame("1", "Seq_ID Auth_seq_ID Comp_ID Atom_ID Val", authors);
     };
-    const ImportOptions authors = with(&ImportOptions::numbering, "auth");
+    const importing::ImportOptions authors = with(&importing::ImportOptions::numbering, "auth");
     const std::string tagged = "2 -1 SER CA 58.0\n3 1 MET CA 55.1\n4 . LYS CA 56.2";
-    const ImportedTable holes = importText(text(tagged), authors);
+    const importing::ImportedTable holes = importText(text(tagged), authors);
     EXPECT_EQ(holes.firstResidue, -2);
     EXPECT_EQ(holes.sequence, "GSXMK");
     EXPECT_EQ(rowsOf(holes), (Rows{"-1 S CA 58.0", "1 M CA 55.1", "2 K CA 56.2"}));
-    EXPECT_EQ(holes.report.items(ImportFinding::renumbered).size(), 3U);
+    EXPECT_EQ(holes.report.items(importing::ImportFinding::renumbered).size(), 3U);
     EXPECT_EQ(importText(text(tagged)).authorNumber.at(2), "-1");
 
-    const ImportedTable large = importText(text("3 1001 MET CA 55.1\n4 1002 LYS CA 56.2"), authors);
+    const importing::ImportedTable large =
+        importText(text("3 1001 MET CA 55.1\n4 1002 LYS CA 56.2"), authors);
     EXPECT_EQ(rowsOf(large), (Rows{"3 M CA 55.1", "4 K CA 56.2"}));
     EXPECT_EQ(large.authorNumber.at(4), "1002");
     EXPECT_NE(refusal(text("3 24B MET CA 55.1"), authors).find("24B"), std::string::npos);
@@ -140,28 +147,29 @@ TEST(NmrStar3, ReadsWhatArchivesGetWrong) {
     for (std::size_t at = text.find('\n'); at != std::string::npos; at = text.find('\n', at + 2)) {
         text.insert(at, "\r");
     }
-    const ImportedTable table = importText(text);
+    const importing::ImportedTable table = importText(text);
     EXPECT_EQ(table.sequence, "GAM");
     EXPECT_EQ(rowsOf(table), (Rows{"1 G CA 45.2", "2 A CA 52.5", "3 M CA 55.0"}));
     EXPECT_TRUE(tells(table, "2 shift loops"));
-    ASSERT_EQ(table.report.items(ImportFinding::rowIncomplete).size(), 1U);
-    EXPECT_NE(table.report.items(ImportFinding::rowIncomplete)[0].find("2 CB"), std::string::npos);
-    EXPECT_EQ(table.report.items(ImportFinding::residueReplaced).size(), 1U);
+    ASSERT_EQ(table.report.items(importing::ImportFinding::rowIncomplete).size(), 1U);
+    EXPECT_NE(table.report.items(importing::ImportFinding::rowIncomplete)[0].find("2 CB"),
+              std::string::npos);
+    EXPECT_EQ(table.report.items(importing::ImportFinding::residueReplaced).size(), 1U);
 }
 
 TEST(NmrStar3, UnknownResiduesStayAsX) {
-    const ImportedTable table = importText(
+    const importing::ImportedTable table = importText(
         entityFrame("1", {"PHF", "SEP", "UNK1"}) +
         "save_c _Chem_comp.ID UNK1 _Chem_comp.Mon_nstd_parent_comp_ID TRP save_\n" +
         shiftFrame("1", columns, "1 1 1 PHF CA 57.1 1\n1 1 1 PHF H1 7 1\n1 1 2 SEP CA 58 1"));
     EXPECT_EQ(table.sequence, "XSW");
     EXPECT_EQ(rowsOf(table), (Rows{"1 X CA 57.1", "2 S CA 58"}));
-    EXPECT_EQ(table.report.items(ImportFinding::residueReplaced).size(), 3U);
-    EXPECT_EQ(table.report.items(ImportFinding::notRead).size(), 1U);
+    EXPECT_EQ(table.report.items(importing::ImportFinding::residueReplaced).size(), 3U);
+    EXPECT_EQ(table.report.items(importing::ImportFinding::notRead).size(), 1U);
 }
 
 TEST(NmrStar3, TakesTheNumberColumnThatFitsTheSequence) {
-    const ImportedTable table =
+    const importing::ImportedTable table =
         importText(entityFrame("1", {"MET", "LYS", "ALA"}) +
                    shiftFrame("1", "Seq_ID Comp_index_ID Comp_ID Atom_ID Val",
                               "11 1 MET CA 55.1\n12 2 LYS CA 56.2\n13 3 ALA CA 52.1"));
@@ -183,15 +191,15 @@ TEST(NmrStar21, ReadsMoleculeAndAuthorNumbers) {
         "_Residue_author_seq_code _Residue_seq_code _Residue_label _Atom_name _Chem_shift_value "
         "_Chem_shift_ambiguity_code\n8 2 LYS H 8.1 1 9 3 GLY HA2 3.9 2 9 3 GLY HA3 4.1 2\n"
         "7 1 MET CA . 1\nstop_\nsave_";
-    const ImportedTable table = importText(text);
+    const importing::ImportedTable table = importText(text);
     EXPECT_EQ(table.format, "nmrstar21");
     EXPECT_EQ(table.title, "Old one");
     EXPECT_EQ(table.sequence, "MKG");
     EXPECT_EQ(rowsOf(table), (Rows{"2 K HN 8.1", "3 G HA2 3.9", "3 G HA3 4.1"}));
     EXPECT_EQ(table.authorNumber.at(2), "8");
     EXPECT_TRUE(tells(table, "cond, chain A"));
-    EXPECT_EQ(table.report.items(ImportFinding::valueMissing).size(), 1U);
-    EXPECT_EQ(importText(text, with(&ImportOptions::numbering, "auth")).firstResidue, 7);
+    EXPECT_EQ(table.report.items(importing::ImportFinding::valueMissing).size(), 1U);
+    EXPECT_EQ(importText(text, with(&importing::ImportOptions::numbering, "auth")).firstResidue, 7);
 }
 
 TEST(NmrStar21, TakesGzip) {
@@ -203,11 +211,11 @@ TEST(NmrStar21, TakesGzip) {
     ASSERT_EQ(gzwrite(out, text.data(), static_cast<unsigned>(text.size())),
               static_cast<int>(text.size()));
     gzclose(out);
-    EXPECT_EQ(rowsOf(importShifts(file.path(), {})), (Rows{"1 G CA 45.1"}));
+    EXPECT_EQ(rowsOf(importing::importShifts(file.path(), {})), (Rows{"1 G CA 45.1"}));
 
     const std::string whole = file.content();
     const TemporaryFile cut(whole.substr(0, whole.size() / 2));
-    EXPECT_THROW(importShifts(cut.path(), {}), InputRejected);
+    EXPECT_THROW(importing::importShifts(cut.path(), {}), cli::InputRejected);
 }
 
 }  // namespace

@@ -22,30 +22,32 @@ TEST(ShiftTable, GlycineProtonsFindTheirPlaces) {
     EXPECT_EQ(protons("1 GLY HA1 3.9 1\n1 GLY HA3 4.1 1"), with({"1 G HA2 3.9", "1 G HA3 4.1"}));
     EXPECT_EQ(protons("1 GLY HAy 3.9 1\n1 GLY HA3 4.1 1"), with({"1 G HA2 3.9", "1 G HA3 4.1"}));
 
-    const ImportedTable full =
+    const importing::ImportedTable full =
         importText(list("1 GLY QA 4.0 1\n1 GLY HA2 3.9 1\n1 GLY HA3 4.1 1\n1 GLY HA1 4.2 1"));
     EXPECT_EQ(rowsOf(full), (Rows{"1 G HA2 3.9", "1 G HA3 4.1"}));
-    EXPECT_EQ(full.report.items(ImportFinding::pairBesideSingle).size(), 2U);
-    EXPECT_TRUE(full.report.items(ImportFinding::glycineRenamed).empty());
+    EXPECT_EQ(full.report.items(importing::ImportFinding::pairBesideSingle).size(), 2U);
+    EXPECT_TRUE(full.report.items(importing::ImportFinding::glycineRenamed).empty());
     // The names mean nothing in another residue.
-    const ImportedTable other = importText(list("1 ALA HA 4.3 1\n1 ALA HA2 4.0 1\n1 ALA QA 4 1"));
+    const importing::ImportedTable other =
+        importText(list("1 ALA HA 4.3 1\n1 ALA HA2 4.0 1\n1 ALA QA 4 1"));
     EXPECT_EQ(rowsOf(other), (Rows{"1 A HA 4.3"}));
-    EXPECT_EQ(other.report.items(ImportFinding::notRead).size(), 2U);
+    EXPECT_EQ(other.report.items(importing::ImportFinding::notRead).size(), 2U);
 }
 
 TEST(ShiftTable, OneValueForEachAtom) {
-    const ImportedTable table =
+    const importing::ImportedTable table =
         importText(list("1 MET H 8.10 1\n1 MET HN 8.1 1\n1 MET C 176 1\n1 MET CO 177 1\n"
                         "1 MET H1 8.5 1\n1 MET CA 0.000 1\n1 MET CB 9999.0 1\n1 MET HG2 2 1"));
     EXPECT_EQ(rowsOf(table), (Rows{"1 M C 176", "1 M HN 8.10"}));
-    EXPECT_EQ(table.report.items(ImportFinding::duplicateEqual).size(), 1U);
-    ASSERT_EQ(table.report.items(ImportFinding::duplicateDifferent).size(), 1U);
-    EXPECT_NE(table.report.items(ImportFinding::duplicateDifferent)[0].find("kept: line"),
-              std::string::npos);
-    EXPECT_EQ(table.report.items(ImportFinding::aminoTerminus).size(), 1U);
-    EXPECT_EQ(table.report.items(ImportFinding::valueZero).size(), 1U);
-    EXPECT_EQ(table.report.items(ImportFinding::valueMissing).size(), 1U);
-    EXPECT_EQ(table.report.items(ImportFinding::notRead).size(), 1U);
+    EXPECT_EQ(table.report.items(importing::ImportFinding::duplicateEqual).size(), 1U);
+    ASSERT_EQ(table.report.items(importing::ImportFinding::duplicateDifferent).size(), 1U);
+    EXPECT_NE(
+        table.report.items(importing::ImportFinding::duplicateDifferent)[0].find("kept: line"),
+        std::string::npos);
+    EXPECT_EQ(table.report.items(importing::ImportFinding::aminoTerminus).size(), 1U);
+    EXPECT_EQ(table.report.items(importing::ImportFinding::valueZero).size(), 1U);
+    EXPECT_EQ(table.report.items(importing::ImportFinding::valueMissing).size(), 1U);
+    EXPECT_EQ(table.report.items(importing::ImportFinding::notRead).size(), 1U);
     EXPECT_NE(refusal(list("1 MET CA . 1")).find("among its 1 rows (without a value: 1)"),
               std::string::npos);
 }
@@ -55,28 +57,29 @@ TEST(ShiftTable, AmbiguityRangesAndForeignResidues) {
                              list(
                                  "1 MET CA 55 5\n1 MET CB 33 9\n2 ALA N 56.0 1\n7 GLY CA 45 1\n"
                                  "x GLY CB 45 1");
-    ImportOptions options;
-    const ImportedTable table = importText(text, options);
+    importing::ImportOptions options;
+    const importing::ImportedTable table = importText(text, options);
     EXPECT_EQ(rowsOf(table), (Rows{"1 M CA 55", "1 M CB 33", "2 A N 56.0"}));
-    EXPECT_EQ(table.report.items(ImportFinding::ambiguous).size(), 2U);
-    EXPECT_EQ(table.report.items(ImportFinding::residueMismatch).size(), 1U);
-    EXPECT_EQ(table.report.items(ImportFinding::outOfRange).size(), 1U);
-    EXPECT_EQ(table.report.items(ImportFinding::outsideSequence).size(), 1U);
-    EXPECT_EQ(table.report.items(ImportFinding::numberUnreadable).size(), 1U);
+    EXPECT_EQ(table.report.items(importing::ImportFinding::ambiguous).size(), 2U);
+    EXPECT_EQ(table.report.items(importing::ImportFinding::residueMismatch).size(), 1U);
+    EXPECT_EQ(table.report.items(importing::ImportFinding::outOfRange).size(), 1U);
+    EXPECT_EQ(table.report.items(importing::ImportFinding::outsideSequence).size(), 1U);
+    EXPECT_EQ(table.report.items(importing::ImportFinding::numberUnreadable).size(), 1U);
     options.maxAmbiguity = 5;
-    EXPECT_EQ(importText(text, options).report.items(ImportFinding::tooAmbiguous).size(), 1U);
+    EXPECT_EQ(importText(text, options).report.items(importing::ImportFinding::tooAmbiguous).size(),
+              1U);
 }
 
 TEST(ShiftTable, WritesWhatTheRunReads) {
-    ImportedTable table;
+    importing::ImportedTable table;
     table.title = "Umlaut \xC3\xBC\nand a line";
     table.sequence = std::string(120, 'A');
     table.firstResidue = -3;
     table.shifts = {{-3, "A", "HN", "8.1234", 8.1234}, {1004, "A", "CA", "52.5", 52.5}};
     std::ostringstream out;
-    writeShiftTable(table, out);
+    importing::writeShiftTable(table, out);
     const TemporaryFile file(out.str());
-    EXPECT_TRUE(isShiftTable(file.path()));
+    EXPECT_TRUE(importing::isShiftTable(file.path()));
     const GDB read(file.path());
     EXPECT_EQ(read.remarks, (Rows{"Umlaut \xC3\xBC and a line"}));
     EXPECT_EQ(read.firstResid, -3);
@@ -88,12 +91,12 @@ TEST(ShiftTable, WritesWhatTheRunReads) {
 }
 
 TEST(ShiftTable, ReportCutsOnlyWhenAsked) {
-    const ImportedTable table =
+    const importing::ImportedTable table =
         importText(list("1 MET CA 55 1\n1 MET CG 1 1\n1 MET CD 2 1\n1 MET CE 3 1"));
     std::ostringstream whole;
     std::ostringstream cut;
-    writeImportReport(table, whole);
-    writeImportReport(table, cut, 2);
+    importing::writeImportReport(table, whole);
+    importing::writeImportReport(table, cut, 2);
     EXPECT_NE(whole.str().find("1 MET CE 3"), std::string::npos);
     EXPECT_EQ(cut.str().find("1 MET CE 3"), std::string::npos);
     EXPECT_NE(cut.str().find("... and 1 more"), std::string::npos);

@@ -2,7 +2,7 @@
 
 #include <random>
 
-#include "companion/command.h"
+#include "cli/command.h"
 #include "import/import_text.h"
 #include "import/shift_text.h"
 #include "import/star_tokens.h"
@@ -12,13 +12,13 @@ namespace {
 
 std::vector<std::string> valuesOf(const std::string& text) {
     std::vector<std::string> values;
-    const StarDocument document(text, "file");
-    for (const StarFrame& frame : document.frames) {
+    const importing::StarDocument document(text, "file");
+    for (const importing::StarFrame& frame : document.frames) {
         for (const auto& [tag, value] : frame.items) {
             values.push_back(tag + "=" + std::string(value.text));
         }
-        for (const StarLoop& loop : frame.loops) {
-            for (const StarValue& value : loop.values) {
+        for (const importing::StarLoop& loop : frame.loops) {
+            for (const importing::StarValue& value : loop.values) {
                 values.emplace_back(value.text);
             }
         }
@@ -38,7 +38,7 @@ TEST(StarDocument, LoopsNeedNeitherLinesNorStop) {
         valuesOf("lOop_ _a _b 1 2 3\n4 sTop_ Loop_ _c 5 SAVE_f _d 6 LOOP_ _e _f\n7\n;\n8\n;\n"),
         (Rows{"1", "2", "3", "4", "5", "_d=6", "7", "\n8"}));
     const std::string text = "save_a loop_ _a data_like 2 save_ loop_ _b 3";
-    const StarDocument document(text, "file");
+    const importing::StarDocument document(text, "file");
     ASSERT_EQ(document.frames.size(), 3U);
     EXPECT_EQ(document.frames[1].name, "a");
     EXPECT_EQ(document.frames[1].loops.at(0).values.size(), 2U);
@@ -49,14 +49,14 @@ TEST(StarDocument, LoopsNeedNeitherLinesNorStop) {
 TEST(StarDocument, AStrayQuoteIsAWord) {
     const std::string text = "_a 'x\n_b y' loop_ _c ' 5'-end";
     EXPECT_EQ(valuesOf(text), (Rows{"_a='x", "_b=y'", "'", "5'-end"}));
-    EXPECT_EQ(StarDocument(text, "file").remarks.size(), 2U);
+    EXPECT_EQ(importing::StarDocument(text, "file").remarks.size(), 2U);
 }
 
 TEST(StarDocument, OnlyBareSignsAreMissing) {
     const std::string text = "loop_ _a . ? '.' \"?\"";
-    const StarDocument document(text, "file");
+    const importing::StarDocument document(text, "file");
     std::vector<bool> missing;
-    for (const StarValue& value : document.frames.at(0).loops.at(0).values) {
+    for (const importing::StarValue& value : document.frames.at(0).loops.at(0).values) {
         missing.push_back(value.missing);
     }
     EXPECT_EQ(missing, (std::vector<bool>{true, true, false, false}));
@@ -65,13 +65,13 @@ TEST(StarDocument, OnlyBareSignsAreMissing) {
 TEST(StarDocument, NamesTheLineOfWhatIsNotClosed) {
     const auto message = [](const std::string& text) -> std::string {
         try {
-            const StarDocument document(text, "file");
-            for (const StarFrame& frame : document.frames) {
-                for (const StarLoop& loop : frame.loops) {
-                    requireWholeRows(loop, "file");
+            const importing::StarDocument document(text, "file");
+            for (const importing::StarFrame& frame : document.frames) {
+                for (const importing::StarLoop& loop : frame.loops) {
+                    importing::requireWholeRows(loop, "file");
                 }
             }
-        } catch (const InputRejected& error) {
+        } catch (const cli::InputRejected& error) {
             return error.what();
         }
         return "taken";
@@ -106,10 +106,10 @@ TEST(ShiftText, UnpacksAndLimits) {
     const TemporaryFile file(
         "\xEF\xBB\xBF"
         "a\r\nb\rc");
-    EXPECT_EQ(readShiftText(file.path()), "a\nb\nc");
-    EXPECT_THROW(readShiftText(file.path(), 4), InputRejected);
-    EXPECT_THROW(readShiftText("/nowhere/at/all"), InputRejected);
-    EXPECT_THROW(readShiftText(testing::TempDir()), InputRejected);
+    EXPECT_EQ(importing::readShiftText(file.path()), "a\nb\nc");
+    EXPECT_THROW(importing::readShiftText(file.path(), 4), cli::InputRejected);
+    EXPECT_THROW(importing::readShiftText("/nowhere/at/all"), cli::InputRejected);
+    EXPECT_THROW(importing::readShiftText(testing::TempDir()), cli::InputRejected);
 }
 
 }  // namespace

@@ -22,21 +22,21 @@ TEST(Xeasy, SequenceFromColumnsFileOrOption) {
     };
     const Rows expected{"12 M CA 55.100", "13 K HN 8.100", "14 G HA2 3.9", "14 G HA3 4.1"};
 
-    const ImportedTable named = importText(filled({"MET M", "LYS+ K", "GLY G"}));
+    const importing::ImportedTable named = importText(filled({"MET M", "LYS+ K", "GLY G"}));
     EXPECT_EQ(named.format, "xeasy");
     EXPECT_EQ(named.sequence, "MKG");
     EXPECT_EQ(rowsOf(named), expected);
-    EXPECT_EQ(named.report.items(ImportFinding::valueMissing).size(), 1U);
-    EXPECT_EQ(named.report.items(ImportFinding::rowIncomplete).size(), 1U);
-    EXPECT_EQ(named.report.items(ImportFinding::unassigned).size(), 1U);
-    EXPECT_EQ(named.report.items(ImportFinding::glycineRenamed).size(), 2U);
+    EXPECT_EQ(named.report.items(importing::ImportFinding::valueMissing).size(), 1U);
+    EXPECT_EQ(named.report.items(importing::ImportFinding::rowIncomplete).size(), 1U);
+    EXPECT_EQ(named.report.items(importing::ImportFinding::unassigned).size(), 1U);
+    EXPECT_EQ(named.report.items(importing::ImportFinding::glycineRenamed).size(), 2U);
 
     // A sequence beside the file goes by its numbers.
     const TemporaryFile file(filled({}));
     const std::filesystem::path beside =
         std::filesystem::path(file.path()).replace_extension(".seq");
     std::ofstream(beside) << "# chain\nALA 11\nMET\nLYS+\nGLY 14\nCYSS\n";
-    const ImportedTable besides = importShifts(file.path(), {});
+    const importing::ImportedTable besides = importing::importShifts(file.path(), {});
     std::filesystem::remove(beside);
     EXPECT_EQ(besides.sequence, "AMKGC");
     EXPECT_EQ(besides.firstResidue, 11);
@@ -44,9 +44,10 @@ TEST(Xeasy, SequenceFromColumnsFileOrOption) {
 
     // A sequence without numbers is placed by the residue names.
     const TemporaryFile fasta(">some protein\nSSAMKG\nW*\n");
-    ImportOptions options;
+    importing::ImportOptions options;
     options.sequenceFile = fasta.path();
-    const ImportedTable aligned = importText(filled({"MET M", "LYS+ K", "GLY G"}), options);
+    const importing::ImportedTable aligned =
+        importText(filled({"MET M", "LYS+ K", "GLY G"}), options);
     EXPECT_EQ(aligned.sequence, "SSAMKGW");
     EXPECT_EQ(aligned.firstResidue, 9);
     EXPECT_EQ(rowsOf(aligned), expected);
@@ -54,7 +55,7 @@ TEST(Xeasy, SequenceFromColumnsFileOrOption) {
 }
 
 TEST(Sparky, GroupsOfAllKinds) {
-    const ImportedTable table = importText(
+    const importing::ImportedTable table = importText(
         " Group   Atom  Nuc    Shift   SDev  Assignments\n\n    R2   CA  13C   56.539  0.003   3\n"
         "    R2   N  15N   121.1  0.0   3\n   GLY4  HA  1H  3.95  0.0  1\n    ?    N   15N 118.0 0 "
         "1\n"
@@ -62,40 +63,43 @@ TEST(Sparky, GroupsOfAllKinds) {
     EXPECT_EQ(table.format, "sparky");
     EXPECT_EQ(table.sequence, "RKG");
     EXPECT_EQ(rowsOf(table), (Rows{"2 R N 121.1", "2 R CA 56.539", "3 K C 176.2", "4 G HA2 3.95"}));
-    EXPECT_EQ(table.report.items(ImportFinding::unassigned).size(), 1U);
-    EXPECT_EQ(table.report.items(ImportFinding::rowIncomplete).size(), 1U);
+    EXPECT_EQ(table.report.items(importing::ImportFinding::unassigned).size(), 1U);
+    EXPECT_EQ(table.report.items(importing::ImportFinding::rowIncomplete).size(), 1U);
 
-    const ImportedTable chains =
+    const importing::ImportedTable chains =
         importText("Group Atom Nuc Shift\n1G7 CA 13C 45.0\n1A8 CA 13C 52.0\n2G7 CA 13C 45.5\n");
     EXPECT_EQ(rowsOf(chains), (Rows{"7 G CA 45.0", "8 A CA 52.0"}));
-    EXPECT_EQ(chains.report.items(ImportFinding::assemblyConflict).size(), 1U);
+    EXPECT_EQ(chains.report.items(importing::ImportFinding::assemblyConflict).size(), 1U);
 }
 
 TEST(Csv, LongWideAndServerForms) {
-    const ImportedTable tags = importText(
+    const importing::ImportedTable tags = importText(
         "_Atom_chem_shift.Seq_ID,_Atom_chem_shift.Comp_ID,_Atom_chem_shift.Atom_ID,"
         "_Atom_chem_shift.Val,_Atom_chem_shift.Val_err\n1,MET,CA,\"55.1\",0.1\n2,LYS,H,?,\n"
         "2,LYS,N,120.3,\"a \"\"b\"\",\nc\"\n2,LYS\n3,LYS,C,1,2,3\n");
     EXPECT_EQ(tags.format, "csv");
     EXPECT_EQ(rowsOf(tags), (Rows{"1 M CA 55.1", "2 K N 120.3"}));
-    EXPECT_EQ(tags.report.items(ImportFinding::valueMissing).size(), 1U);
-    EXPECT_EQ(tags.report.items(ImportFinding::notRead).size(), 1U);        // "2,LYS" has no atom
-    EXPECT_EQ(tags.report.items(ImportFinding::rowIncomplete).size(), 1U);  // too many fields
-    EXPECT_EQ(tags.report.items(ImportFinding::unreadText).size(), 1U);
+    EXPECT_EQ(tags.report.items(importing::ImportFinding::valueMissing).size(), 1U);
+    EXPECT_EQ(tags.report.items(importing::ImportFinding::notRead).size(),
+              1U);  // "2,LYS" has no atom
+    EXPECT_EQ(tags.report.items(importing::ImportFinding::rowIncomplete).size(),
+              1U);  // too many fields
+    EXPECT_EQ(tags.report.items(importing::ImportFinding::unreadText).size(), 1U);
 
-    const ImportedTable commas = importText("residue;number;atom;shift\nMET;4;CA;55,1\n");
+    const importing::ImportedTable commas =
+        importText("residue;number;atom;shift\nMET;4;CA;55,1\n");
     EXPECT_EQ(rowsOf(commas), (Rows{"4 M CA 55.1"}));
-    EXPECT_EQ(commas.report.items(ImportFinding::valueRewritten).size(), 1U);
+    EXPECT_EQ(commas.report.items(importing::ImportFinding::valueRewritten).size(), 1U);
 
-    const ImportedTable wide =
+    const importing::ImportedTable wide =
         importText("Residue\tN\tHN\tCO\tHB2\nM1\t\t8.2\t176.1\t2\nG2\t110.0\n");
     EXPECT_EQ(rowsOf(wide), (Rows{"1 M C 176.1", "1 M HN 8.2", "2 G N 110.0"}));
-    EXPECT_EQ(wide.report.items(ImportFinding::unreadText), (Rows{"column HB2"}));
+    EXPECT_EQ(wide.report.items(importing::ImportFinding::unreadText), (Rows{"column HB2"}));
 
-    const ImportedTable server =
+    const importing::ImportedTable server =
         importText("#NUM AA HA HN N15 CA CB CO\n1 M 4.2 0.00 0.00 55.1 33.0 0.00\n");
     EXPECT_EQ(rowsOf(server), (Rows{"1 M HA 4.2", "1 M CA 55.1", "1 M CB 33.0"}));
-    EXPECT_EQ(server.report.items(ImportFinding::valueZero).size(), 3U);
+    EXPECT_EQ(server.report.items(importing::ImportFinding::valueZero).size(), 3U);
 }
 
 TEST(UnknownForm, ListsTheKnownOnes) {
@@ -105,7 +109,7 @@ TEST(UnknownForm, ListsTheKnownOnes) {
                   std::string::npos)
             << text;
     }
-    ImportOptions options;
+    importing::ImportOptions options;
     options.format = "xml";
     EXPECT_NE(refusal("x", options).find("known forms"), std::string::npos);
 }

@@ -10,11 +10,11 @@
 
 namespace {
 
-using orvix::LayerMismatch;
-using orvix::MemberWeights;
+using orvix::networks::LayerMismatch;
+using orvix::networks::MemberWeights;
 
 struct Ensemble {
-    orvix::WeightRows rows[5][3];
+    orvix::networks::WeightRows rows[5][3];
     std::vector<double> bias[5][3];
 
     std::vector<MemberWeights> members(int count) {
@@ -66,12 +66,13 @@ TEST(EnsemblePass, EveryKernelAndThreadCountGivesTheBitsOfThePlainForm) {
     for (const auto& [residue, window] : inputs) {
         windows.push_back(&window);
     }
-    const orvix::EnsembleOutput expected = orvix::runEnsemblePlain(members, windows);
+    const orvix::networks::EnsembleOutput expected =
+        orvix::networks::runEnsemblePlain(members, windows);
     ASSERT_EQ(expected.size(), 5u);
     ASSERT_EQ(expected[4][499].size(), 5u);
-    for (const orvix::LayerKernel* kernel : orvix::availableLayerKernels()) {
+    for (const orvix::networks::LayerKernel* kernel : orvix::networks::availableLayerKernels()) {
         for (const int threads : {1, 3, 10}) {
-            EXPECT_EQ(orvix::runEnsemble(*kernel, members, windows, threads), expected)
+            EXPECT_EQ(orvix::networks::runEnsemble(*kernel, members, windows, threads), expected)
                 << kernel->name << " " << threads;
         }
     }
@@ -85,8 +86,9 @@ TEST(EnsemblePass, WeightsThatMakeNoNumbersWithinTheNetwork) {
     net.rows[1][1][0].assign(6, 0.0);
     const std::vector<double> window{0.1, 0.2, 0.3, 0.4, 0.5, 0.6};
     const std::vector<const std::vector<double>*> windows{&window};
-    const auto plain = orvix::runEnsemblePlain(members, windows);
-    const auto fast = orvix::runEnsemble(orvix::bestLayerKernel(), members, windows, 1);
+    const auto plain = orvix::networks::runEnsemblePlain(members, windows);
+    const auto fast =
+        orvix::networks::runEnsemble(orvix::networks::bestLayerKernel(), members, windows, 1);
     EXPECT_EQ(fast[0], plain[0]);
     EXPECT_TRUE(std::isnan(plain[1][0][0]));
     EXPECT_TRUE(std::isnan(fast[1][0][0]));
@@ -148,13 +150,15 @@ TEST(EnsembleCheck, LayerWithTooFewRowsIsTold) {
 }
 
 TEST(ViewLayer, RowsWithOtherKeysAreLeftOut) {
-    orvix::WeightRows rows{{0, {1.0, 2.0}}, {1, {3.0}}, {5, {9.0, 9.0}}, {-2, {8.0, 8.0}}};
+    orvix::networks::WeightRows rows{
+        {0, {1.0, 2.0}}, {1, {3.0}}, {5, {9.0, 9.0}}, {-2, {8.0, 8.0}}};
     std::vector<double> bias{0.5, 0.25, 0.125, 1.0};
-    const orvix::LayerView view = orvix::viewLayer({&rows, &bias});
+    const orvix::networks::LayerView view = orvix::networks::viewLayer({&rows, &bias});
     ASSERT_EQ(view.rows.size(), 4u);
     EXPECT_EQ(view.lengths, (std::vector<std::uint32_t>{2, 1, 0, 0}));
     std::vector<double> out(4);
-    orvix::layerPlain(view, std::vector<double>{1.0, 1.0}, orvix::Activation::linear, out);
+    orvix::networks::layerPlain(view, std::vector<double>{1.0, 1.0},
+                                orvix::networks::Activation::linear, out);
     EXPECT_EQ(out, (std::vector<double>{3.5, 3.25, 0.125, 1.0}));
 }
 

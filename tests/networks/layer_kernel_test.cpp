@@ -10,10 +10,10 @@
 
 namespace {
 
-using orvix::Activation;
-using orvix::LaneBatches;
-using orvix::LayerKernel;
-using orvix::LayerView;
+using orvix::networks::Activation;
+using orvix::networks::LaneBatches;
+using orvix::networks::LayerKernel;
+using orvix::networks::LayerView;
 
 // A layer that owns its rows.
 struct Layer {
@@ -70,18 +70,18 @@ std::uint64_t bitsOf(double value) {
 void expectSameAsPlain(const Layer& layer, const std::vector<std::vector<double>>& inputs) {
     const LayerView view = layer.view();
     for (const Activation activation : {Activation::linear, Activation::tanh}) {
-        for (const LayerKernel* kernel : orvix::availableLayerKernels()) {
+        for (const LayerKernel* kernel : orvix::networks::availableLayerKernels()) {
             LaneBatches in(layer.inputs, inputs.size(), kernel->batchLanes);
             for (std::size_t l = 0; l < inputs.size(); ++l) {
                 in.set(l, inputs[l]);
             }
             LaneBatches out(layer.rows.size(), inputs.size(), kernel->batchLanes);
-            for (std::size_t b = 0; b < orvix::layerBlockCount(view); ++b) {
-                orvix::layerBatch(*kernel, view, b, activation, in, in.allFinite(), out);
+            for (std::size_t b = 0; b < orvix::networks::layerBlockCount(view); ++b) {
+                orvix::networks::layerBatch(*kernel, view, b, activation, in, in.allFinite(), out);
             }
             std::vector<double> expected(layer.rows.size());
             for (std::size_t l = 0; l < inputs.size(); ++l) {
-                orvix::layerPlain(view, inputs[l], activation, expected);
+                orvix::networks::layerPlain(view, inputs[l], activation, expected);
                 const std::vector<double> got = out.get(l);
                 for (std::size_t r = 0; r < expected.size(); ++r) {
                     ASSERT_EQ(bitsOf(got[r]), bitsOf(expected[r]))
@@ -100,9 +100,11 @@ TEST(LayerPlain, SumIsCarriedAsWholeAndFraction) {
     layer.rows = {{0.75, 0.5, -2.0}};
     layer.bias = {0.125};
     std::vector<double> out(1);
-    orvix::layerPlain(layer.view(), std::vector<double>{1.0, 1.0, 1.5}, Activation::linear, out);
+    orvix::networks::layerPlain(layer.view(), std::vector<double>{1.0, 1.0, 1.5},
+                                Activation::linear, out);
     EXPECT_EQ(out[0], -0.75 + -1 + 0.125);
-    orvix::layerPlain(layer.view(), std::vector<double>{1.0, 1.0, 1.5}, Activation::tanh, out);
+    orvix::networks::layerPlain(layer.view(), std::vector<double>{1.0, 1.0, 1.5}, Activation::tanh,
+                                out);
     EXPECT_EQ(out[0], 2 / (1 + std::exp(3.25)) - 1);
     EXPECT_NEAR(out[0], std::tanh(-1.625), 1e-15);
 }
@@ -112,7 +114,7 @@ TEST(LayerPlain, CarryingDiffersFromPlainAddingAsTheRuleSays) {
     const Layer layer = randomLayer(40, 300, 0.7, 0.0, random);
     const std::vector<double> input = randomInputs(1, 300, random)[0];
     std::vector<double> out(40);
-    orvix::layerPlain(layer.view(), input, Activation::linear, out);
+    orvix::networks::layerPlain(layer.view(), input, Activation::linear, out);
     int differing = 0;
     for (std::size_t r = 0; r < 40; ++r) {
         double s = 0.0;
@@ -177,7 +179,7 @@ TEST(LayerKernel, RowsOfOtherLengths) {
     expectSameAsPlain(layer, inputs);
 
     std::vector<double> out(16);
-    orvix::layerPlain(layer.view(), inputs[0], Activation::linear, out);
+    orvix::networks::layerPlain(layer.view(), inputs[0], Activation::linear, out);
     EXPECT_EQ(out[5], layer.bias[5]);
 }
 
@@ -189,8 +191,9 @@ TEST(LayerKernel, LayerWithoutInputsGivesItsBiases) {
 }
 
 TEST(LayerKernel, BestFormIsTheLastOfTheAvailable) {
-    EXPECT_EQ(&orvix::bestLayerKernel(), orvix::availableLayerKernels().back());
-    EXPECT_EQ(orvix::availableLayerKernels().front(), orvix::portableLayerKernel());
+    EXPECT_EQ(&orvix::networks::bestLayerKernel(), orvix::networks::availableLayerKernels().back());
+    EXPECT_EQ(orvix::networks::availableLayerKernels().front(),
+              orvix::networks::portableLayerKernel());
 }
 
 }  // namespace

@@ -5,8 +5,8 @@
 #include <numeric>
 #include <string>
 
+#include "import/profile_import.h"
 #include "networks/check_file.h"
-#include "networks/profile_import.h"
 #include "networks/secondary_structure.h"
 
 namespace {
@@ -16,7 +16,7 @@ std::string temporary(const std::string& name) {
 }
 
 std::size_t placeOf(char letter) {
-    return std::string(orvix::profileLetters).find(letter);
+    return std::string(orvix::networks::profileLetters).find(letter);
 }
 
 double total(const std::array<double, 20>& row) {
@@ -24,14 +24,14 @@ double total(const std::array<double, 20>& row) {
 }
 
 TEST(CheckFile, RoundTripInTheFilesLetterOrder) {
-    orvix::SequenceProfile profile;
+    orvix::networks::SequenceProfile profile;
     profile.sequence = "MK";
     profile.rows.resize(2);
     for (std::size_t i = 0; i < 20; ++i) {
         profile.rows[0][i] = static_cast<double>(i);
     }
     const std::string path = temporary("round.check");
-    ASSERT_TRUE(orvix::writeCheckFile(path, profile));
+    ASSERT_TRUE(orvix::networks::writeCheckFile(path, profile));
     // Length, two letters, and the first double is that of alanine, the second that of arginine.
     std::ifstream in(path, std::ios::binary);
     std::string bytes((std::istreambuf_iterator<char>(in)), {});
@@ -41,29 +41,31 @@ TEST(CheckFile, RoundTripInTheFilesLetterOrder) {
     std::copy_n(bytes.data() + 14, 8, reinterpret_cast<char*>(&second));
     EXPECT_EQ(second, static_cast<double>(placeOf('R')));
 
-    orvix::SequenceProfile read;
+    orvix::networks::SequenceProfile read;
     int length = 0, extra = 0;
-    EXPECT_EQ(orvix::readCheckFile(path, read, length, extra), orvix::CheckFileStatus::ok);
+    EXPECT_EQ(orvix::networks::readCheckFile(path, read, length, extra),
+              orvix::networks::CheckFileStatus::ok);
     EXPECT_EQ(read.rows, profile.rows);
 
     // A cut row is dropped, a row beyond the sequence counted, a bad length refused.
     std::ofstream(path, std::ios::binary) << bytes.substr(0, bytes.size() - 1);
-    orvix::readCheckFile(path, read, length, extra);
+    orvix::networks::readCheckFile(path, read, length, extra);
     EXPECT_EQ(read.rows.size(), 1U);
     std::ofstream(path, std::ios::binary) << bytes << bytes.substr(6, 160);
-    orvix::readCheckFile(path, read, length, extra);
+    orvix::networks::readCheckFile(path, read, length, extra);
     EXPECT_EQ(read.rows.size(), 2U);
     EXPECT_EQ(extra, 1);
     for (const std::string& head : {std::string("\x00\x05\0\0", 4), std::string("\xff\xff\xff\xff"),
                                     std::string("\1\0", 2), std::string()}) {
         std::ofstream(path, std::ios::binary) << head;
-        EXPECT_EQ(orvix::readCheckFile(path, read, length, extra),
-                  orvix::CheckFileStatus::badLength);
+        EXPECT_EQ(orvix::networks::readCheckFile(path, read, length, extra),
+                  orvix::networks::CheckFileStatus::badLength);
     }
-    EXPECT_EQ(orvix::readCheckFile(temporary("none"), read, length, extra),
-              orvix::CheckFileStatus::cannotOpen);
-    EXPECT_EQ(orvix::readCheckFile(std::filesystem::temp_directory_path(), read, length, extra),
-              orvix::CheckFileStatus::cannotOpen);
+    EXPECT_EQ(orvix::networks::readCheckFile(temporary("none"), read, length, extra),
+              orvix::networks::CheckFileStatus::cannotOpen);
+    EXPECT_EQ(
+        orvix::networks::readCheckFile(std::filesystem::temp_directory_path(), read, length, extra),
+        orvix::networks::CheckFileStatus::cannotOpen);
 }
 
 TEST(ProfileImport, PssmScoresBecomeFrequencies) {
@@ -76,31 +78,35 @@ TEST(ProfileImport, PssmScoresBecomeFrequencies) {
         zeros += "  0";
         tryptophan += c == 'W' ? " 12" : " -4";
     }
-    orvix::SequenceProfile profile;
+    orvix::networks::SequenceProfile profile;
     const std::string good = header + "\n    1 M " + zeros + "\n    2 W " + tryptophan +
                              "  0 0 0.5 0.1\n\n          K   Lambda\n";
-    ASSERT_EQ(orvix::profileFromPssm(good, profile), "");
+    ASSERT_EQ(orvix::importing::profileFromPssm(good, profile), "");
     EXPECT_EQ(profile.sequence, "MW");
     EXPECT_NEAR(total(profile.rows[0]), 1.0, 1e-12);
     EXPECT_NEAR(profile.rows[0][placeOf('L')], 0.09019, 1e-5);
     // 0.0133 exp(12 * 0.3176) against 0.9867 exp(-4 * 0.3176) for all others.
     EXPECT_NEAR(profile.rows[1][placeOf('W')], 0.6846, 1e-4);
 
-    EXPECT_NE(orvix::profileFromPssm("", profile), "");
-    EXPECT_NE(orvix::profileFromPssm(header + "\n", profile), "");
-    EXPECT_EQ(orvix::profileFromPssm(header + "\n 1 M 1 2 3\n", profile),
+    EXPECT_NE(orvix::importing::profileFromPssm("", profile), "");
+    EXPECT_NE(orvix::importing::profileFromPssm(header + "\n", profile), "");
+    EXPECT_EQ(orvix::importing::profileFromPssm(header + "\n 1 M 1 2 3\n", profile),
               "line 4: expected a residue number, its letter and 20 scores");
-    EXPECT_NE(orvix::profileFromPssm(header + "\n 1 M" + zeros.substr(3) + " 0.5\n", profile), "");
+    EXPECT_NE(
+        orvix::importing::profileFromPssm(header + "\n 1 M" + zeros.substr(3) + " 0.5\n", profile),
+        "");
 }
 
 TEST(ProfileImport, AlignmentFrequencies) {
-    orvix::SubstitutionScores scores{};
+    orvix::importing::SubstitutionScores scores{};
     for (std::size_t i = 0; i < 20; ++i) {
         scores[i].fill(-2.0);
         scores[i][i] = 5.0;
     }
-    orvix::SequenceProfile profile;
-    ASSERT_EQ(orvix::profileFromAlignment(">q\nMK-a\n>s\nMKWC\r\n>t\nM-WX\n", scores, profile), "");
+    orvix::networks::SequenceProfile profile;
+    ASSERT_EQ(
+        orvix::importing::profileFromAlignment(">q\nMK-a\n>s\nMKWC\r\n>t\nM-WX\n", scores, profile),
+        "");
     EXPECT_EQ(profile.sequence, "MKA");
     for (const auto& row : profile.rows) {
         EXPECT_NEAR(total(row), 1.0, 1e-12);
@@ -108,22 +114,24 @@ TEST(ProfileImport, AlignmentFrequencies) {
     EXPECT_GT(profile.rows[0][placeOf('M')], profile.rows[0][placeOf('L')]);
     EXPECT_GT(profile.rows[2][placeOf('C')], profile.rows[2][placeOf('W')]);
 
-    EXPECT_EQ(orvix::profileFromAlignment(">q\nMKA\n>s\nMK\n", scores, profile),
+    EXPECT_EQ(orvix::importing::profileFromAlignment(">q\nMKA\n>s\nMK\n", scores, profile),
               "sequence \"s\" has 2 columns, the first one has 3: the sequences are not aligned");
-    EXPECT_NE(orvix::profileFromAlignment("MKA\n", scores, profile), "");
-    EXPECT_NE(orvix::profileFromAlignment(">q\nM1A\n", scores, profile), "");
-    EXPECT_NE(orvix::profileFromAlignment(">q\n---\n", scores, profile), "");
-    EXPECT_NE(orvix::profileFromAlignment(">q\n" + std::string(1280, 'A'), scores, profile), "");
+    EXPECT_NE(orvix::importing::profileFromAlignment("MKA\n", scores, profile), "");
+    EXPECT_NE(orvix::importing::profileFromAlignment(">q\nM1A\n", scores, profile), "");
+    EXPECT_NE(orvix::importing::profileFromAlignment(">q\n---\n", scores, profile), "");
+    EXPECT_NE(
+        orvix::importing::profileFromAlignment(">q\n" + std::string(1280, 'A'), scores, profile),
+        "");
 }
 
 TEST(SecondaryStructure, CallsAndBlocks) {
-    EXPECT_EQ(orvix::callClass({0.4, 0.4, 0.2}, "HEL").letter, "H");
-    EXPECT_EQ(orvix::callClass({0.1, 0.4, 0.4}, "HEL").letter, "E");
-    EXPECT_EQ(orvix::callClass({0.0, 0.0, 0.0}, "HEL").letter, "x");
-    EXPECT_EQ(orvix::callClass({}, "HEL").letter, "x");
-    EXPECT_EQ(orvix::shownConfidence(1.0), 0.9999);
+    EXPECT_EQ(orvix::networks::callClass({0.4, 0.4, 0.2}, "HEL").letter, "H");
+    EXPECT_EQ(orvix::networks::callClass({0.1, 0.4, 0.4}, "HEL").letter, "E");
+    EXPECT_EQ(orvix::networks::callClass({0.0, 0.0, 0.0}, "HEL").letter, "x");
+    EXPECT_EQ(orvix::networks::callClass({}, "HEL").letter, "x");
+    EXPECT_EQ(orvix::networks::shownConfidence(1.0), 0.9999);
 
-    orvix::ClassBlocks blocks("");
+    orvix::networks::ClassBlocks blocks("");
     for (int i = 0; i < 50; ++i) {
         blocks.add("A", i < 25 ? "H" : "E", i == 49 ? 0.9999 : 0.0);
     }

@@ -11,8 +11,8 @@
 
 namespace {
 
-using orvix::WeightRules;
-using orvix::WeightTable;
+using orvix::networks::WeightRules;
+using orvix::networks::WeightTable;
 
 void expectSame(const WeightTable& got, const WeightTable& expected, const std::string& what) {
     ASSERT_EQ(got.weights.size(), expected.weights.size()) << what;
@@ -98,11 +98,11 @@ TEST(WeightTable, OnePassReadsWhatTheTableClassReads) {
             const std::string what =
                 std::string(c.what) + (rules == WeightRules::typed ? ", typed" : ", text");
             testing::internal::CaptureStderr();
-            const WeightTable expected = orvix::readWeightTablePlain(path, rules, 3);
+            const WeightTable expected = orvix::networks::readWeightTablePlain(path, rules, 3);
             const std::string report = testing::internal::GetCapturedStderr();
 
             testing::internal::CaptureStderr();
-            const auto fast = orvix::readWeightTableFast(path, rules, 3, 1);
+            const auto fast = orvix::networks::readWeightTableFast(path, rules, 3, 1);
             EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << what;
             EXPECT_EQ(fast.has_value(), c.fast[rules == WeightRules::typed ? 0 : 1]) << what;
             if (fast) {
@@ -110,7 +110,7 @@ TEST(WeightTable, OnePassReadsWhatTheTableClassReads) {
                 expectSame(*fast, expected, what);
             }
             testing::internal::CaptureStderr();
-            expectSame(orvix::readWeightTable(path, rules, 3), expected, what);
+            expectSame(orvix::networks::readWeightTable(path, rules, 3), expected, what);
             EXPECT_EQ(testing::internal::GetCapturedStderr(), report) << what;
         }
     }
@@ -120,11 +120,11 @@ TEST(WeightTable, ValuesOfBothRules) {
     NetworkFiles files;
     const std::string path =
         files.write("t.tab", "VARS b 2 1\nFORMAT %f %f %f\n0.1 0.123456789 1\n");
-    const WeightTable typed = orvix::readWeightTable(path, WeightRules::typed, 3);
+    const WeightTable typed = orvix::networks::readWeightTable(path, WeightRules::typed, 3);
     EXPECT_EQ(typed.weights,
               (std::vector<std::vector<double>>{{1.0, static_cast<double>(0.123456789f), 9999.0}}));
     EXPECT_EQ(typed.bias, std::vector<double>{static_cast<double>(0.1f)});
-    const WeightTable text = orvix::readWeightTable(path, WeightRules::text, 3);
+    const WeightTable text = orvix::networks::readWeightTable(path, WeightRules::text, 3);
     EXPECT_EQ(text.weights, (std::vector<std::vector<double>>{{1.0, 0.123456789, 0.0}}));
     EXPECT_EQ(text.bias, std::vector<double>{0.1});
 }
@@ -141,29 +141,31 @@ TEST(WeightTable, PartsJoinWherever) {
         }
     }
     const std::string path = files.write("t.tab", text);
-    const WeightTable expected = orvix::readWeightTablePlain(path, WeightRules::typed, 2);
+    const WeightTable expected = orvix::networks::readWeightTablePlain(path, WeightRules::typed, 2);
     ASSERT_EQ(expected.bias.size(), 9000u);
     for (const int threads : {1, 2, 3, 7, 64}) {
-        const auto fast = orvix::readWeightTableFast(path, WeightRules::typed, 2, threads);
+        const auto fast =
+            orvix::networks::readWeightTableFast(path, WeightRules::typed, 2, threads);
         ASSERT_TRUE(fast.has_value());
         expectSame(*fast, expected, std::to_string(threads));
     }
     // More parts than lines.
     const std::string small = files.write("s.tab", "VARS 1 2 b\nFORMAT %f %f %f\n1 2 3\n4 5 6");
-    const auto fast = orvix::readWeightTableFast(small, WeightRules::text, 2, 50);
+    const auto fast = orvix::networks::readWeightTableFast(small, WeightRules::text, 2, 50);
     ASSERT_TRUE(fast.has_value());
-    expectSame(*fast, orvix::readWeightTablePlain(small, WeightRules::text, 2), "small");
+    expectSame(*fast, orvix::networks::readWeightTablePlain(small, WeightRules::text, 2), "small");
 }
 
 TEST(WeightTableDeathTest, FileThatCantBeRead) {
     NetworkFiles files;
     testing::internal::CaptureStderr();
+    EXPECT_TRUE(orvix::networks::readWeightTable(files.path("none.tab"), WeightRules::typed, 3)
+                    .weights.empty());
     EXPECT_TRUE(
-        orvix::readWeightTable(files.path("none.tab"), WeightRules::typed, 3).weights.empty());
-    EXPECT_TRUE(orvix::readWeightTable(files.dir(), WeightRules::typed, 3).weights.empty());
+        orvix::networks::readWeightTable(files.dir(), WeightRules::typed, 3).weights.empty());
     const std::string line = "\tFile Error: Can't open input file for reading\n";
     EXPECT_EQ(testing::internal::GetCapturedStderr(), line + line);
-    EXPECT_EXIT(orvix::readWeightTable(files.path("none.tab"), WeightRules::text, 3),
+    EXPECT_EXIT(orvix::networks::readWeightTable(files.path("none.tab"), WeightRules::text, 3),
                 testing::ExitedWithCode(0), "^\tCan't open file .*none.tab for reading\n$");
 }
 

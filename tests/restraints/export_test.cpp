@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
-#include "companion/command.h"
+#include "cli/command.h"
 #include "restraints/restraint_readers.h"
 #include "tables/temporary_file.h"
 
@@ -117,8 +117,8 @@ ExportRun exportOf(const json& document, std::vector<std::string> arguments) {
     const TemporaryFile input(document.dump());
     const TemporaryFile output;
     CLI::App app;
-    orvix::ExitStatus status = orvix::ExitStatus::runError;
-    orvix::addExportCommand(app, status);
+    orvix::cli::ExitStatus status = orvix::cli::ExitStatus::runError;
+    orvix::cli::addExportCommand(app, status);
     arguments.insert(arguments.begin(), {"export", input.path(), "-o", output.path()});
     ExportRun run;
     std::exception_ptr thrown;
@@ -132,7 +132,7 @@ ExportRun exportOf(const json& document, std::vector<std::string> arguments) {
     if (thrown) {
         std::rethrow_exception(thrown);
     }
-    EXPECT_EQ(orvix::ExitStatus::done, status);
+    EXPECT_EQ(orvix::cli::ExitStatus::done, status);
     run.text = output.content();
     return run;
 }
@@ -153,7 +153,7 @@ std::vector<ReadRestraint> read(const std::string& format, const std::string& te
 std::string rejection(const json& document, const std::vector<std::string>& arguments) {
     try {
         exportOf(document, arguments);
-    } catch (const orvix::InputRejected& error) {
+    } catch (const orvix::cli::InputRejected& error) {
         return error.what();
     }
     return "not rejected";
@@ -360,27 +360,28 @@ TEST(ExportInput, IsRejectedWithThePlace) {
     EXPECT_TRUE(hasText(changed(Pointer("/residues"), 5), "a list of residues"));
 
     CLI::App app;
-    orvix::ExitStatus status = orvix::ExitStatus::done;
-    orvix::addExportCommand(app, status);
+    orvix::cli::ExitStatus status = orvix::cli::ExitStatus::done;
+    orvix::cli::addExportCommand(app, status);
     const TemporaryFile broken("{\"schema\": \"orvix-results\", ");
-    EXPECT_THROW(app.parse("export --format nef " + broken.path()), orvix::InputRejected);
+    EXPECT_THROW(app.parse("export --format nef " + broken.path()), orvix::cli::InputRejected);
     const TemporaryFile deep("{\"schema\": " + std::string(200000, '[') + std::string(200000, ']') +
                              "}");
-    EXPECT_THROW(app.parse("export --format nef " + deep.path()), orvix::InputRejected);
-    EXPECT_THROW(app.parse("export --format nef /no/such/place"), orvix::InputRejected);
+    EXPECT_THROW(app.parse("export --format nef " + deep.path()), orvix::cli::InputRejected);
+    EXPECT_THROW(app.parse("export --format nef /no/such/place"), orvix::cli::InputRejected);
 }
 
 TEST(ExportOutput, NeverHalfWritten) {
     const TemporaryFile input(exampleResults().dump());
     const auto parse = [](const std::string& line) {
         CLI::App app;
-        orvix::ExitStatus status = orvix::ExitStatus::done;
-        orvix::addExportCommand(app, status);
+        orvix::cli::ExitStatus status = orvix::cli::ExitStatus::done;
+        orvix::cli::addExportCommand(app, status);
         app.parse(line);
     };
     EXPECT_THROW(parse("export " + input.path() + " --format cns -o /no/such/place/x.tbl"),
-                 orvix::RunError);
-    EXPECT_THROW(parse("export " + input.path() + " --format cns -o /dev/full"), orvix::RunError);
+                 orvix::cli::RunError);
+    EXPECT_THROW(parse("export " + input.path() + " --format cns -o /dev/full"),
+                 orvix::cli::RunError);
     EXPECT_THROW(parse("export " + input.path() + " --format cns -o " + input.path()),
                  CLI::ParseError);
     EXPECT_EQ(exampleResults(), json::parse(input.content()));

@@ -26,7 +26,7 @@ std::vector<int> members(const ClusterData& found, int c) {
 
 class Clusters : public testing::Test {
   protected:
-    int find(const std::vector<double>& map) { return orvix::clusterMap(map, *found_); }
+    int find(const std::vector<double>& map) { return orvix::search::clusterMap(map, *found_); }
     std::unique_ptr<ClusterData> found_ = std::make_unique<ClusterData>();
 };
 

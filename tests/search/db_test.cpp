@@ -45,13 +45,15 @@ void compareForms(const std::string& text, const std::string& exclList, int capa
     const TextFile file(text);
     DB plain;
     prepare(plain, capacity);
-    const orvix::DatabaseReading a = orvix::readDatabasePlain(file.path, exclList, capacity, plain);
-    for (orvix::LineReader reader :
-         {orvix::fastLineReader(), orvix::LineReader(orvix::readDatabaseLinePortable)}) {
+    const orvix::search::DatabaseReading a =
+        orvix::search::readDatabasePlain(file.path, exclList, capacity, plain);
+    for (orvix::search::LineParser reader :
+         {orvix::search::fastLineReader(),
+          orvix::search::LineParser(orvix::search::readDatabaseLinePortable)}) {
         DB fast;
         prepare(fast, capacity);
-        const orvix::DatabaseReading b =
-            orvix::readDatabase(file.path, exclList, capacity, threads, fast, reader);
+        const orvix::search::DatabaseReading b =
+            orvix::search::readDatabase(file.path, exclList, capacity, threads, fast, reader);
         ASSERT_EQ(a.problem, b.problem);
         EXPECT_EQ(a.opened, b.opened);
         if (a.problem.empty()) {
@@ -217,28 +219,30 @@ TEST(Database, DamagedLinesAreReadAlikeOrLeftToThePlainForm) {
                     line.erase(at, 1 + random() % 3);
             }
         }
-        const std::string buffer =
-            std::string(orvix::lineMargin, '7') + line + "\n" + std::string(orvix::lineMargin, '7');
+        const std::string buffer = std::string(orvix::search::lineMargin, '7') + line + "\n" +
+                                   std::string(orvix::search::lineMargin, '7');
         struct Cells {
             float shifts[12], angles[3];
             int resid, box;
             char letter;
-            orvix::DatabaseRow row() { return {shifts, angles, &resid, &box, &letter, {}}; }
+            orvix::search::DatabaseRow row() { return {shifts, angles, &resid, &box, &letter, {}}; }
         };
         Cells plain{};
-        orvix::DatabaseRow plainRow = plain.row();
-        const orvix::LineResult result = orvix::readDatabaseLinePlain(line, plainRow);
-        for (orvix::LineReader reader :
-             {orvix::fastLineReader(), orvix::LineReader(orvix::readDatabaseLinePortable)}) {
+        orvix::search::DatabaseRow plainRow = plain.row();
+        const orvix::search::LineResult result =
+            orvix::search::readDatabaseLinePlain(line, plainRow);
+        for (orvix::search::LineParser reader :
+             {orvix::search::fastLineReader(),
+              orvix::search::LineParser(orvix::search::readDatabaseLinePortable)}) {
             Cells fast{};
-            orvix::DatabaseRow fastRow = fast.row();
-            const char* const begin = buffer.data() + orvix::lineMargin;
+            orvix::search::DatabaseRow fastRow = fast.row();
+            const char* const begin = buffer.data() + orvix::search::lineMargin;
             const char* const feed = reader(begin, fastRow);
             if (feed == nullptr) {
                 continue;
             }
             ++taken;
-            ASSERT_EQ(result, orvix::LineResult::row) << line;
+            ASSERT_EQ(result, orvix::search::LineResult::row) << line;
             ASSERT_EQ(feed, begin + line.size()) << line;
             ASSERT_EQ(fastRow.source, plainRow.source) << line;
             ASSERT_EQ(std::memcmp(fast.shifts, plain.shifts, sizeof plain.shifts), 0) << line;
@@ -342,26 +346,26 @@ TEST(DatabaseDeath, FailuresEndTheProcessWithStatusZero) {
 
 TEST(TextBlocks, CutsAtLineEndsWhateverTheBlocks) {
     std::string text;
-    for (int i = 0; text.size() < 3 * orvix::TextBlocks::blockSize; ++i) {
+    for (int i = 0; text.size() < 3 * orvix::search::TextBlocks::blockSize; ++i) {
         // Lines of all lengths, one of them longer than a block.
-        text += std::string(i == 40 ? 2 * orvix::TextBlocks::blockSize
+        text += std::string(i == 40 ? 2 * orvix::search::TextBlocks::blockSize
                                     : static_cast<std::size_t>(i * 37 % 9000),
                             static_cast<char>('a' + i % 26)) +
                 "\n";
     }
     text += "no line feed";
     const TextFile file(text);
-    orvix::TextBlocks blocks(file.path);
+    orvix::search::TextBlocks blocks(file.path);
     ASSERT_TRUE(blocks.isOpen());
     EXPECT_EQ(blocks.fileSize(), text.size());
     std::string read;
-    orvix::TextBlock block;
+    orvix::search::TextBlock block;
     while (blocks.next(block)) {
         ASSERT_EQ(block.end()[-1], '\n');
         read.append(block.begin(), block.size());
     }
     EXPECT_EQ(read, text + "\n");
-    EXPECT_FALSE(orvix::TextBlocks("").isOpen());
+    EXPECT_FALSE(orvix::search::TextBlocks("").isOpen());
 }
 
 }  // namespace

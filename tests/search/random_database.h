@@ -113,8 +113,8 @@ inline void fillRandom(DB& db, std::mt19937& random, const RandomOptions& option
     }
 }
 
-inline std::vector<orvix::ProteinBlock> proteinBlocks(const DB& db) {
-    std::vector<orvix::ProteinBlock> blocks;
+inline std::vector<orvix::search::ProteinBlock> proteinBlocks(const DB& db) {
+    std::vector<orvix::search::ProteinBlock> blocks;
     for (int row = 0; row < db.dbSize; ++row) {
         if (row == 0 || db.sources[row] != db.sources[row - 1]) {
             blocks.push_back({row, row});

@@ -12,9 +12,9 @@
 
 namespace {
 
-using orvix::ScanHits;
-using orvix::ScanPath;
-using orvix::ScanQuery;
+using orvix::search::ScanHits;
+using orvix::search::ScanPath;
+using orvix::search::ScanQuery;
 
 struct Query {
     std::map<int, char> letters;
@@ -37,7 +37,8 @@ std::map<char, std::map<char, double>> randomSimilarities(std::mt19937& random) 
 }
 
 void expectSame(const ScanHits& expected, const ScanHits& found, const std::string& what) {
-    const auto same = [&what](const orvix::ScoredRows& a, const orvix::ScoredRows& b) {
+    const auto same = [&what](const orvix::search::ScoredRows& a,
+                              const orvix::search::ScoredRows& b) {
         ASSERT_EQ(a.size(), b.size()) << what;
         for (std::size_t k = 0; k < a.size(); ++k) {
             ASSERT_EQ(std::bit_cast<unsigned>(a[k].first), std::bit_cast<unsigned>(b[k].first))
@@ -52,12 +53,13 @@ void expectSame(const ScanHits& expected, const ScanHits& found, const std::stri
 /// Compares every path with the plain form; returns the hits.
 ScanHits compareAll(const Query& query, int res, int halfWidth, DB& db, const std::string& what) {
     const auto blocks = proteinBlocks(db);
-    const orvix::DatabasePlanes planes(db, blocks, halfWidth);
+    const orvix::search::DatabasePlanes planes(db, blocks, halfWidth);
     EXPECT_TRUE(planes.usable());
     const ScanQuery at = query.at(res, halfWidth);
-    const ScanHits plain = orvix::scanPlain(at, db, blocks);
-    expectSame(plain, orvix::scanFast(at, planes, ScanPath::portable), what + ", portable");
-    expectSame(plain, orvix::scanFast(at, planes, orvix::bestScanPath()), what + ", best");
+    const ScanHits plain = orvix::search::scanPlain(at, db, blocks);
+    expectSame(plain, orvix::search::scanFast(at, planes, ScanPath::portable), what + ", portable");
+    expectSame(plain, orvix::search::scanFast(at, planes, orvix::search::bestScanPath()),
+               what + ", best");
     return plain;
 }
 
@@ -226,20 +228,20 @@ TEST(Scan, DisorderedBlocksAndManyLettersAreLeftToThePlainForm) {
     DB db;
     std::mt19937 random(2);
     fillRandom(db, random, {.rows = 200});
-    const std::vector<orvix::ProteinBlock> swapped = {{100, 199}, {0, 99}};
-    EXPECT_FALSE(orvix::DatabasePlanes(db, swapped, 3).usable());
-    const std::vector<orvix::ProteinBlock> inOrder = {{0, 99}, {100, 99}, {100, 199}};
-    EXPECT_TRUE(orvix::DatabasePlanes(db, inOrder, 3).usable());
+    const std::vector<orvix::search::ProteinBlock> swapped = {{100, 199}, {0, 99}};
+    EXPECT_FALSE(orvix::search::DatabasePlanes(db, swapped, 3).usable());
+    const std::vector<orvix::search::ProteinBlock> inOrder = {{0, 99}, {100, 99}, {100, 199}};
+    EXPECT_TRUE(orvix::search::DatabasePlanes(db, inOrder, 3).usable());
     for (int row = 0; row < 40; ++row) {
         db.resNames[row] = static_cast<char>(200 + row);
     }
-    EXPECT_FALSE(orvix::DatabasePlanes(db, inOrder, 3).usable());
+    EXPECT_FALSE(orvix::search::DatabasePlanes(db, inOrder, 3).usable());
 }
 
 TEST(TopScores, BehavesLikeACutMap) {
     std::mt19937 random(17);
     for (int limit : {1, 5, 64, 300}) {
-        orvix::TopScores top(limit);
+        orvix::search::TopScores top(limit);
         std::map<double, int> map;
         float threshold = -999.0F;
         for (int row = 0; row < 30000; ++row) {

@@ -31,7 +31,7 @@ class Search : public testing::Test {
         run_.dbProteinFirst = {{0, 0}};
         run_.dbProteinLast = {{0, -1}};
         run_.dbProteinCount = 1;
-        for (const orvix::ProteinBlock& block : proteinBlocks(*run_.db)) {
+        for (const orvix::search::ProteinBlock& block : proteinBlocks(*run_.db)) {
             run_.dbProteinFirst[run_.dbProteinCount] = block.first;
             run_.dbProteinLast[run_.dbProteinCount++] = block.last;
         }
@@ -188,23 +188,24 @@ TEST(Rerank, FastFormHasTheBitsOfThePlainForm) {
     DB db;
     fillRandom(db, random, {.rows = 3000, .longestBlock = 3000});
     for (int halfWidth = 0; halfWidth <= 3; ++halfWidth) {
-        orvix::QueryShifts query;
+        orvix::search::QueryShifts query;
         query.halfWidth = halfWidth;
-        for (std::size_t p = 0; p < orvix::maxWindow; ++p) {
+        for (std::size_t p = 0; p < orvix::search::maxWindow; ++p) {
             for (std::size_t atom = 0; atom < 6; ++atom) {
                 query.value[p][atom] = static_cast<double>(random() % 10000) / 1500.0 - 3.0;
                 query.missing[p][atom] = random() % 4 == 0;
             }
         }
-        for (const orvix::ProteinBlock& block : proteinBlocks(db)) {
+        for (const orvix::search::ProteinBlock& block : proteinBlocks(db)) {
             std::vector<int> rows;
             for (int row = block.first + halfWidth; row <= block.last - halfWidth; ++row) {
                 rows.push_back(row);
             }
             std::vector<double> distances(rows.size());
-            orvix::shiftDistances(query, db, rows, distances);
+            orvix::search::shiftDistances(query, db, rows, distances);
             for (std::size_t k = 0; k < rows.size(); ++k) {
-                ASSERT_EQ(distances[k], orvix::shiftDistancePlain(query, db, rows[k], block));
+                ASSERT_EQ(distances[k],
+                          orvix::search::shiftDistancePlain(query, db, rows[k], block));
             }
         }
     }
@@ -216,13 +217,13 @@ TEST(Rerank, RowsOfAnotherProteinHaveNoShifts) {
     for (int row = 0; row < 3; ++row) {
         setResidue(db, row, {"p", 'A', row, 0, 0, 0, 0, std::vector<float>(12, 1.0F)});
     }
-    orvix::QueryShifts query;
+    orvix::search::QueryShifts query;
     query.halfWidth = 1;
     // Every term that is there is (1 - 0)^2.
-    EXPECT_DOUBLE_EQ(orvix::tripletDistance(query, db, 1, {0, 2}), 18.0);
-    EXPECT_DOUBLE_EQ(orvix::tripletDistance(query, db, 1, {1, 2}), 12.0 + 6 * 2.25);
+    EXPECT_DOUBLE_EQ(orvix::search::tripletDistance(query, db, 1, {0, 2}), 18.0);
+    EXPECT_DOUBLE_EQ(orvix::search::tripletDistance(query, db, 1, {1, 2}), 12.0 + 6 * 2.25);
     query.missing[1][5] = true;
-    EXPECT_DOUBLE_EQ(orvix::tripletDistance(query, db, 1, {0, 2}), 17.0 + 2.25);
+    EXPECT_DOUBLE_EQ(orvix::search::tripletDistance(query, db, 1, {0, 2}), 17.0 + 2.25);
 }
 
 }  // namespace

@@ -8,17 +8,17 @@
 
 namespace {
 
-using Search = std::vector<orvix::ScoredRow> (*)(const orvix::ObservedRows&,
-                                                 const orvix::TripletQuery&,
-                                                 const orvix::AverageWeights&,
-                                                 const orvix::Homology&, int);
+using Search = std::vector<orvix::shifts::ScoredRow> (*)(const orvix::shifts::ObservedRows&,
+                                                         const orvix::shifts::TripletQuery&,
+                                                         const orvix::shifts::AverageWeights&,
+                                                         const orvix::shifts::Homology&, int);
 
 /// Observed triplets, a query and weights that can be set cell by cell.
 struct Case {
     std::vector<std::array<double, 18>> shifts;
     std::vector<std::array<std::string, 4>> names;
-    orvix::TripletQuery query;
-    orvix::Homology homology;
+    orvix::shifts::TripletQuery query;
+    orvix::shifts::Homology homology;
     std::vector<double> atomPosition = std::vector<double>(19, 1.0);
     std::vector<double> atom = std::vector<double>(7, 10.0);
     std::vector<double> position = std::vector<double>(4, 1.0);
@@ -29,7 +29,7 @@ struct Case {
         shifts.back()[0] = firstShift;
         names.push_back({"", "A", "A", "A"});
     }
-    std::vector<orvix::ScoredRow> run(Search search, int wanted) const {
+    std::vector<orvix::shifts::ScoredRow> run(Search search, int wanted) const {
         std::vector<const double*> shiftRows;
         std::vector<const std::string*> nameRows;
         for (std::size_t i = 0; i < shifts.size(); ++i) {
@@ -68,7 +68,7 @@ TEST_P(ShiftAverage, OrderTiesAndLimit) {
     c.query.names = {"A", "A", "A"};
     const auto rows = [&](int wanted) {
         std::vector<int> result;
-        for (const orvix::ScoredRow& row : c.run(GetParam(), wanted)) {
+        for (const orvix::shifts::ScoredRow& row : c.run(GetParam(), wanted)) {
             result.push_back(row.row);
         }
         return result;
@@ -95,8 +95,9 @@ TEST_P(ShiftAverage, EachAdditionIsRoundedToFloat) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Forms, ShiftAverage,
-                         testing::Values(orvix::nearestRowsPlain, orvix::nearestRowsPortable,
-                                         orvix::nearestRows));
+                         testing::Values(orvix::shifts::nearestRowsPlain,
+                                         orvix::shifts::nearestRowsPortable,
+                                         orvix::shifts::nearestRows));
 
 TEST(ShiftAverageForms, SameBits) {
     std::mt19937 random(11);
@@ -141,9 +142,9 @@ TEST(ShiftAverageForms, SameBits) {
             w = round % 4 == 0 ? 1.0 : unit(random);
         }
         for (int wanted : {1, 10, 1000000}) {
-            const auto plain = c.run(orvix::nearestRowsPlain, wanted);
-            EXPECT_EQ(c.run(orvix::nearestRowsPortable, wanted), plain) << rows;
-            EXPECT_EQ(c.run(orvix::nearestRows, wanted), plain) << rows;
+            const auto plain = c.run(orvix::shifts::nearestRowsPlain, wanted);
+            EXPECT_EQ(c.run(orvix::shifts::nearestRowsPortable, wanted), plain) << rows;
+            EXPECT_EQ(c.run(orvix::shifts::nearestRows, wanted), plain) << rows;
         }
     }
 }

@@ -106,8 +106,8 @@ TEST(OffsetFit, LineThroughFourPoints) {
     EXPECT_EQ(a + b + sd, 21.0);
 }
 
-orvix::OffsetGroup group(int size, double intercept, double noise, double sign) {
-    orvix::OffsetGroup points;
+orvix::shifts::OffsetGroup group(int size, double intercept, double noise, double sign) {
+    orvix::shifts::OffsetGroup points;
     for (int i = 0; i < size; ++i) {
         points.x.push_back(sign * (i + 1));
         // Two neighbours up, two down: the noise leaves slope and intercept nearly alone.
@@ -118,7 +118,7 @@ orvix::OffsetGroup group(int size, double intercept, double noise, double sign) 
 }
 
 TEST(OffsetFit, GroupsAndTheirSizes) {
-    using orvix::estimateOffset;
+    using orvix::shifts::estimateOffset;
     const auto positive = [](int n) { return group(n, 2.0, 0.01, 1.0); };
     const auto negative = [](int n) { return group(n, -4.0, 0.01, -1.0); };
     EXPECT_FALSE(estimateOffset(negative(9), positive(9)).enough);
@@ -129,13 +129,13 @@ TEST(OffsetFit, GroupsAndTheirSizes) {
     EXPECT_NEAR(estimateOffset(negative(1), positive(10)).offset, 2.0, 0.02);
     EXPECT_NEAR(estimateOffset(negative(12), positive(9)).offset, -4.0, 0.02);
 
-    const orvix::OffsetEstimate both = estimateOffset(negative(12), positive(24));
+    const orvix::shifts::OffsetEstimate both = estimateOffset(negative(12), positive(24));
     EXPECT_NEAR(both.offset, (2.0 * 24 - 4.0 * 12) / 36.0, 0.02);
-    const double below = orvix::fitLine(negative(12).x, negative(12).y).error;
-    const double above = orvix::fitLine(positive(24).x, positive(24).y).error;
+    const double below = orvix::shifts::fitLine(negative(12).x, negative(12).y).error;
+    const double above = orvix::shifts::fitLine(positive(24).x, positive(24).y).error;
     EXPECT_NEAR(both.error, std::hypot(12 * below, 24 * above) / 36.0, 1e-15);
 
-    orvix::OffsetGroup referenced = positive(12);
+    orvix::shifts::OffsetGroup referenced = positive(12);
     referenced.expected = 2.0;
     EXPECT_FALSE(estimateOffset(negative(0), referenced).accepted);
     // No error at all is no estimate, and neither are points at one place.

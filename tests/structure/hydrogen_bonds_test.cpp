@@ -36,14 +36,14 @@ TEST(HydrogenBonds, EnergyFallsWithTheCubes) {
     EXPECT_EQ(bonded.getHBondDist(5, "N"), 0.0F);
     EXPECT_EQ(bonded.getHBondDist(99, "O"), 0.0F);
     EXPECT_TRUE(bondedStructure(inLine(1, 1, 5, 2.9)).hbondDist.empty());
-    EXPECT_NEAR(orvix::hydrogenBondEnergy(3.85F, 4.08F, 2.85F, 5.08F), -0.518, 5e-4);
+    EXPECT_NEAR(orvix::structure::hydrogenBondEnergy(3.85F, 4.08F, 2.85F, 5.08F), -0.518, 5e-4);
 }
 
 TEST(HydrogenBonds, NeedsTheAcceptorNextToTheHydrogen) {
     // Both pairs have the energy 27.888 * 2 * (1/27 - 1/8).
-    EXPECT_TRUE(orvix::isHydrogenBond(3.0F, 3.0F, 2.0F, 2.0F));
-    EXPECT_FALSE(orvix::isHydrogenBond(3.0F, 3.0F, 2.001F, 2.0F));
-    EXPECT_FALSE(orvix::isHydrogenBond(2.0F, 2.0F, 2.0F, 2.0F));
+    EXPECT_TRUE(orvix::structure::isHydrogenBond(3.0F, 3.0F, 2.0F, 2.0F));
+    EXPECT_FALSE(orvix::structure::isHydrogenBond(3.0F, 3.0F, 2.001F, 2.0F));
+    EXPECT_FALSE(orvix::structure::isHydrogenBond(2.0F, 2.0F, 2.0F, 2.0F));
 }
 
 TEST(HydrogenBonds, NeighboursAreNeverBonded) {

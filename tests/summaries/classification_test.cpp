@@ -53,7 +53,8 @@ TEST(Classification, ConsensusCounts) {
                   : where == 2 ? 135.0
                                : 50.0);
         }
-        const orvix::Consensus result = orvix::classifyMatches(m.phi, m.psi, *clusters, 25, 10);
+        const orvix::summaries::Consensus result =
+            orvix::summaries::classifyMatches(m.phi, m.psi, *clusters, 25, 10);
         EXPECT_EQ(result.count, c.count) << c.name;
         EXPECT_EQ(result.phi.size(), static_cast<std::size_t>(c.winners)) << c.name;
         EXPECT_EQ(result.weight.size(), m.phi.size()) << c.name;
@@ -62,7 +63,8 @@ TEST(Classification, ConsensusCounts) {
     Matches tie;
     tie.add(12, -65.0, -45.0);
     tie.add(12, -125.0, 135.0);
-    EXPECT_EQ(orvix::classifyMatches(tie.phi, tie.psi, *clusters, 25, 10).phi.front(), -125.0);
+    EXPECT_EQ(orvix::summaries::classifyMatches(tie.phi, tie.psi, *clusters, 25, 10).phi.front(),
+              -125.0);
 }
 
 TEST(Classification, StragglersJoinNeighboursAndCarryOthers) {
@@ -71,7 +73,8 @@ TEST(Classification, StragglersJoinNeighboursAndCarryOthers) {
     // the fourth 41 from anything.
     const std::vector<double> phi = {-65.0, -105.0, -145.0, 174.0};
     const std::vector<double> psi = {-45.0, -45.0, -45.0, -45.0};
-    const orvix::Consensus result = orvix::classifyMatches(phi, psi, *clusters, 25, 10);
+    const orvix::summaries::Consensus result =
+        orvix::summaries::classifyMatches(phi, psi, *clusters, 25, 10);
     EXPECT_EQ(result.phi, (std::vector<double>{-65.0, -105.0, -145.0}));
     EXPECT_EQ(result.weight, (std::vector<double>{1.0, 1.0, 1.0, 0.0}));
 
@@ -79,30 +82,30 @@ TEST(Classification, StragglersJoinNeighboursAndCarryOthers) {
     const auto edge = clustersAt({{-180.0, -180.0}});
     const std::vector<double> edgePhi = {180.0, 9999.0};
     const std::vector<double> edgePsi = {180.0, 175.0};
-    EXPECT_EQ(orvix::classifyMatches(edgePhi, edgePsi, *edge, 25, 10).phi,
+    EXPECT_EQ(orvix::summaries::classifyMatches(edgePhi, edgePsi, *edge, 25, 10).phi,
               (std::vector<double>{180.0}));
 }
 
 TEST(Classification, ClassWords) {
-    orvix::ClassEvidence strong;
+    orvix::summaries::ClassEvidence strong;
     strong.count = 25;
     strong.phi = -60.0;
     strong.psi = -40.0;
     strong.phiSpread = strong.psiSpread = 10.0;
-    EXPECT_EQ(orvix::classWord(strong), "Strong");
+    EXPECT_EQ(orvix::summaries::classWord(strong), "Strong");
 
-    orvix::ClassEvidence e = strong;
+    orvix::summaries::ClassEvidence e = strong;
     e.count = 10;
-    EXPECT_EQ(orvix::classWord(e), "Generous");
+    EXPECT_EQ(orvix::summaries::classWord(e), "Generous");
     e.count = 11;
-    EXPECT_EQ(orvix::classWord(e), "Warn");
+    EXPECT_EQ(orvix::summaries::classWord(e), "Warn");
     e = strong;
     e.required = 25;
-    EXPECT_EQ(orvix::classWord(e), "Strong");
+    EXPECT_EQ(orvix::summaries::classWord(e), "Strong");
     e.psiSpread = 40.0;
-    EXPECT_EQ(orvix::classWord(e), "Strong");
+    EXPECT_EQ(orvix::summaries::classWord(e), "Strong");
     e.psiSpread = 40.1;
-    EXPECT_EQ(orvix::classWord(e), "Warn");
+    EXPECT_EQ(orvix::summaries::classWord(e), "Warn");
 
     // Against a reference: 60 degrees in a populated box, 80 elsewhere, inclusive.
     e = strong;
@@ -110,32 +113,32 @@ TEST(Classification, ClassWords) {
     e.referencePhi = -60.0;
     e.referencePsi = 20.0;
     e.referenceBox = 5 * 18 + 7;  // density 0.29894
-    EXPECT_EQ(orvix::classWord(e), "Bad");
+    EXPECT_EQ(orvix::summaries::classWord(e), "Bad");
     e.referenceBox = 0;
-    EXPECT_EQ(orvix::classWord(e), "Strong");
+    EXPECT_EQ(orvix::summaries::classWord(e), "Strong");
     e.referenceBox = 9 * 18 + 9;  // density 0.00066
-    EXPECT_EQ(orvix::classWord(e), "Strong");
+    EXPECT_EQ(orvix::summaries::classWord(e), "Strong");
     e.referencePsi = 40.0;
-    EXPECT_EQ(orvix::classWord(e), "Bad");
+    EXPECT_EQ(orvix::summaries::classWord(e), "Bad");
     e.referencePsi = 9999.0;
-    EXPECT_EQ(orvix::classWord(e), "Bad");
+    EXPECT_EQ(orvix::summaries::classWord(e), "Bad");
     e.count = 3;
-    EXPECT_EQ(orvix::classWord(e), "Warn");
+    EXPECT_EQ(orvix::summaries::classWord(e), "Warn");
 
     // Disorder overrules every word, but not at the limit and not where it is unknown.
     e.disorder = 0.41;
-    EXPECT_EQ(orvix::classWord(e), "Dyn");
+    EXPECT_EQ(orvix::summaries::classWord(e), "Dyn");
     strong.disorder = 0.4;
-    EXPECT_EQ(orvix::classWord(strong), "Strong");
+    EXPECT_EQ(orvix::summaries::classWord(strong), "Strong");
     strong.disorder = 9998.997;
-    EXPECT_EQ(orvix::classWord(strong), "Strong");
+    EXPECT_EQ(orvix::summaries::classWord(strong), "Strong");
 }
 
 TEST(Classification, ReferenceBoxOutsideTheGridIsOff) {
-    EXPECT_EQ(orvix::referenceBox(-60.0, -40.0), 6 * 18 + 7);
-    EXPECT_EQ(orvix::referenceBox(180.0, 0.0), 0);
-    EXPECT_EQ(orvix::referenceBox(9999.0, 0.0), 0);
-    EXPECT_EQ(orvix::referenceBox(-180.0, 180.0), 18);
+    EXPECT_EQ(orvix::summaries::referenceBox(-60.0, -40.0), 6 * 18 + 7);
+    EXPECT_EQ(orvix::summaries::referenceBox(180.0, 0.0), 0);
+    EXPECT_EQ(orvix::summaries::referenceBox(9999.0, 0.0), 0);
+    EXPECT_EQ(orvix::summaries::referenceBox(-180.0, 180.0), 18);
 }
 
 }  // namespace

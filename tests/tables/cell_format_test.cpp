@@ -9,7 +9,7 @@ namespace {
 
 std::string cell(const std::string& spec, const std::string& text) {
     std::string out;
-    orvix::CellFormat(spec).appendCell(out, text);
+    orvix::tables::CellFormat(spec).appendCell(out, text);
     return out;
 }
 

@@ -1,0 +1,5 @@
+#include "base/version.h"
+
+const char* orvix::programVersion() {
+    return ORVIX_VERSION;
+}

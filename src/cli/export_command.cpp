@@ -1,0 +1,300 @@
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+#include "base/version.h"
+#include "cli/command.h"
+#include "restraints/restraint_file.h"
+
+namespace orvix::cli {
+
+namespace {
+
+struct ExportOptions {
+    std::string input, output, format;
+    std::vector<std::string> classes = {"Strong"};
+    std::vector<std::string> nameEntries;
+    double spreadFactor = 2.0, minimum = 20.0;
+    bool withChi1 = true;
+    std::string chi1Centre = "rotamer", numbering = "seq", segment, chain = "A";
+};
+
+const std::map<std::string, restraints::RestraintFormat> formatWords = {
+    {"cyana", restraints::RestraintFormat::cyana},
+    {"cns", restraints::RestraintFormat::cns},
+    {"nef", restraints::RestraintFormat::nef},
+    {"nmrstar", restraints::RestraintFormat::nmrStar}};
+const std::map<std::string, restraints::RestraintFormat> formatSuffixes = {
+    {".aco", restraints::RestraintFormat::cyana},
+    {".tbl", restraints::RestraintFormat::cns},
+    {".nef", restraints::RestraintFormat::nef},
+    {".str", restraints::RestraintFormat::nmrStar}};
+
+[[noreturn]] void usageError(const std::string& option, const std::string& text) {
+    throw CLI::ValidationError(option, text);
+}
+
+restraints::RestraintFormat chosenFormat(const ExportOptions& options) {
+    if (const auto found = formatWords.find(options.format); found != formatWords.end()) {
+        return found->second;
+    }
+    if (!options.format.empty()) {
+        usageError("--format", "'" + options.format + "' is none of cyana, cns, nef, nmrstar");
+    }
+    const auto found = formatSuffixes.find(std::filesystem::path(options.output).extension());
+    if (found == formatSuffixes.end()) {
+        usageError("--format", "say which: cyana, cns, nef or nmrstar");
+    }
+    return found->second;
+}
+
+restraints::RestraintRules chosenRules(const ExportOptions& options) {
+    restraints::RestraintRules rules;
+    rules.classes.clear();
+    for (const std::string& word : options.classes) {
+        if (word != "Strong" && word != "Generous") {
+            usageError("--classes", "'" + word +
+                                        "' can't be restrained; only residues of the classes "
+                                        "Strong and Generous can");
+        }
+        rules.classes.insert(word);
+    }
+    if (!std::isfinite(options.spreadFactor) || options.spreadFactor < 0.0) {
+        usageError("--k", "expected a number of 0 or more");
+    }
+    // The least that does not print as a point.
+    constexpr double least = 0.001;
+    if (!(options.minimum >= least && options.minimum < 180.0)) {
+        usageError("--min", "expected degrees of 0.001 or more and below 180");
+    }
+    rules.spreadFactor = options.spreadFactor;
+    rules.minimum = options.minimum;
+    rules.withChi1 = options.withChi1;
+    rules.chi1Centre = options.chi1Centre == "angle" ? restraints::Chi1Centre::angle
+                                                     : restraints::Chi1Centre::rotamer;
+    return rules;
+}
+
+restraints::RestraintNames chosenNames(const ExportOptions& options,
+                                       restraints::RestraintFormat format) {
+    restraints::RestraintNames names(format == restraints::RestraintFormat::cyana);
+    for (const std::string& entry : options.nameEntries) {
+        try {
+            names.addEntry(entry);
+        } catch (const std::invalid_argument& error) {
+            usageError("--name-map", error.what());
+        }
+    }
+    return names;
+}
+
+void checkIdentifier(const char* option, const std::string& text, std::size_t longest) {
+    const bool fits =
+        text.size() <= longest && std::all_of(text.begin(), text.end(), [](char c) {
+            return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_' || c == '-';
+        });
+    if (!fits) {
+        usageError(option, "expected at most " + std::to_string(longest) +
+                               " letters, digits, _ or -, found '" + text + "'");
+    }
+}
+
+/// Time of writing; SOURCE_DATE_EPOCH, where set, makes files that are the same every time.
+std::string timeOfWriting() {
+    std::time_t now = std::time(nullptr);
+    if (const char* const fixed = std::getenv("SOURCE_DATE_EPOCH"); fixed != nullptr) {
+        now = static_cast<std::time_t>(std::strtoll(fixed, nullptr, 10));
+    }
+    std::tm parts{};
+    char text[64];
+    if (gmtime_r(&now, &parts) == nullptr ||
+        std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &parts) == 0) {
+        throw RunError("SOURCE_DATE_EPOCH: no time");
+    }
+    return text;
+}
+
+std::string listed(const std::vector<int>& residues) {
+    std::string list;
+    for (const int residue : residues) {
+        list += (list.empty() ? "" : " ") + std::to_string(residue);
+    }
+    return list;
+}
+
+void writeNotes(const restraints::RestraintFile& file, restraints::RestraintFormat format,
+                const ExportOptions& options) {
+    const auto note = [](const std::string& text) { std::cerr << "orvix: note: " << text << '\n'; };
+    const restraints::RestraintSet& set = file.set;
+    if (set.restraints.empty()) {
+        note("no restraints: no residue of the chosen classes has a usable angle");
+    }
+    if (!set.endResidues.empty()) {
+        note("residues at an end, not restrained: " + listed(set.endResidues));
+    }
+    if (!set.unknownResidues.empty()) {
+        note("residues of unknown type, not restrained (name them by --name-map NUMBER=NAME): " +
+             listed(set.unknownResidues));
+    }
+    if (set.withoutValue > 0) {
+        note(std::to_string(set.withoutValue) +
+             " angles without a value or an error estimate, not restrained");
+    }
+    if (set.withoutRotamer > 0) {
+        note(std::to_string(set.withoutRotamer) +
+             " side chains without a predicted rotamer, chi1 not restrained");
+    }
+    if (set.wholeCircle > 0) {
+        note(std::to_string(set.wholeCircle) +
+             " angles whose interval would be the whole circle, not restrained");
+    }
+    if (!set.outsideRotamer.empty()) {
+        note("chi1 angle outside the interval about its rotamer's centre (see --chi1-centre): " +
+             listed(set.outsideRotamer));
+    }
+    if (format != restraints::RestraintFormat::cns && !options.segment.empty()) {
+        note("--segid has no place in this format");
+    }
+    if (format == restraints::RestraintFormat::cns && !options.nameEntries.empty()) {
+        note("--name-map changes comments only: the selections of this format name no residues");
+    }
+}
+
+/// Puts `content` at `path` whole or not at all.
+void storeFile(const std::string& path, const std::string& content) {
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(path, error);
+    const bool special =
+        std::filesystem::exists(status) && !std::filesystem::is_regular_file(status);
+    // A device or a pipe can't be replaced by a file.
+    const std::string fresh = special ? path : path + ".new" + std::to_string(::getpid());
+    std::ofstream out(fresh, std::ios::binary);
+    out << content;
+    out.close();
+    if (!out) {
+        if (!special) {
+            std::filesystem::remove(fresh, error);
+        }
+        throw RunError(path + ": can't be written");
+    }
+    if (!special) {
+        std::filesystem::rename(fresh, path, error);
+        if (error) {
+            std::error_code ignored;
+            std::filesystem::remove(fresh, ignored);
+            throw RunError(path + ": can't be written: " + error.message());
+        }
+    }
+}
+
+void writeRestraintFile(const restraints::RestraintFile& file, restraints::RestraintFormat format,
+                        std::ostream& out) {
+    switch (format) {
+        case restraints::RestraintFormat::cyana:
+            return restraints::writeCyana(file, out);
+        case restraints::RestraintFormat::cns:
+            return restraints::writeCns(file, out);
+        case restraints::RestraintFormat::nef:
+            return restraints::writeNef(file, out);
+        case restraints::RestraintFormat::nmrStar:
+            return restraints::writeNmrStar(file, out);
+    }
+}
+
+void runExport(const ExportOptions& options) {
+    const restraints::RestraintFormat format = chosenFormat(options);
+    restraints::RestraintFile file;
+    file.rules = chosenRules(options);
+    file.names = chosenNames(options, format);
+    checkIdentifier("--segid", options.segment, 4);
+    checkIdentifier("--chain", options.chain, 8);
+    file.segment = options.segment;
+    file.chain = options.chain;
+    file.numbering =
+        options.numbering == "auth" ? restraints::Numbering::author : restraints::Numbering::table;
+    file.version = programVersion();
+    file.created = timeOfWriting();
+
+    file.prediction = results::readFinishedPrediction(options.input);
+    for (const auto& [number, name] : file.names.numbered()) {
+        if (!file.prediction.inSequence(number)) {
+            usageError("--name-map", "no residue " + std::to_string(number) + " in the sequence");
+        }
+    }
+    std::error_code ignored;
+    if (std::filesystem::equivalent(file.prediction.file, options.output, ignored)) {
+        usageError("--output", "would overwrite the prediction");
+    }
+    file.set = restraints::makeRestraints(file.prediction, file.rules,
+                                          file.names.namedUnknown(file.prediction));
+    restraints::checkNumbering(file, format);
+
+    std::ostringstream text;
+    writeRestraintFile(file, format, text);
+    if (options.output.empty()) {
+        std::cout << text.str() << std::flush;
+        if (!std::cout) {
+            throw RunError("standard output: can't be written");
+        }
+    } else {
+        storeFile(options.output, text.str());
+    }
+    writeNotes(file, format, options);
+}
+
+}  // namespace
+
+void addExportCommand(CLI::App& app, ExitStatus& status) {
+    auto options = std::make_shared<ExportOptions>();
+    CLI::App* const command =
+        app.add_subcommand("export", "Write dihedral restraints from a finished prediction");
+    command
+        ->add_option("prediction", options->input, "results.json, or the directory that holds it")
+        ->required()
+        ->type_name("DIR|FILE");
+    command->add_option("-f,--format", options->format,
+                        "cyana, cns, nef or nmrstar; by default from the suffix of the output "
+                        "(.aco .tbl .nef .str)");
+    command->add_option("-o,--output", options->output, "Output file (default: standard output)")
+        ->type_name("FILE");
+    command
+        ->add_option("--classes", options->classes,
+                     "Classes to restrain: Strong, or Strong,Generous")
+        ->delimiter(',')
+        ->capture_default_str();
+    command->add_option("--k", options->spreadFactor, "Half width is at least K times the spread")
+        ->capture_default_str();
+    command->add_option("--min", options->minimum, "Least half width in degrees")
+        ->capture_default_str();
+    command->add_flag("--chi1,!--no-chi1", options->withChi1, "Restrain chi1 (default) or not");
+    command
+        ->add_option("--chi1-centre", options->chi1Centre,
+                     "Centre of chi1 intervals: rotamer (-60, 60, 180) or angle")
+        ->check(CLI::IsMember({"rotamer", "angle"}))
+        ->capture_default_str();
+    command
+        ->add_option("--name-map", options->nameEntries,
+                     "Residue names as KEY=NAME: HIS=HIST, c=CYS, 57=HIS+")
+        ->delimiter(',');
+    command
+        ->add_option("--numbering", options->numbering,
+                     "Residue numbers: seq (of the input table) or auth (the author's)")
+        ->check(CLI::IsMember({"seq", "auth"}))
+        ->capture_default_str();
+    command->add_option("--segid", options->segment, "Segment identifier of cns files");
+    command->add_option("--chain", options->chain, "Chain code of nef and nmrstar files")
+        ->capture_default_str();
+    command->callback([options, &status] {
+        runExport(*options);
+        status = ExitStatus::done;
+    });
+}
+
+}  // namespace orvix::cli

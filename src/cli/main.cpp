@@ -1,0 +1,5 @@
+#include "cli/program.h"
+
+int main(int argc, char** argv) {
+    return orvix::cli::runProgram(argc, argv);
+}

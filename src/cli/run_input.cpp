@@ -1,0 +1,89 @@
+#include "cli/run_input.h"
+
+#include <CLI/CLI.hpp>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+#include "base/line_reader.h"
+#include "base/text.h"
+#include "base/version.h"
+#include "cli/command.h"
+#include "import/shift_text.h"
+
+namespace orvix::cli {
+namespace {
+
+/// Whether the file is compressed or begins with a byte order mark, which the library can't read.
+bool isPackedText(const std::string& file) {
+    std::string start(3, '\0');
+    std::ifstream(file, std::ios::binary).read(start.data(), 3);
+    return start.compare(0, 2, "\x1f\x8b") == 0 || start == "\xef\xbb\xbf";
+}
+
+}  // namespace
+
+void addPreparationOptions(CLI::App& command, PreparationOptions& options) {
+    command
+        .add_option("--data-dir", options.dataDirectory,
+                    "Directory that holds tab/; else ORVIXN_DIR, else share/orvixn of the program")
+        ->type_name("DIR");
+    command.add_option("--title", options.title, "Title in the tables; FILE if absent")
+        ->type_name("TEXT");
+    command.add_flag("--no-proton,--noproton", options.noProton,
+                     "Take HA and HN as missing, work from 13C and 15N alone");
+    command.add_flag("--iso", options.isotopeCorrection,
+                     "Correct CA and CB shifts of a deuterated sample");
+    command.add_flag("--keep-cysteines", options.keepCysteines,
+                     "Keep the cysteine states as given instead of taking them from CB");
+}
+
+std::map<std::string, std::string> librarySettings(const PreparationOptions& options,
+                                                   const std::string& dataDirectory) {
+    const auto flag = [](bool set) { return std::string(set ? "true" : ""); };
+    return {{"tabDir", dataDirectory + "/tab"},
+            {"noproton", flag(options.noProton)},
+            {"iso", flag(options.isotopeCorrection)},
+            {"noOxiCysCheck", flag(options.keepCysteines)}};
+}
+
+RunInput takeInput(const std::string& file, const importing::ImportOptions& options,
+                   const std::string& title) {
+    RunInput input;
+    input.file = file;
+    std::string fromFile;
+    if (options.format.empty() && importing::isShiftTable(file)) {
+        if (!options.list.empty() || !options.entity.empty() || !options.assembly.empty() ||
+            !options.sequenceFile.empty() || options.numbering != "seq" ||
+            options.maxAmbiguity != 0) {
+            std::cerr << programName << ": warning: " << file
+                      << " is an input table and taken as it is; the options for reading other "
+                         "forms have no effect\n";
+        }
+        if (isPackedText(file)) {
+            input.tableText = importing::readShiftText(file);
+        }
+    } else {
+        input.imported = importing::importShifts(file, options);
+        fromFile = input.imported->title;
+        std::ostringstream text;
+        importing::writeShiftTable(*input.imported, text);
+        input.tableText = text.str();
+    }
+    // Titles are one line with single blanks, as from a command line of orvixn.
+    input.title = simplifyWhiteSpace(!title.empty() ? title : !fromFile.empty() ? fromFile : file);
+    return input;
+}
+
+void tellImport(const RunInput& input) {
+    if (!input.imported) {
+        return;
+    }
+    std::cerr << programName << ": " << input.file << " read as " << input.imported->format << ", "
+              << input.imported->shifts.size() << " backbone shifts\n";
+    for (const std::string& warning : input.imported->report.warnings()) {
+        std::cerr << programName << ": warning: " << warning << '\n';
+    }
+}
+
+}  // namespace orvix::cli

@@ -1,5 +1,0 @@
-#include "companion/version.h"
-
-const char* orvix::programVersion() {
-    return ORVIX_VERSION;
-}
