@@ -5,20 +5,6 @@
 
 #include <cstdlib>
 
-#include "base/process.h"
-
-namespace {
-
-// Throwing out of a handler is no road for a program; here no parallel region is left open by it,
-// and the target goes on with its next input.
-void throwEnd(int /*status*/, const std::string& errorText) {
-    throw ProcessEnded(errorText);
-}
-
-[[maybe_unused]] const orvix::EndHandler before = orvix::setEndHandler(throwEnd);
-
-}  // namespace
-
 MemoryFile::MemoryFile() : descriptor_(::memfd_create("input", 0)) {
     if (descriptor_ < 0) {
         std::abort();

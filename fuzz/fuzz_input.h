@@ -2,15 +2,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 
-/// What stands for the end of the process in a fuzz target: the library's `endProcess` throws it
-/// here, so that a target goes on with the next input.
-class ProcessEnded : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
-};
+#include "base/run_end.h"
 
 /// A file in memory with a path of its own, for readers that take one.
 class MemoryFile {
@@ -32,12 +26,12 @@ class MemoryFile {
 /// The input of a target as a file; the same file for every input.
 const std::string& inputFile(const std::uint8_t* data, std::size_t size);
 
-/// Runs `action`; an end of the process within is as good as a return.
+/// Runs `action`; an end of the run within is as good as a return.
 template <typename Action>
-void untilProcessEnds(Action action) {
+void untilRunEnds(Action action) {
     try {
         action();
-    } catch (const ProcessEnded&) {
+    } catch (const orvix::RunEnd&) {
     }
 }
 

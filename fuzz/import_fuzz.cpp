@@ -1,7 +1,7 @@
 #include <sstream>
 #include <string>
 
-#include "cli/command.h"
+#include "base/run_end.h"
 #include "fuzz_input.h"
 #include "import/shift_import.h"
 #include "import/star_document.h"
@@ -28,7 +28,7 @@ void tryImport(const std::string& path, const orvix::importing::ImportOptions& o
         std::ostringstream report;
         orvix::importing::writeImportReport(table, report);
         requireReadable(table);
-    } catch (const orvix::cli::InputRejected&) {
+    } catch (const orvix::InputRejected&) {
     }
 }
 
@@ -47,7 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 orvix::importing::requireWholeRows(loop, path);
             }
         }
-    } catch (const orvix::cli::InputRejected&) {
+    } catch (const orvix::InputRejected&) {
     }
     orvix::importing::isShiftTable(path);
     orvix::importing::ImportOptions options;

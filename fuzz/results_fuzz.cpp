@@ -1,6 +1,6 @@
 #include <sstream>
 
-#include "cli/command.h"
+#include "base/run_end.h"
 #include "fuzz_input.h"
 #include "restraints/restraint_file.h"
 
@@ -8,7 +8,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     orvix::restraints::RestraintFile file;
     try {
         file.prediction = orvix::results::readFinishedPrediction(inputFile(data, size));
-    } catch (const orvix::cli::InputRejected&) {
+    } catch (const orvix::InputRejected&) {
         return 0;
     }
     // A sequence may be long without being of interest.
@@ -34,7 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                 orvix::restraints::checkNumbering(file, orvix::restraints::RestraintFormat::nef);
                 std::ostringstream out;
                 write(file, out);
-            } catch (const orvix::cli::InputRejected&) {
+            } catch (const orvix::InputRejected&) {
             }
         }
     }

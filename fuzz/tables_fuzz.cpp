@@ -6,7 +6,7 @@ namespace {
 
 void useText(const std::string& path, const std::string& copy) {
     GDB table;
-    untilProcessEnds([&] { table.loadGDB(path); });
+    untilRunEnds([&] { table.loadGDB(path); });
     table.getData("SEQUENCE");
     table.getEntry("RESID", "1", 1);
     for (int i = 0; i < table.varsCount; ++i) {
@@ -14,7 +14,7 @@ void useText(const std::string& path, const std::string& copy) {
     }
     table.saveGDB(copy);
     GDB again;
-    untilProcessEnds([&] { again.loadGDB(copy); });
+    untilRunEnds([&] { again.loadGDB(copy); });
 }
 
 void useTyped(const std::string& path, const std::string& copy) {

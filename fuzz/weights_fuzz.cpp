@@ -17,7 +17,7 @@ void compareForms(const std::string& path, orvix::networks::WeightRules rules, i
     const auto fast = orvix::networks::readWeightTableFast(path, rules, columns, threads);
     bool ended = true;
     orvix::networks::WeightTable plain;
-    untilProcessEnds([&] {
+    untilRunEnds([&] {
         plain = orvix::networks::readWeightTablePlain(path, rules, columns);
         ended = false;
     });
@@ -44,7 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::vector<double> bias[2];
     const orvix::networks::LayerWeights members[] = {{&rows[0], &bias[0]}, {&rows[1], &bias[1]}};
     orvix::networks::loadBinaryRows(path, members, 4, columns);
-    untilProcessEnds([&] {
+    untilRunEnds([&] {
         orvix::networks::distributeRows(
             orvix::networks::readWeightTable(path, orvix::networks::WeightRules::text, columns),
             members, 4);

@@ -15,7 +15,7 @@
 #include <iostream>
 #include <streambuf>
 
-#include "base/process.h"
+#include "base/run_end.h"
 #include "cli/command.h"
 #include "cli/signal_watch.h"
 
@@ -131,12 +131,15 @@ class WarningBuffer : public std::streambuf {
     if (path == nullptr || std::strchr(path, '/') == nullptr) {
         setenv("PATH", "/usr/bin:/bin", 1);
     }
-    setEndHandler(takeEnd);
     try {
         LibraryStage stage;
         leave(finishedMark, work(stage));
     } catch (const InputRejected& error) {
         leave(rejectedMark, error.what());
+    } catch (const RunError& error) {
+        leave(failedMark, error.what());
+    } catch (const RunEnd& end) {
+        takeEnd(end.status(), end.text());
     } catch (const std::exception& error) {
         leave(failedMark, error.what());
     } catch (...) {

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "base/run_end.h"
 #include "base/text.h"
-#include "cli/command.h"
 #include "import/atom_names.h"
 #include "import/shift_file.h"
 #include "import/shift_text.h"
@@ -163,14 +163,13 @@ class CsvReader {
 
     ShiftFile read() {
         if (!records_.next()) {
-            throw cli::InputRejected(file_.path + ": the file is empty");
+            throw InputRejected(file_.path + ": the file is empty");
         }
         const CsvColumns columns(records_.fields());
         if (!columns.usable()) {
-            throw cli::InputRejected(
-                atLine(file_.path, records_.line(),
-                       "expected a header with a residue number and either atom "
-                       "and shift or columns named by atoms"));
+            throw InputRejected(atLine(file_.path, records_.line(),
+                                       "expected a header with a residue number and either atom "
+                                       "and shift or columns named by atoms"));
         }
         columnCount_ = records_.fields().size();
         for (const std::string& name : columns.unread) {

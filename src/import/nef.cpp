@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <map>
 
-#include "cli/command.h"
+#include "base/run_end.h"
 #include "import/residue_names.h"
 #include "import/sequence_text.h"
 #include "import/shift_file.h"
@@ -106,8 +106,8 @@ class NefReader {
         const std::size_t atom = column(loop, category, "atom_name");
         const std::size_t value = column(loop, category, "value");
         if (code == StarLoop::none || atom == StarLoop::none) {
-            throw cli::InputRejected(atLine(
-                file_.path, loop.line, "the shift loop has no column sequence_code or atom_name"));
+            throw InputRejected(atLine(file_.path, loop.line,
+                                       "the shift loop has no column sequence_code or atom_name"));
         }
         for (std::size_t i = 0; i < loop.rowCount(); ++i) {
             ShiftRow row;

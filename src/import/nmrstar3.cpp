@@ -2,7 +2,7 @@
 #include <map>
 #include <set>
 
-#include "cli/command.h"
+#include "base/run_end.h"
 #include "import/residue_names.h"
 #include "import/sequence_text.h"
 #include "import/shift_file.h"
@@ -232,11 +232,10 @@ class Star3Reader {
         requireWholeRows(loop, file_.path);
         const auto has = [&loop](const char* tag) { return loop.column(tag) != StarLoop::none; };
         if (!has("_atom_chem_shift.val") && !has("_atom_chem_shift.chem_shift_val")) {
-            throw cli::InputRejected(
-                atLine(file_.path, loop.line, "the shift loop has no column Val"));
+            throw InputRejected(atLine(file_.path, loop.line, "the shift loop has no column Val"));
         }
         if (!has("_atom_chem_shift.atom_id") && !has("_atom_chem_shift.auth_atom_id")) {
-            throw cli::InputRejected(
+            throw InputRejected(
                 atLine(file_.path, loop.line, "the shift loop has no column Atom_ID"));
         }
         const ShiftColumns columns(loop);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <set>
 
-#include "cli/command.h"
+#include "base/run_end.h"
 #include "import/sequence_text.h"
 #include "import/shift_text.h"
 
@@ -108,7 +108,7 @@ void ResidueNumbers::residuesFromRows(const std::vector<ShiftRow>& rows) {
         residues_.push_back(std::move(residue));
     }
     if (residues_.empty()) {
-        throw cli::InputRejected(path_ + ": no row has a residue number that can be used");
+        throw InputRejected(path_ + ": no row has a residue number that can be used");
     }
     if (byAuthorNumber_) {
         numberFromOne(residues_);
@@ -164,7 +164,7 @@ void ResidueNumbers::align(const std::vector<ShiftRow>& rows) {
         }
     }
     if (compared > 0 && best == 0) {
-        throw cli::InputRejected(path_ + ": no residue name of the shifts occurs in the sequence");
+        throw InputRejected(path_ + ": no residue name of the shifts occurs in the sequence");
     }
     for (std::size_t i = 0; i < residues_.size(); ++i) {
         const std::string value = std::to_string(offset + static_cast<int>(i));
@@ -238,9 +238,8 @@ bool ResidueNumbers::numberByAuthors() {
             continue;
         }
         if (!parseNumber(text, numbers_[i])) {
-            throw cli::InputRejected(path_ + ": the author number " + text + " of residue " +
-                                     residues_[i].number +
-                                     " is no whole number; use --numbering seq");
+            throw InputRejected(path_ + ": the author number " + text + " of residue " +
+                                residues_[i].number + " is no whole number; use --numbering seq");
         }
         known[i] = true;
         first = std::min(first, i);
@@ -258,15 +257,14 @@ bool ResidueNumbers::numberByAuthors() {
             numbers_[i] = numbers_[i - 1] + 1;
         }
         if (numbers_[i] <= numbers_[i - 1]) {
-            throw cli::InputRejected(path_ +
-                                     ": the author numbers don't rise along the sequence (" +
-                                     std::to_string(numbers_[i - 1]) + ", then " +
-                                     std::to_string(numbers_[i]) + "); use --numbering seq");
+            throw InputRejected(path_ + ": the author numbers don't rise along the sequence (" +
+                                std::to_string(numbers_[i - 1]) + ", then " +
+                                std::to_string(numbers_[i]) + "); use --numbering seq");
         }
     }
     if (numbers_.back() - numbers_.front() + 1 > static_cast<int>(numbers_.size()) + mostGaps) {
-        throw cli::InputRejected(path_ + ": the author numbers leave more than " +
-                                 std::to_string(mostGaps) + " residues out; use --numbering seq");
+        throw InputRejected(path_ + ": the author numbers leave more than " +
+                            std::to_string(mostGaps) + " residues out; use --numbering seq");
     }
     return true;
 }

@@ -6,7 +6,7 @@
 #include <functional>
 #include <map>
 
-#include "cli/command.h"
+#include "base/run_end.h"
 #include "import/atom_names.h"
 #include "import/shift_text.h"
 
@@ -105,8 +105,7 @@ class Selector {
             }
             known += (known.empty() ? "" : ", ") + list.id;
         }
-        throw cli::InputRejected(file_.path + ": no shift list " + options_.list + "; it has " +
-                                 known);
+        throw InputRejected(file_.path + ": no shift list " + options_.list + "; it has " + known);
     }
 
     bool inList(const ShiftRow& row) const { return list_.empty() || row.list == list_; }
@@ -132,15 +131,15 @@ class Selector {
             for (const ShiftEntity& entity : file_.entities) {
                 if (options_.entity == entity.id || options_.entity == entity.name) {
                     if (entity.kind == Kind::other) {
-                        throw cli::InputRejected(file_.path + ": molecule " + options_.entity +
-                                                 " is no polypeptide of L amino acids");
+                        throw InputRejected(file_.path + ": molecule " + options_.entity +
+                                            " is no polypeptide of L amino acids");
                     }
                     return entity;
                 }
                 known += (known.empty() ? "" : ", ") + entity.id;
             }
-            throw cli::InputRejected(file_.path + ": no molecule " + options_.entity + "; it has " +
-                                     known);
+            throw InputRejected(file_.path + ": no molecule " + options_.entity + "; it has " +
+                                known);
         }
         const auto shifts =
             count(&ShiftRow::entity, [this](const ShiftRow& row) { return inList(row); });
@@ -168,8 +167,8 @@ class Selector {
                           std::to_string(shiftsOf(entity)) + " backbone shifts";
         }
         if (best == nullptr) {
-            throw cli::InputRejected(file_.path + ": no polypeptide of L amino acids among its " +
-                                     std::to_string(file_.entities.size()) + " molecules");
+            throw InputRejected(file_.path + ": no polypeptide of L amino acids among its " +
+                                std::to_string(file_.entities.size()) + " molecules");
         }
         if (candidateCount > 1) {
             file_.report.warn("several molecules (" + candidates + "); taken: " + best->id +
@@ -235,8 +234,8 @@ class Selector {
                 for (const auto& [member, unused] : shifts) {
                     known += (known.empty() ? "" : ", ") + member;
                 }
-                throw cli::InputRejected(file_.path + ": no assembly member " + options_.assembly +
-                                         "; the shifts are of " + (known.empty() ? "none" : known));
+                throw InputRejected(file_.path + ": no assembly member " + options_.assembly +
+                                    "; the shifts are of " + (known.empty() ? "none" : known));
             }
             member_ = options_.assembly;
             return;

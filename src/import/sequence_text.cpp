@@ -1,7 +1,7 @@
 #include "import/sequence_text.h"
 
+#include "base/run_end.h"
 #include "base/text.h"
-#include "cli/command.h"
 #include "import/shift_text.h"
 
 namespace orvix::importing {
@@ -33,8 +33,8 @@ void numberFromOne(std::vector<SequenceResidue>& residues) {
 
 void requireSaneLength(const std::vector<SequenceResidue>& residues, const std::string& path) {
     if (residues.size() > longestSequence) {
-        throw cli::InputRejected(path + ": a sequence of " + std::to_string(residues.size()) +
-                                 " residues; expected at most " + std::to_string(longestSequence));
+        throw InputRejected(path + ": a sequence of " + std::to_string(residues.size()) +
+                            " residues; expected at most " + std::to_string(longestSequence));
     }
 }
 
@@ -54,7 +54,7 @@ std::vector<SequenceResidue> readSequenceList(std::string_view text, const std::
             continue;
         }
         if (words.size() > 1 && !parseNumber(words[1], next)) {
-            throw cli::InputRejected(
+            throw InputRejected(
                 atLine(path, line, "expected a residue name and its number, as in MET 1"));
         }
         residues.push_back({std::string(words[0]), std::to_string(next), {}});
@@ -90,7 +90,7 @@ ShiftEntity readSequenceFile(const std::string& path, ImportReport& report) {
         entity.numbered = list;
     }
     if (entity.residues.empty()) {
-        throw cli::InputRejected(path + ": no sequence; expected FASTA or one residue name a line");
+        throw InputRejected(path + ": no sequence; expected FASTA or one residue name a line");
     }
     requireSaneLength(entity.residues, path);
     if (!entity.numbered) {

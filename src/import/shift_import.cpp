@@ -1,6 +1,6 @@
 #include "import/shift_import.h"
 
-#include "cli/command.h"
+#include "base/run_end.h"
 #include "import/shift_file.h"
 #include "import/shift_text.h"
 
@@ -42,8 +42,8 @@ const std::vector<std::string>& importFormats() {
 
 ImportedTable importShifts(const std::string& path, const ImportOptions& options) {
     if (options.numbering != "seq" && options.numbering != "auth") {
-        throw cli::InputRejected("numbering " + options.numbering +
-                                 " is not known; expected seq or auth");
+        throw InputRejected("numbering " + options.numbering +
+                            " is not known; expected seq or auth");
     }
     const std::string text = readShiftText(path);
     const std::string format = options.format.empty() ? findFormat(text) : options.format;
@@ -52,20 +52,19 @@ ImportedTable importShifts(const std::string& path, const ImportOptions& options
             ShiftFile file = form.read(text, path);
             file.report.noteFirst("file: " + path + ", read as " + format);
             if (file.rows.empty()) {
-                throw cli::InputRejected(path + ": no row with a shift in it (read as " + format +
-                                         ")");
+                throw InputRejected(path + ": no row with a shift in it (read as " + format + ")");
             }
             return buildShiftTable(std::move(file), options);
         }
     }
     if (!format.empty()) {
-        throw cli::InputRejected(path + ": the form " + format +
-                                 " is not known; known forms: " + knownForms());
+        throw InputRejected(path + ": the form " + format +
+                            " is not known; known forms: " + knownForms());
     }
-    throw cli::InputRejected(
-        path + (isShiftTable(path)
-                    ? ": is an input table already and needs no import"
-                    : ": no known form of a shift file; known forms: " + knownForms()));
+    throw InputRejected(path +
+                        (isShiftTable(path)
+                             ? ": is an input table already and needs no import"
+                             : ": no known form of a shift file; known forms: " + knownForms()));
 }
 
 void writeImportReport(const ImportedTable& table, std::ostream& out, std::size_t itemLimit) {

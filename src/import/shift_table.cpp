@@ -4,7 +4,7 @@
 #include <set>
 #include <tuple>
 
-#include "cli/command.h"
+#include "base/run_end.h"
 #include "import/atom_names.h"
 #include "import/residue_numbers.h"
 #include "import/row_selection.h"
@@ -188,9 +188,9 @@ class TableBuilder {
             file_.report.add(ImportFinding::atomRenamed, text);
         }
         if (table.shifts.empty()) {
-            throw cli::InputRejected(file_.path + ": no backbone shift with a value among its " +
-                                     std::to_string(file_.rows.size()) + " rows (" +
-                                     file_.report.losses() + ")");
+            throw InputRejected(file_.path + ": no backbone shift with a value among its " +
+                                std::to_string(file_.rows.size()) + " rows (" +
+                                file_.report.losses() + ")");
         }
         table.title = file_.title;
         table.format = file_.format;

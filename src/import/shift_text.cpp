@@ -8,8 +8,8 @@
 #include <memory>
 
 #include "base/numbers.h"
+#include "base/run_end.h"
 #include "base/text.h"
-#include "cli/command.h"
 
 namespace orvix::importing {
 
@@ -47,7 +47,7 @@ std::string readShiftText(const std::string& path, std::size_t limit) {
     // zlib hands plain files through as they are.
     const std::unique_ptr<gzFile_s, int (*)(gzFile)> file(gzopen(path.c_str(), "rb"), gzclose);
     if (!file) {
-        throw cli::InputRejected(path + ": can't be opened for reading");
+        throw InputRejected(path + ": can't be opened for reading");
     }
     std::string text;
     std::array<char, 1 << 16> block;
@@ -56,15 +56,15 @@ std::string readShiftText(const std::string& path, std::size_t limit) {
         int code = Z_OK;
         const char* reason = gzerror(file.get(), &code);
         if (count < 0 || (code != Z_OK && code != Z_STREAM_END)) {
-            throw cli::InputRejected(
+            throw InputRejected(
                 path + ": can't be read: " + (code == Z_ERRNO ? "no readable file" : reason));
         }
         if (count == 0) {
             break;
         }
         if (text.size() + static_cast<std::size_t>(count) > limit) {
-            throw cli::InputRejected(path + ": holds more than " + std::to_string(limit >> 20) +
-                                     " MiB of text, which no shift file does");
+            throw InputRejected(path + ": holds more than " + std::to_string(limit >> 20) +
+                                " MiB of text, which no shift file does");
         }
         text.append(block.data(), static_cast<std::size_t>(count));
     }

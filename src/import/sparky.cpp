@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "cli/command.h"
+#include "base/run_end.h"
 #include "import/shift_file.h"
 #include "import/shift_text.h"
 #include "import/text_rows.h"
@@ -39,10 +39,9 @@ ShiftFile readSparky(std::string_view text, const std::string& path) {
             atom = columnOf(words, "atom");
             shift = columnOf(words, "shift");
             if (std::max({group, atom, shift}) >= words.size()) {
-                throw cli::InputRejected(
-                    atLine(path, rows.line(),
-                           "expected the header of a resonance list: Group Atom "
-                           "Nuc Shift SDev Assignments"));
+                throw InputRejected(atLine(path, rows.line(),
+                                           "expected the header of a resonance list: Group Atom "
+                                           "Nuc Shift SDev Assignments"));
             }
             header = true;
             continue;

@@ -1,7 +1,7 @@
 #include "import/star_document.h"
 
+#include "base/run_end.h"
 #include "base/text.h"
-#include "cli/command.h"
 #include "import/shift_text.h"
 #include "import/star_tokens.h"
 
@@ -202,11 +202,11 @@ void requireWholeRows(const StarLoop& loop, const std::string& path) {
         }
         i = end;
     }
-    throw cli::InputRejected(atLine(path, line,
-                                    "the rows of this loop have " + std::to_string(width) +
-                                        " columns, but its " + std::to_string(loop.values.size()) +
-                                        " values don't fill whole rows; expected " +
-                                        std::to_string(width) + " values in each row"));
+    throw InputRejected(atLine(path, line,
+                               "the rows of this loop have " + std::to_string(width) +
+                                   " columns, but its " + std::to_string(loop.values.size()) +
+                                   " values don't fill whole rows; expected " +
+                                   std::to_string(width) + " values in each row"));
 }
 
 void reportIncompleteRow(const StarLoop& loop, ImportReport& report) {

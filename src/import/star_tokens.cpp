@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "base/run_end.h"
 #include "base/text.h"
-#include "cli/command.h"
 #include "import/shift_text.h"
 
 namespace orvix::importing {
@@ -79,10 +79,9 @@ StarToken StarTokens::textField() {
             return {StarToken::Kind::value, text_.substr(begin, end - begin), first, true, false};
         }
     }
-    throw cli::InputRejected(
-        atLine(path_, first,
-               "a text field opens here and is never closed; expected a line that "
-               "begins with a semicolon"));
+    throw InputRejected(atLine(path_, first,
+                               "a text field opens here and is never closed; expected a line that "
+                               "begins with a semicolon"));
 }
 
 StarToken StarTokens::quotedValue() {

@@ -2,8 +2,8 @@
 #include <array>
 #include <cstdio>
 
+#include "base/run_end.h"
 #include "base/text.h"
-#include "cli/command.h"
 #include "import/shift_import.h"
 #include "import/shift_text.h"
 
@@ -56,7 +56,7 @@ bool isShiftTable(const std::string& path) {
     std::string text;
     try {
         text = readShiftText(path);
-    } catch (const cli::InputRejected&) {
+    } catch (const InputRejected&) {
         return false;
     }
     bool sequence = false;

@@ -1,8 +1,9 @@
 #include "networks/chi1ann.h"
 
-#include <iostream>
+#include <ostream>
 #include <utility>
 
+#include "base/streams.h"
 #include "networks/level_pass.h"
 #include "networks/weight_table.h"
 
@@ -135,7 +136,7 @@ void CHI1ANN::loadWeightBias1(const std::string& file, std::map<int, std::vector
                               std::vector<double>& b, int rows, int cols) {
     const orvix::networks::LayerWeights member[] = {{&w, &b}};
     if (!orvix::networks::loadBinaryRows(file, member, rows, cols)) {
-        std::cerr << " unable to open ANN parameter file " << file << "\n";
+        orvix::err() << " unable to open ANN parameter file " << file << "\n";
     }
 }
 

@@ -1,6 +1,6 @@
 #include "networks/level_pass.h"
 
-#include "base/process.h"
+#include "base/run_end.h"
 
 namespace orvix::networks {
 
@@ -30,7 +30,8 @@ std::vector<MemberWeights> ensembleWeights(ANN& network, int level, int count) {
 }
 
 void failLayerCheck(const LayerMismatch& mismatch) {
-    endProcess(0, mismatch.text());
+    throw RunEnd(EndReason::dataDirectory, 0, mismatch.text(),
+                 "a network's weights don't fit its input");
 }
 
 EnsembleOutput evaluateLevel(std::span<const MemberWeights> members, const ANN::ResidueMap& windows,

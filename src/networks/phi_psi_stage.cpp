@@ -2,13 +2,14 @@
 #include <array>
 #include <cstdio>
 #include <functional>
-#include <iostream>
 #include <memory>
+#include <ostream>
 
 #include "base/angles.h"
 #include "base/numbers.h"
 #include "base/phi_psi_grid.h"
 #include "base/process.h"
+#include "base/streams.h"
 #include "networks/network_input.h"
 #include "networks/phi_psi_input.h"
 #include "networks/phi_psi_table.h"
@@ -142,18 +143,18 @@ const std::vector<double>& chooseMap(const ORVIX& run, int residue, const Window
 
 void ORVIX::runABP_Prediction() {
     loadObservedTriplets(*this);
-    std::cout << "Preparing inputs for ANN prediction ..." << std::endl;
+    orvix::out() << "Preparing inputs for ANN prediction ..." << std::endl;
     prepareNetworkInput(*this);
-    std::cout << (noProton ? "ANN prediction using 13C/15N parameters only ..."
-                           : "ANN prediction using standard 1H/13C/15N parameters ...")
-              << std::endl;
+    orvix::out() << (noProton ? "ANN prediction using 13C/15N parameters only ..."
+                              : "ANN prediction using standard 1H/13C/15N parameters ...")
+                 << std::endl;
     runSurfaceNetworks(*this);
 
     const std::string file = outBase + "ABP.tab";
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> out(std::fopen(file.c_str(), "w"),
                                                               &std::fclose);
     if (out == nullptr) {
-        std::cerr << "\tCan't open file write file " << file << " !!!\n";
+        orvix::err() << "\tCan't open file write file " << file << " !!!\n";
         return;
     }
     std::string text = orvix::networks::phiPsiTableHeader(inTitle);

@@ -1,9 +1,10 @@
 #include <algorithm>
 #include <cstdio>
-#include <iostream>
 #include <memory>
+#include <ostream>
 
 #include "base/process.h"
+#include "base/streams.h"
 #include "networks/ann.h"
 #include "networks/network_input.h"
 #include "networks/secondary_structure.h"
@@ -130,7 +131,7 @@ void ORVIX::runSS_Prediction() {
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> out(std::fopen(file.c_str(), "w"),
                                                               &std::fclose);
     if (out == nullptr) {
-        std::cerr << "\tCan't open write file " << file << " !!!\n";
+        orvix::err() << "\tCan't open write file " << file << " !!!\n";
         return;
     }
     orvix::networks::ClassBlocks blocks("");

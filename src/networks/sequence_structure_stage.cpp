@@ -1,9 +1,11 @@
 #include <algorithm>
 #include <cstdio>
-#include <iostream>
 #include <memory>
+#include <ostream>
 
 #include "base/process.h"
+#include "base/run_end.h"
+#include "base/streams.h"
 #include "networks/check_file.h"
 #include "networks/secondary_structure.h"
 #include "networks/ssann.h"
@@ -19,17 +21,20 @@ std::map<int, std::vector<double>> readProfile(ORVIX& run, int first) {
     const orvix::networks::CheckFileStatus status =
         orvix::networks::readCheckFile(run.blastCheckFile, profile, length, extraRows);
     if (status == orvix::networks::CheckFileStatus::cannotOpen) {
-        std::cout << "Unable to open file";
-        orvix::endProcess(-1);
+        orvix::out() << "Unable to open file";
+        throw orvix::RunEnd(orvix::EndReason::input, -1, "",
+                            "can't open check file " + run.blastCheckFile);
     }
     if (status == orvix::networks::CheckFileStatus::badLength) {
-        orvix::endProcess(-1, "\tCheck file " + run.blastCheckFile + " has a sequence length of " +
-                                  std::to_string(length) + ", expected 0 to " +
-                                  std::to_string(orvix::networks::checkFileLengthLimit) + "\n");
+        const std::string message = "Check file " + run.blastCheckFile +
+                                    " has a sequence length of " + std::to_string(length) +
+                                    ", expected 0 to " +
+                                    std::to_string(orvix::networks::checkFileLengthLimit);
+        throw orvix::RunEnd(orvix::EndReason::input, -1, "\t" + message + "\n", message);
     }
     if (extraRows > 0) {
-        std::cerr << "\tCheck file " << run.blastCheckFile << " has " << extraRows
-                  << " rows beyond its sequence, they are dropped\n";
+        orvix::err() << "\tCheck file " << run.blastCheckFile << " has " << extraRows
+                     << " rows beyond its sequence, they are dropped\n";
     }
     std::map<int, std::vector<double>> input;
     for (std::size_t i = 0; i < profile.rows.size(); ++i) {
@@ -46,7 +51,7 @@ std::map<int, std::vector<double>> readProfile(ORVIX& run, int first) {
 }  // namespace
 
 void ORVIX::runSeqSS_Prediction() {
-    std::cout << "Secondary structure prediction ..." << std::endl;
+    orvix::out() << "Secondary structure prediction ..." << std::endl;
     int first = 1;
     if (!inFile.empty()) {
         inTable.loadGDB(inFile);
@@ -66,7 +71,7 @@ void ORVIX::runSeqSS_Prediction() {
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> out(std::fopen(file.c_str(), "w"),
                                                               &std::fclose);
     if (out == nullptr) {
-        std::cerr << "\tCan't open write file " << file << " !!!\n";
+        orvix::err() << "\tCan't open write file " << file << " !!!\n";
         return;
     }
     orvix::networks::ClassBlocks blocks("\n");

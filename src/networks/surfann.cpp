@@ -1,10 +1,11 @@
 #include "networks/surfann.h"
 
 #include <algorithm>
-#include <iostream>
 #include <limits>
+#include <ostream>
 #include <utility>
 
+#include "base/streams.h"
 #include "networks/level_pass.h"
 #include "networks/residue_window.h"
 #include "networks/weight_table.h"
@@ -35,7 +36,7 @@ std::vector<double> joinNeighbours(const ANN::ResidueMap& vectors, int residue) 
 }
 
 void reportThreads(int threads) {
-    std::cout << "\nThe number of processes is " << threads << ".\n";
+    orvix::out() << "\nThe number of processes is " << threads << ".\n";
 }
 
 }  // namespace

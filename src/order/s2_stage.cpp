@@ -1,9 +1,10 @@
 #include <cstdio>
-#include <iostream>
 #include <memory>
+#include <ostream>
 #include <string>
 
 #include "base/process.h"
+#include "base/streams.h"
 #include "order/rci.h"
 #include "run/orvix.h"
 
@@ -19,7 +20,7 @@ constexpr double s2Base = 1.003;
 }  // namespace
 
 void ORVIX::runS2_Prediction() {
-    std::cout << "RCI prediction ...\n";
+    orvix::out() << "RCI prediction ...\n";
 
     RCI engine;
     engine.runRCI(annInput, secShift, seq);
@@ -34,7 +35,7 @@ void ORVIX::runS2_Prediction() {
     const std::string name = outBase + "S2.tab";
     const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(name.c_str(), "w"));
     if (!file) {
-        std::cerr << "\tCan't open file " << name << " !!!\n";
+        orvix::err() << "\tCan't open file " << name << " !!!\n";
         return;
     }
     std::fprintf(file.get(),

@@ -4,7 +4,7 @@
 #include <ostream>
 #include <sstream>
 
-#include "cli/command.h"
+#include "base/run_end.h"
 #include "restraints/restraint_file.h"
 #include "restraints/star_text.h"
 
@@ -160,9 +160,8 @@ bool hasShifts(const results::FinishedPrediction& prediction) {
 
 void writeNef(const RestraintFile& file, std::ostream& out) {
     if (!hasShifts(file.prediction)) {
-        throw cli::InputRejected(
-            file.prediction.file +
-            ": holds no shifts; expected some, as a NEF file needs a shift list");
+        throw InputRejected(file.prediction.file +
+                            ": holds no shifts; expected some, as a NEF file needs a shift list");
     }
     out << "data_nef_orvix_" << starName(file.prediction.title) << "\n\n";
     for (const std::string& line : headLines(file)) {

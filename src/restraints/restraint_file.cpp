@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <set>
 
-#include "cli/command.h"
+#include "base/run_end.h"
 
 namespace orvix::restraints {
 
@@ -41,9 +41,8 @@ std::string RestraintFile::numberText(int residue) const {
     }
     const auto found = prediction.residues.find(residue);
     if (found == prediction.residues.end() || found->second.authorNumber.empty()) {
-        throw cli::InputRejected(prediction.file + ": no author's number for residue " +
-                                 std::to_string(residue) +
-                                 "; expected author_resid for all of them");
+        throw InputRejected(prediction.file + ": no author's number for residue " +
+                            std::to_string(residue) + "; expected author_resid for all of them");
     }
     return found->second.authorNumber;
 }
@@ -129,11 +128,11 @@ void checkNumbering(const RestraintFile& file, RestraintFormat format) {
         const std::string place = prediction.file + ": author's number " + asciiText(text) +
                                   " of residue " + std::to_string(residue);
         if (integers && !isInteger(text)) {
-            throw cli::InputRejected(place + ": the format takes integers only");
+            throw InputRejected(place + ": the format takes integers only");
         }
         if (const auto [owner, fresh] = owners.emplace(text, residue); !fresh) {
-            throw cli::InputRejected(place + " is that of residue " +
-                                     std::to_string(owner->second) + " as well");
+            throw InputRejected(place + " is that of residue " + std::to_string(owner->second) +
+                                " as well");
         }
     }
 }

@@ -9,7 +9,7 @@
 #include <set>
 
 #include "base/missing.h"
-#include "cli/command.h"
+#include "base/run_end.h"
 
 namespace orvix::results {
 
@@ -38,8 +38,8 @@ class Place {
         if (found.size() > longest) {
             found = found.substr(0, longest) + "...";
         }
-        throw cli::InputRejected(file_ + ": " + (path_.empty() ? "the file" : path_) +
-                                 ": expected " + expected + ", found " + found);
+        throw InputRejected(file_ + ": " + (path_.empty() ? "the file" : path_) + ": expected " +
+                            expected + ", found " + found);
     }
 
     const json& value() const { return value_; }
@@ -132,12 +132,12 @@ class Place {
 json parseFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     if (!in) {
-        throw cli::InputRejected(path + ": can't be opened for reading");
+        throw InputRejected(path + ": can't be opened for reading");
     }
     try {
         return json::parse(in);
     } catch (const json::exception& error) {
-        throw cli::InputRejected(path + ": no JSON text: " + error.what());
+        throw InputRejected(path + ": no JSON text: " + error.what());
     }
 }
 

@@ -10,11 +10,12 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <nlohmann/json.hpp>
+#include <ostream>
 
+#include "base/run_end.h"
+#include "base/streams.h"
 #include "base/version.h"
-#include "cli/command.h"
 #include "results/results.h"
 
 namespace orvix::results {
@@ -31,7 +32,7 @@ fs::path resolved(const std::string& name) {
     std::error_code error;
     fs::path path = fs::weakly_canonical(fs::absolute(name), error);
     if (error) {
-        throw cli::RunError("can't use " + name + " as a directory: " + error.message());
+        throw RunError("can't use " + name + " as a directory: " + error.message());
     }
     return path.has_filename() ? path : path.parent_path();
 }
@@ -52,16 +53,14 @@ void requireReplaceable(const fs::path& path, bool replace) {
         return;
     }
     if (!replace) {
-        throw cli::RunError(path.string() +
-                            " exists; name another directory, or replace it by --force");
+        throw RunError(path.string() + " exists; name another directory, or replace it by --force");
     }
     if (!fs::is_directory(status)) {
-        throw cli::RunError(path.string() +
-                            " is not a directory; --force replaces directories only");
+        throw RunError(path.string() + " is not a directory; --force replaces directories only");
     }
     if (!fs::is_empty(path, error) && !isEarlierPrediction(path)) {
-        throw cli::RunError(path.string() + " holds no earlier prediction (no " + resultsFile +
-                            " of this program); --force does not replace such a directory");
+        throw RunError(path.string() + " holds no earlier prediction (no " + resultsFile +
+                       " of this program); --force does not replace such a directory");
     }
 }
 
@@ -76,14 +75,13 @@ OutputDirectory::OutputDirectory(const std::string& finalName, bool replace) : r
     final_ = path.string();
     requireReplaceable(path, replace);
     if (!fs::is_directory(path.parent_path())) {
-        throw cli::RunError("there is no directory " + path.parent_path().string() + " to write " +
-                            path.filename().string() + " to");
+        throw RunError("there is no directory " + path.parent_path().string() + " to write " +
+                       path.filename().string() + " to");
     }
     std::string pattern =
         (path.parent_path() / ("." + path.filename().string() + ".orvix-XXXXXX")).string();
     if (mkdtemp(pattern.data()) == nullptr) {
-        throw cli::RunError("can't write to " + path.parent_path().string() + ": " +
-                            systemText(errno));
+        throw RunError("can't write to " + path.parent_path().string() + ": " + systemText(errno));
     }
     work_ = pattern;
     // The final directory has the permissions that any new directory would have.
@@ -117,7 +115,7 @@ void OutputDirectory::publish() {
         }
     }
     if (problem != EEXIST) {
-        throw cli::RunError("can't name the results " + final_ + ": " + systemText(problem));
+        throw RunError("can't name the results " + final_ + ": " + systemText(problem));
     }
     requireReplaceable(final_, replace_);
     replaceExisting();
@@ -127,28 +125,28 @@ void OutputDirectory::replaceExisting() {
     std::string old = work_;
     if (renameat2(AT_FDCWD, work_.c_str(), AT_FDCWD, final_.c_str(), RENAME_EXCHANGE) != 0) {
         if (!isUnsupported(errno)) {
-            throw cli::RunError("can't replace " + final_ + ": " + systemText(errno));
+            throw RunError("can't replace " + final_ + ": " + systemText(errno));
         }
         // Without the exchange there is a moment without either, but never a mixture.
         old = work_ + ".old";
         if (std::rename(final_.c_str(), old.c_str()) != 0) {
-            throw cli::RunError("can't replace " + final_ + ": " + systemText(errno));
+            throw RunError("can't replace " + final_ + ": " + systemText(errno));
         }
         if (std::rename(work_.c_str(), final_.c_str()) != 0) {
             const int problem = errno;
             if (std::rename(old.c_str(), final_.c_str()) != 0) {
-                throw cli::RunError("can't replace " + final_ + ": " + systemText(problem) +
-                                    "; the earlier prediction is now " + old);
+                throw RunError("can't replace " + final_ + ": " + systemText(problem) +
+                               "; the earlier prediction is now " + old);
             }
-            throw cli::RunError("can't replace " + final_ + ": " + systemText(problem));
+            throw RunError("can't replace " + final_ + ": " + systemText(problem));
         }
     }
     work_.clear();
     std::error_code error;
     fs::remove_all(old, error);
     if (error) {
-        std::cerr << programName << ": warning: can't remove the earlier prediction, now " << old
-                  << ": " << error.message() << '\n';
+        orvix::err() << programName << ": warning: can't remove the earlier prediction, now " << old
+                     << ": " << error.message() << '\n';
     }
 }
 

@@ -4,10 +4,13 @@
 #include <memory>
 #include <string>
 
+#include "base/run_end.h"
 #include "run/command_line.h"
 #include "run/orvix.h"
 
-int main(int argc, char** argv) {
+namespace {
+
+int runProgram(int argc, char** argv) {
     auto run = std::make_unique<ORVIX>();
     run->printInfo();
     if (argc <= 1) {
@@ -37,4 +40,16 @@ int main(int argc, char** argv) {
     std::fflush(stdout);
     std::cout << " Running time: " << static_cast<float>(ticks) * 0.001F << " seconds" << std::endl;
     return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return runProgram(argc, argv);
+    } catch (const orvix::RunEnd& end) {
+        std::cout.flush();
+        std::cerr << end.text() << std::flush;
+        return end.status();
+    }
 }

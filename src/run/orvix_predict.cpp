@@ -1,8 +1,9 @@
 #include <algorithm>
-#include <iostream>
+#include <ostream>
 #include <vector>
 
 #include "base/parallel.h"
+#include "base/streams.h"
 #include "run/orvix.h"
 #include "search/db.h"
 #include "search/search_context.h"
@@ -27,8 +28,8 @@ std::vector<int> residuesToSearch(const ORVIX& run) {
 
 void announceResidue(const ORVIX& run, int residue) {
     if (!run.noVerb) {
-        std::cout << "\nResidue (center) " << run.seqName(residue) << ' ' << residue << " of "
-                  << run.firstCSResid << " to " << run.lastCSResid << '\n';
+        orvix::out() << "\nResidue (center) " << run.seqName(residue) << ' ' << residue << " of "
+                     << run.firstCSResid << " to " << run.lastCSResid << '\n';
     }
 }
 
@@ -100,7 +101,7 @@ void ORVIX::cutProteinBlocks() {
 
 void ORVIX::loadDatabase() {
     if (!noPath) {
-        std::cout << "Reading " << dbFile << ", " << std::flush;
+        orvix::out() << "Reading " << dbFile << ", " << std::flush;
     }
     delete db;
     db = nullptr;
@@ -108,18 +109,18 @@ void ORVIX::loadDatabase() {
     db->setMaxDBSize(databaseCapacity);
     db->loadDB(dbFile, exclList);
     if (!noPath) {
-        std::cout << db->dbSize << " Residues Read\n";
+        orvix::out() << db->dbSize << " Residues Read\n";
     }
-    std::cout << "Searching database ..." << std::endl;
+    orvix::out() << "Searching database ..." << std::endl;
     cutProteinBlocks();
 }
 
 void ORVIX::orvixPredict() {
     init();
     if (noPath) {
-        std::cout << "Analyzing Chemical Shifts ..." << std::endl;
+        orvix::out() << "Analyzing Chemical Shifts ..." << std::endl;
     } else {
-        std::cout << "Analyzing " << inFile << " ..." << std::endl;
+        orvix::out() << "Analyzing " << inFile << " ..." << std::endl;
     }
     getResInfo();
     runABP_Prediction();
@@ -157,9 +158,9 @@ void ORVIX::orvixPredict() {
         }
     }
     if (noVerb) {
-        std::cerr << std::endl;
+        orvix::err() << std::endl;
     } else {
-        std::cout << "Searching database using predicted angles ...\n";
+        orvix::out() << "Searching database using predicted angles ...\n";
     }
 
     // Second pass, in order: a residue sees the renewed averages of those before it.

@@ -1,6 +1,7 @@
-#include <iostream>
+#include <ostream>
 
 #include "base/numbers.h"
+#include "base/streams.h"
 #include "networks/chi1ann.h"
 #include "run/orvix.h"
 
@@ -49,14 +50,14 @@ double ORVIX::getNextRCadj(const std::string& res, const std::string& atom) {
 void ORVIX::init() {
     const auto load = [this](GDB& table, const std::string& file, const char* status) {
         if (!noPath) {
-            std::cout << status << file << '\n';
+            orvix::out() << status << file << '\n';
         }
         table.loadGDB(file);
     };
 
     inTable.loadGDB(inFile);
     if (!exclList.empty()) {
-        std::cout << "Excluding Sources in Database: " << exclList << '\n';
+        orvix::out() << "Excluding Sources in Database: " << exclList << '\n';
     }
     load(randCoilTable, randCoilFile, "Reading Random Coil Shifts from ");
     load(rcAdjTable, rcAdjFile, "Reading RC Adjustments from ");

@@ -1,8 +1,9 @@
 #include <algorithm>
-#include <iostream>
+#include <ostream>
 
 #include "base/numbers.h"
-#include "base/process.h"
+#include "base/run_end.h"
+#include "base/streams.h"
 #include "run/orvix.h"
 #include "structure/pdb.h"
 
@@ -71,7 +72,7 @@ void ORVIX::setArgs(std::map<std::string, std::string> args) {
         delete refPDB;
         refPDB = new PDB(refFile);
         if (refPDB->isNull()) {
-            std::cerr << "\tNo reference structure loaded!\n";
+            orvix::err() << "\tNo reference structure loaded!\n";
         }
     }
     refTitle = refFile;
@@ -125,8 +126,9 @@ void ORVIX::setArgs(std::map<std::string, std::string> args) {
     options.take(alignLen, "alignLen");
     // The position weights of the search reach three residues to each side.
     if (alignLen < 3 || alignLen > 8) {
-        orvix::endProcess(-1, "\tWindow length " + std::to_string(alignLen) +
-                                  " of the database search is out of range, use 3 to 7\n");
+        const std::string message = "Window length " + std::to_string(alignLen) +
+                                    " of the database search is out of range, use 3 to 7";
+        throw orvix::RunEnd(orvix::EndReason::usage, -1, "\t" + message + "\n", message);
     }
     checkOnly = options.given("check");
     offsetCorrect = options.given("offset");

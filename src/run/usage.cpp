@@ -1,7 +1,8 @@
-#include <cstdio>
+#include <ostream>
 #include <string>
 
-#include "base/process.h"
+#include "base/run_end.h"
+#include "base/streams.h"
 #include "run/citation.h"
 #include "run/orvix.h"
 
@@ -108,10 +109,9 @@ void ORVIX::printInfo() {
     text.append(orvix::versionRemark) += '\n';
     text += bannerRule;
     text += '\n';
-    std::fflush(stdout);
-    std::fwrite(text.data(), 1, text.size(), stderr);
+    orvix::err() << text;
 }
 
 void ORVIX::printSyntax() {
-    orvix::endProcess(-1, usageText);
+    throw orvix::RunEnd(orvix::EndReason::usage, -1, usageText, "see the usage text");
 }

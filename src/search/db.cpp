@@ -1,16 +1,22 @@
 #include "search/db.h"
 
 #include <algorithm>
-#include <iostream>
 #include <new>
+#include <ostream>
 
 #include "base/parallel.h"
-#include "base/process.h"
+#include "base/run_end.h"
+#include "base/streams.h"
 #include "search/db_reader.h"
 
 namespace {
 
 constexpr int defaultCapacity = 2999999;
+
+/// `text` stands behind a tab and closes its line.
+orvix::RunEnd databaseEnd(const std::string& text) {
+    return {orvix::EndReason::dataDirectory, 0, text, text.substr(1, text.size() - 2)};
+}
 
 }  // namespace
 
@@ -54,20 +60,20 @@ void DB::loadDB(const std::string& file) {
         resNames.reset(rows);
         sources.protein.reset(rows);
     } catch (const std::bad_alloc&) {
-        orvix::endProcess(
-            0, "\tNo memory for a database of " + std::to_string(capacity) + " residues\n");
+        throw databaseEnd("\tNo memory for a database of " + std::to_string(capacity) +
+                          " residues\n");
     }
     const orvix::search::DatabaseReading reading =
         orvix::search::readDatabase(path, exclList, capacity, orvix::availableThreads(), *this);
     if (!reading.opened) {
-        orvix::endProcess(0, "\tCan't open database file " + path + " for reading\n");
+        throw databaseEnd("\tCan't open database file " + path + " for reading\n");
     }
     if (!reading.problem.empty()) {
-        orvix::endProcess(0, reading.problem);
+        throw databaseEnd(reading.problem);
     }
     if (reading.full) {
-        std::cerr << "Warning:: Database " << path << "is larger than the allocated (" << maxDBSize
-                  << "), not all entries are read!" << std::endl;
+        orvix::err() << "Warning:: Database " << path << "is larger than the allocated ("
+                     << maxDBSize << "), not all entries are read!" << std::endl;
     }
     dbSize = reading.rows;
 }

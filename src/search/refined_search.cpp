@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <iostream>
 #include <iterator>
+#include <ostream>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -11,6 +11,7 @@
 #include "base/angles.h"
 #include "base/missing.h"
 #include "base/statistics.h"
+#include "base/streams.h"
 #include "networks/chi1ann.h"
 #include "run/orvix.h"
 #include "search/chi1_input.h"
@@ -112,8 +113,8 @@ void listMatches(ORVIX& run, int res, const Candidates& matches, const RawScores
         run.matchScore[res].push_back(key);
         run.matchIndex[res][rank] = index;
         if (!run.noVerb) {
-            std::cout << orvix::search::matchLine(*run.db, index, rank, key, keyOf.at(index),
-                                                  " r2");
+            orvix::out() << orvix::search::matchLine(*run.db, index, rank, key, keyOf.at(index),
+                                                     " r2");
         }
     }
 }
@@ -162,7 +163,7 @@ RotamerScores groupByRotamer(const ORVIX& run, const Candidates& typeMatches) {
 }
 
 void printGroups(const RotamerScores& groups, std::size_t candidates) {
-    std::cout << " cluster-specific statistics for " << candidates << " chi1 prediction: \n";
+    orvix::out() << " cluster-specific statistics for " << candidates << " chi1 prediction: \n";
     const std::pair<const char*, const char*> rotamers[] = {
         {"g-", " \tbest matched fragments with g- "},
         {"g+", " \tbest matched fragments with g+ "},
@@ -170,8 +171,8 @@ void printGroups(const RotamerScores& groups, std::size_t candidates) {
     for (const auto& [rotamer, text] : rotamers) {
         const std::vector<double>& scores = scoresOf(groups, rotamer);
         // One score alone has no deviation; it counts as 0 like that of an empty group.
-        std::cout << "  " << scores.size() << text << orvix::mean(scores) << " +/- "
-                  << orvix::sampleDeviation(scores) << std::endl;
+        orvix::out() << "  " << scores.size() << text << orvix::mean(scores) << " +/- "
+                     << orvix::sampleDeviation(scores) << std::endl;
     }
 }
 
@@ -181,7 +182,7 @@ void ORVIX::searchDB2(int res, std::map<double, int>& matches, std::map<double, 
     const char letter = valueAt(seqChar, res);
     const bool typeSpecific = letter != 'G' && letter != 'A' && letter != 'P';
     if (!noVerb) {
-        std::cout << " checking " << matches.size() << " preliminary fragments\n";
+        orvix::out() << " checking " << matches.size() << " preliminary fragments\n";
     }
     if (valueAt(matchCount, res) < count) {
         RawScores keyOf;

@@ -1,7 +1,8 @@
 #include <cstddef>
-#include <iostream>
+#include <ostream>
 #include <utility>
 
+#include "base/streams.h"
 #include "run/orvix.h"
 #include "search/map_clusters.h"
 #include "search/search_context.h"
@@ -28,5 +29,5 @@ void ORVIX::storeTripletResult(int res, const orvix::search::TripletResult& resu
     if (result.typeSpecific) {
         matchChi1[res] = result.chi1;
     }
-    std::cout << result.verboseText;
+    orvix::out() << result.verboseText;
 }

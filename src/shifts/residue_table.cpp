@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <iostream>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -9,8 +9,9 @@
 
 #include "base/missing.h"
 #include "base/numbers.h"
-#include "base/process.h"
+#include "base/run_end.h"
 #include "base/statistics.h"
+#include "base/streams.h"
 #include "run/orvix.h"
 #include "structure/pdb.h"
 #include "tables/cells.h"
@@ -128,7 +129,7 @@ void takeSequence(ORVIX& run) {
 }
 
 [[noreturn]] void refuse(const std::string& message) {
-    orvix::endProcess(-1, message + "\n");
+    throw orvix::RunEnd(orvix::EndReason::input, -1, message + "\n", message);
 }
 
 void requireInput(const ORVIX& run) {
@@ -191,16 +192,16 @@ void checkSequence(ORVIX& run) {
             name = letter;
         }
         if (name != letter) {
-            std::cerr << "WARNING: Residue Type Mismatch: Residue " << residue
-                      << " SEQUENCE: " << letter
-                      << " Chemical Shift Table: " << cellOf(&row, "RESNAME") << ".\n";
+            orvix::err() << "WARNING: Residue Type Mismatch: Residue " << residue
+                         << " SEQUENCE: " << letter
+                         << " Chemical Shift Table: " << cellOf(&row, "RESNAME") << ".\n";
             run.shiftFindings.mismatches.push_back({residue, letter, cellOf(&row, "RESNAME")});
             ++mismatches;
         }
     }
     if (mismatches > toleratedMismatches) {
-        std::cerr << "Format Errors: Too Many Sequence Mismatches: " << mismatches << ", "
-                  << toleratedMismatches + 1 << " Max.\n";
+        orvix::err() << "Format Errors: Too Many Sequence Mismatches: " << mismatches << ", "
+                     << toleratedMismatches + 1 << " Max.\n";
     }
 }
 
@@ -357,7 +358,7 @@ void applyOffsets(ORVIX& run) {
                       " %6.3f ppm referencing offset applied for %s chemical shifts", offset,
                       words);
         run.adjCSTable.addRemark(text);
-        std::cerr << text << "\n";
+        orvix::err() << text << "\n";
     }
 }
 
@@ -417,6 +418,6 @@ void ORVIX::getResInfo() {
     prepareShifts();
     writeSecondaryShifts(*this);
     if (checkOnly) {
-        orvix::endProcess(-1);
+        throw orvix::RunEnd(orvix::EndReason::complete, -1, "", "the shifts are checked");
     }
 }

@@ -1,11 +1,12 @@
 #include <cmath>
 #include <cstdio>
-#include <iostream>
 #include <map>
+#include <ostream>
 #include <string>
 
 #include "base/missing.h"
 #include "base/numbers.h"
+#include "base/streams.h"
 #include "run/orvix.h"
 #include "shifts/offset_fit.h"
 #include "tables/cells.h"
@@ -66,9 +67,9 @@ std::map<std::string, ShiftsByAtom> listOutliers(ORVIX& run) {
         if (limit != shift) {
             const double factor = atom == "HA" ? 3.0 : 2.0;
             const bool serious = std::fabs(shift) > factor * std::fabs(limit);
-            std::cout << "  " << padded(std::to_string(residue)) << " " << run.seqName(residue)
-                      << " " << padded(atom) << " Secondary Shift: " << fixed(8, shift)
-                      << "    Limit: " << fixed(8, limit) << (serious ? " !\n" : "\n");
+            orvix::out() << "  " << padded(std::to_string(residue)) << " " << run.seqName(residue)
+                         << " " << padded(atom) << " Secondary Shift: " << fixed(8, shift)
+                         << "    Limit: " << fixed(8, limit) << (serious ? " !\n" : "\n");
             run.shiftFindings.outliers.push_back(
                 {residue, run.seqName(residue), atom, shift, limit, serious});
         }
@@ -128,19 +129,19 @@ double ORVIX::clipSShift(int res, double shift, const std::string& atom) {
     }
     const double limit = shift < low ? low : high;
     if (searchPhase && !noVerb) {
-        std::cout << " Clipped " << padded(std::to_string(res)) << " " << seqName(res) << " "
-                  << padded(atom) << " Secondary Shift: " << fixed(8, shift)
-                  << " Limit: " << fixed(8, limit) << "\n";
+        orvix::out() << " Clipped " << padded(std::to_string(res)) << " " << seqName(res) << " "
+                     << padded(atom) << " Secondary Shift: " << fixed(8, shift)
+                     << " Limit: " << fixed(8, limit) << "\n";
     }
     return limit;
 }
 
 void ORVIX::checkCS() {
-    std::cout << "\nChecking for Chemical Shift Outliers ...\n";
+    orvix::out() << "\nChecking for Chemical Shift Outliers ...\n";
     const std::map<std::string, ShiftsByAtom> shifts = listOutliers(*this);
     const std::map<std::string, ShiftGroups> groups = groupShifts(*this, shifts);
 
-    std::cout << "\nChecking Chemical Shift Referencing ...\n";
+    orvix::out() << "\nChecking Chemical Shift Referencing ...\n";
     for (const Nucleus& nucleus : nuclei) {
         const ShiftGroups& group = groups.at(nucleus.atom);
         const orvix::shifts::OffsetEstimate estimate =
@@ -148,14 +149,14 @@ void ORVIX::checkCS() {
         shiftFindings.offsets[nucleus.atom] = estimate;
         if (!estimate.enough) {
             if (estimate.size != 0) {
-                std::cerr << nucleus.tooFew << "\n";
+                orvix::err() << nucleus.tooFew << "\n";
             }
             continue;
         }
         if (!estimate.accepted) {
             continue;
         }
-        std::cout << report(nucleus, estimate);
+        orvix::out() << report(nucleus, estimate);
         shiftOffset[nucleus.atom] = estimate.offset;
         if (std::string(nucleus.atom) == "CA") {
             shiftOffset["CB"] = estimate.offset;

@@ -4,13 +4,14 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <limits>
+#include <ostream>
 #include <string_view>
 #include <utility>
 
 #include "base/narrow.h"
 #include "base/numbers.h"
+#include "base/streams.h"
 #include "tables/gdb.h"
 
 namespace {
@@ -41,7 +42,7 @@ bool PDB::loadPDB(const std::string& path) {
         file.open(path, std::ios::binary);
     }
     if (!file.is_open()) {
-        std::cerr << "\tPDB error:: Can't open PDB file " << path << " for reading\n";
+        orvix::err() << "\tPDB error:: Can't open PDB file " << path << " for reading\n";
         return false;
     }
     atomsByNum.clear();
@@ -79,8 +80,8 @@ bool PDB::loadPDB(const std::string& path) {
     }
     atomsByNum[1] = std::move(byNumber);
     if (tooShort > 0) {
-        std::cerr << "\tPDB warning:: " << tooShort << " ATOM line(s) shorter than " << leastColumns
-                  << " columns skipped in PDB file " << path << "\n";
+        orvix::err() << "\tPDB warning:: " << tooShort << " ATOM line(s) shorter than "
+                     << leastColumns << " columns skipped in PDB file " << path << "\n";
     }
     assignDisulfides();
     return true;

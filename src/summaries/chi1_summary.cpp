@@ -1,8 +1,9 @@
-#include <iostream>
 #include <limits>
+#include <ostream>
 
 #include "base/angles.h"
 #include "base/numbers.h"
+#include "base/streams.h"
 #include "run/citation.h"
 #include "run/orvix.h"
 #include "structure/pdb.h"
@@ -88,7 +89,7 @@ void ORVIX::vinaChi1() {
         table.VARS_str_parser("RESID RESNAME CS_COUNT Q_Gm Q_Gp Q_T  CLASS CHI1 DCHI1");
         table.FORMAT_str_parser(" %4d %s %2d %5.3f %5.3f %5.3f  %-2s %6.1f %6.1f");
     }
-    std::cout << "Summarizing Chi1 Predictions ..." << std::endl;
+    orvix::out() << "Summarizing Chi1 Predictions ..." << std::endl;
 
     for (int r = firstResid; r <= lastResid; ++r) {
         std::string letter = seqName(r);

@@ -1,7 +1,8 @@
-#include <iostream>
+#include <ostream>
 #include <vector>
 
 #include "base/missing.h"
+#include "base/streams.h"
 #include "run/citation.h"
 #include "run/orvix.h"
 #include "structure/pdb.h"
@@ -100,7 +101,7 @@ void ORVIX::vina() {
     if (hasReference) {
         reference = referenceAngles(*refPDB, firstCSResid + 1, lastCSResid - 1);
     }
-    std::cout << "Summarizing Phi/Psi Predictions ...\n";
+    orvix::out() << "Summarizing Phi/Psi Predictions ...\n";
 
     for (int r = firstResid; r <= lastResid; ++r) {
         orvix::summaries::PhiPsiRow row;

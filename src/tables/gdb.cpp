@@ -2,12 +2,17 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iostream>
+#include <ostream>
 
-#include "base/process.h"
+#include "base/run_end.h"
+#include "base/streams.h"
 #include "base/text.h"
 
 namespace {
+
+orvix::RunEnd tableEnd(const std::string& message) {
+    return {orvix::EndReason::dataDirectory, 0, "\t" + message + "\n", message};
+}
 
 struct Preset {
     const char* word;
@@ -34,11 +39,11 @@ int findColumn(const std::map<int, std::string>& vars, const std::string& name) 
 // Checks of a new column that both ways to set one share; reports what is wrong.
 bool columnIsValid(const std::string& name, const std::string& spec) {
     if (!orvix::checkFormat(spec)) {
-        std::cerr << "\tBad format syntax '" << spec << "'\n";
+        orvix::err() << "\tBad format syntax '" << spec << "'\n";
         return false;
     }
     if (name.find(' ') != std::string::npos) {
-        std::cerr << "\tInvalid varible name '" << name << "' (with space)\n";
+        orvix::err() << "\tInvalid varible name '" << name << "' (with space)\n";
         return false;
     }
     return true;
@@ -98,7 +103,7 @@ void GDB::FORMAT_str_parser(const std::string& specifiers) {
     int index = 0;
     for (std::string& spec : orvix::splitSpecifiers(specifiers, varsCount)) {
         if (!checkFormat(spec)) {
-            orvix::endProcess(0, "\tBad format syntax '" + spec + "'\n");
+            throw tableEnd("Bad format syntax '" + spec + "'");
         }
         formats[index++] = std::move(spec);
     }
@@ -158,8 +163,8 @@ void GDB::setVAR(int index, const std::string& name, const std::string& spec) {
         return;
     }
     if (index < 1 || index > varsCount + 1) {
-        std::cerr << "\tPlease use number 1-" << varsCount + 1 << " as index for varible '" << name
-                  << "' with format '" << spec << "'\n";
+        orvix::err() << "\tPlease use number 1-" << varsCount + 1 << " as index for varible '"
+                     << name << "' with format '" << spec << "'\n";
         return;
     }
     vars[index - 1] = name;
@@ -199,7 +204,7 @@ int GDB::getEntryCount() const {
 
 void GDB::setEntry(int row, const std::string& name, const std::string& value) {
     if (findColumn(vars, name) < 0) {
-        orvix::endProcess(0, "\tInvalid varible name '" + name + "'\n");
+        throw tableEnd("Invalid varible name '" + name + "'");
     }
     entries[row][name] = value;
 }

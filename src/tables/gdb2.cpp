@@ -4,9 +4,10 @@
 
 #include <cstdio>
 #include <cstring>
-#include <iostream>
+#include <ostream>
 #include <utility>
 
+#include "base/streams.h"
 #include "base/text.h"
 
 namespace {
@@ -25,11 +26,11 @@ constexpr ResidueName residueNames[] = {
 
 bool columnIsValid(const std::string& name, const std::string& spec) {
     if (!orvix::checkFormat(spec)) {
-        std::cerr << "GDB format error:: Bad format syntax '" << spec << "'\n";
+        orvix::err() << "GDB format error:: Bad format syntax '" << spec << "'\n";
         return false;
     }
     if (name.find(' ') != std::string::npos) {
-        std::cerr << "GDB format error:: Invalid VAR name '" << name << "' (with space)\n";
+        orvix::err() << "GDB format error:: Invalid VAR name '" << name << "' (with space)\n";
         return false;
     }
     return true;
@@ -81,7 +82,7 @@ bool GDB2::varsStrParser(const std::string& names) {
         varIndex[name] = i + 1;
     }
     if (varsCount == 0) {
-        std::cerr << "GDB init error:: VARS line is empty.";
+        orvix::err() << "GDB init error:: VARS line is empty.";
         errorText += "\tFormat Error: VARS line is empty";
         return false;
     }
@@ -90,7 +91,7 @@ bool GDB2::varsStrParser(const std::string& names) {
 
 bool GDB2::formatStrParser(const std::string& specifiers) {
     if (varsCount == 0) {
-        std::cerr << "GDB init error:: FORMAT line needs to be specified after a VARS line.";
+        orvix::err() << "GDB init error:: FORMAT line needs to be specified after a VARS line.";
         errorText += "\tFormat Error: FORMAT line needs to be specified after a VARS line.";
         return false;
     }
@@ -98,14 +99,15 @@ bool GDB2::formatStrParser(const std::string& specifiers) {
     formats.clear();
     const std::string text = " " + specifiers;
     if (contains(text, '%') != varsCount) {
-        std::cerr << "GDB init error:: FORMAT and VARS lines contain different number of columns.";
+        orvix::err()
+            << "GDB init error:: FORMAT and VARS lines contain different number of columns.";
         errorText += "\tFormat Error: FORMAT and VARS lines contain different number of columns";
         return false;
     }
     int index = 0;
     for (std::string& spec : orvix::splitSpecifiers(text, varsCount)) {
         if (!checkFormat(spec)) {
-            std::cerr << "GDB init error:: Bad FORMAT syntax '" << spec << "'\n";
+            orvix::err() << "GDB init error:: Bad FORMAT syntax '" << spec << "'\n";
             errorText += "\tFormat Error: Invalid FORMAT line \"" + text + "\"\n";
             errorText += "\t              Bad FORMAT syntax '" + spec + "'\n";
             return false;
@@ -118,11 +120,12 @@ bool GDB2::formatStrParser(const std::string& specifiers) {
 bool GDB2::initNodes() {
     dropRows();
     if (varsCount == 0 || formats.size() != vars.size()) {
-        std::cerr << "GDB init error:: no valid VARS read or VARS and its FORMAT not matched! \n";
+        orvix::err()
+            << "GDB init error:: no valid VARS read or VARS and its FORMAT not matched! \n";
         return false;
     }
     if (varsCount > maxColumns) {
-        std::cerr << "GDB init error:: a table has at most " << maxColumns << " columns.\n";
+        orvix::err() << "GDB init error:: a table has at most " << maxColumns << " columns.\n";
         errorText +=
             "\tFormat Error: a table has at most " + std::to_string(maxColumns) + " columns\n";
         return false;
@@ -194,7 +197,7 @@ bool GDB2::setVarsFormat(const std::string& names, const std::string& specifiers
 // Adds a checked column behind the last one.
 bool GDB2::appendColumn(const std::string& name, const std::string& spec) {
     if (varsCount >= maxColumns) {
-        std::cerr << "GDB operation error:: a table has at most " << maxColumns << " columns.\n";
+        orvix::err() << "GDB operation error:: a table has at most " << maxColumns << " columns.\n";
         return false;
     }
     const int index = varsCount++;
@@ -224,8 +227,8 @@ bool GDB2::setVar(int index, const std::string& name, const std::string& spec) {
         return false;
     }
     if (index < 1 || index > varsCount + 1) {
-        std::cerr << "GDB operation error:: Access an VAR node with an invalid index number - "
-                  << index;
+        orvix::err() << "GDB operation error:: Access an VAR node with an invalid index number - "
+                     << index;
         return false;
     }
     if (index == varsCount + 1) {

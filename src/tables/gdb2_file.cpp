@@ -3,11 +3,12 @@
 #include <algorithm>
 #include <climits>
 #include <cstdint>
-#include <iostream>
+#include <ostream>
 #include <utility>
 
 #include "base/line_reader.h"
 #include "base/numbers.h"
+#include "base/streams.h"
 #include "base/text.h"
 #include "base/text_writer.h"
 #include "tables/cell_format.h"
@@ -201,7 +202,7 @@ bool GDB2::loadGDB(const std::string& file) {
 void GDB2::saveGDB(const std::string& file) {
     orvix::TextWriter out(file);
     if (!out.isOpen()) {
-        std::cerr << "\tFile Error: Can't save file " << file;
+        orvix::err() << "\tFile Error: Can't save file " << file;
         return;
     }
     if (!plainText) {

@@ -1,8 +1,9 @@
 // Rows and cells of the typed table.
 
-#include <iostream>
+#include <ostream>
 #include <utility>
 
+#include "base/streams.h"
 #include "tables/gdb2.h"
 
 namespace {
@@ -151,7 +152,7 @@ std::vector<int> GDB2::getLineEntryIndice(const std::string& name, const std::st
 
 int GDB2::addNewLineEntry() {
     if (!lines && !initNodes()) {
-        std::cerr << "GDB operation error:: unable to generate a new line entry";
+        orvix::err() << "GDB operation error:: unable to generate a new line entry";
         return -1;
     }
     auto node = std::make_unique<LineNode>();

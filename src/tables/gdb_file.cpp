@@ -1,10 +1,11 @@
 #include <algorithm>
-#include <iostream>
+#include <ostream>
 #include <utility>
 
 #include "base/line_reader.h"
 #include "base/numbers.h"
-#include "base/process.h"
+#include "base/run_end.h"
+#include "base/streams.h"
 #include "base/text.h"
 #include "base/text_writer.h"
 #include "tables/cell_format.h"
@@ -109,7 +110,8 @@ void GDB::loadGDB(const std::string& file) {
     fileName = file;
     orvix::LineReader reader(file);
     if (!reader.isOpen()) {
-        orvix::endProcess(0, "\tCan't open file " + file + " for reading\n");
+        const std::string message = "Can't open file " + file + " for reading";
+        throw orvix::RunEnd(orvix::EndReason::dataDirectory, 0, "\t" + message + "\n", message);
     }
 
     int rowNumber = 1;
@@ -157,7 +159,7 @@ void GDB::loadGDB(const std::string& file) {
 void GDB::saveGDB(const std::string& file) {
     orvix::TextWriter out(file);
     if (!out.isOpen()) {
-        std::cerr << "\tCan't save file " << file << "\n";
+        orvix::err() << "\tCan't save file " << file << "\n";
         return;
     }
     if (!plainText) {

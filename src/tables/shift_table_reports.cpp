@@ -1,16 +1,18 @@
 #include "tables/shift_table_reports.h"
 
-#include <iostream>
+#include <ostream>
+
+#include "base/streams.h"
 
 namespace orvix::tables {
 
 void giveNotice(GDB2& table, const std::string& text) {
-    std::cerr << text;
+    orvix::err() << text;
     table.noticeText += text;
 }
 
 bool failLoad(GDB2& table, const std::string& text) {
-    std::cerr << text;
+    orvix::err() << text;
     table.errorText += text;
     return false;
 }

@@ -13,9 +13,9 @@
 
 namespace {
 
-using orvix::cli::InputRejected;
+using orvix::InputRejected;
+using orvix::RunError;
 using orvix::cli::LibraryStage;
-using orvix::cli::RunError;
 
 orvix::cli::LibraryOutcome run(const std::function<std::string(LibraryStage&)>& work) {
     return orvix::cli::runLibrary(work, "shifts.tab", {});
@@ -43,7 +43,7 @@ TEST(LibraryRun, NoEndOfTheLibraryPassesForSuccess) {
     const auto endWith = [](int status, const std::string& text, bool reading) {
         run([&](LibraryStage& stage) {
             stage.setReadingInput(reading);
-            orvix::endProcess(status, text);
+            throw orvix::RunEnd(orvix::EndReason::system, status, text, text);
             return std::string();
         });
     };

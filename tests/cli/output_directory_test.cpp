@@ -44,7 +44,7 @@ TEST(OutputDirectory, ReplacesOnlyAnEarlierPrediction) {
     directory.write("file", "");
     const Names before = directory.names();
     const auto message = [&](const std::string& name, bool replace) {
-        return errorOf<orvix::cli::RunError>(
+        return errorOf<orvix::RunError>(
             [&] { orvix::results::OutputDirectory(directory.path(name), replace); });
     };
     EXPECT_NE(message("earlier", false).find("--force"), std::string::npos);
@@ -69,7 +69,7 @@ TEST(OutputDirectory, DoesNotTakeANameThatAppearedMeanwhile) {
     orvix::results::OutputDirectory output(directory.path("out"), false);
     writeIn(output, "results.json");
     directory.write("out/mine", "");
-    EXPECT_NE(errorOf<orvix::cli::RunError>([&] { output.publish(); }), "");
+    EXPECT_NE(errorOf<orvix::RunError>([&] { output.publish(); }), "");
     EXPECT_EQ(directory.names("out"), Names{"mine"});
 }
 

@@ -1,5 +1,6 @@
 #include <CLI/CLI.hpp>
 
+#include "cli/command.h"
 #include "import/import_text.h"
 
 namespace orvix {
@@ -36,11 +37,11 @@ TEST(ImportCommand, TellsItsErrorsApart) {
     const TemporaryFile input(text);
     EXPECT_THROW(runImport({}), CLI::ParseError);
     EXPECT_THROW(runImport({input.path(), "--numbering", "other"}), CLI::ParseError);
-    EXPECT_THROW(runImport({"/nowhere/x.str"}), cli::InputRejected);
-    EXPECT_THROW(runImport({input.path(), "--list", "4"}), cli::InputRejected);
+    EXPECT_THROW(runImport({"/nowhere/x.str"}), InputRejected);
+    EXPECT_THROW(runImport({input.path(), "--list", "4"}), InputRejected);
     EXPECT_THROW(runImport({input.path(), "-o", "/nowhere/x.tab", "--report", "/dev/null"}),
-                 cli::RunError);
-    EXPECT_THROW(runImport({input.path(), "-o", input.path()}), cli::RunError);
+                 RunError);
+    EXPECT_THROW(runImport({input.path(), "-o", input.path()}), RunError);
     EXPECT_EQ(input.content(), text);
 }
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/command.h"
+#include "base/run_end.h"
 #include "import/shift_import.h"
 #include "tables/temporary_file.h"
 
@@ -23,7 +23,7 @@ inline std::string refusal(const std::string& text,
                            const orvix::importing::ImportOptions& options = {}) {
     try {
         importText(text, options);
-    } catch (const orvix::cli::InputRejected& error) {
+    } catch (const orvix::InputRejected& error) {
         return error.what();
     }
     return {};

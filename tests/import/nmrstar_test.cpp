@@ -215,7 +215,7 @@ TEST(NmrStar21, TakesGzip) {
 
     const std::string whole = file.content();
     const TemporaryFile cut(whole.substr(0, whole.size() / 2));
-    EXPECT_THROW(importing::importShifts(cut.path(), {}), cli::InputRejected);
+    EXPECT_THROW(importing::importShifts(cut.path(), {}), InputRejected);
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 
 #include <random>
 
-#include "cli/command.h"
+#include "base/run_end.h"
 #include "import/import_text.h"
 #include "import/shift_text.h"
 #include "import/star_tokens.h"
@@ -71,7 +71,7 @@ TEST(StarDocument, NamesTheLineOfWhatIsNotClosed) {
                     importing::requireWholeRows(loop, "file");
                 }
             }
-        } catch (const cli::InputRejected& error) {
+        } catch (const InputRejected& error) {
             return error.what();
         }
         return "taken";
@@ -107,9 +107,9 @@ TEST(ShiftText, UnpacksAndLimits) {
         "\xEF\xBB\xBF"
         "a\r\nb\rc");
     EXPECT_EQ(importing::readShiftText(file.path()), "a\nb\nc");
-    EXPECT_THROW(importing::readShiftText(file.path(), 4), cli::InputRejected);
-    EXPECT_THROW(importing::readShiftText("/nowhere/at/all"), cli::InputRejected);
-    EXPECT_THROW(importing::readShiftText(testing::TempDir()), cli::InputRejected);
+    EXPECT_THROW(importing::readShiftText(file.path(), 4), InputRejected);
+    EXPECT_THROW(importing::readShiftText("/nowhere/at/all"), InputRejected);
+    EXPECT_THROW(importing::readShiftText(testing::TempDir()), InputRejected);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include "networks/literal_network.h"
 #include "networks/network_files.h"
+#include "support/run_end.h"
 
 namespace {
 
@@ -81,13 +82,13 @@ TEST(AnnDeathTest, LayerOperation) {
     net.applyANNTransformation(input, w, b, out, 2);
     EXPECT_EQ(out.size(), 5u);
 
-    const auto exits = testing::ExitedWithCode(0);
+    const auto exits = 0;
     Vector one{1.0};
-    EXPECT_EXIT(net.applyANNTransformation(one, w, b, out, 0), exits,
-                "^ ANN prediction failed with inconsistent data!\n"
-                " inp.size\\(\\): 1 w\\[0\\].size\\(\\): 2\n w.size\\(\\): 2 b.size\\(\\): 2\n$");
-    EXPECT_EXIT(net.applyANNTransformation(input, w, one, out, 5), exits,
-                "inp.size\\(\\): 2 w\\[0\\].size\\(\\): 2\n w.size\\(\\): 2 b.size\\(\\): 1\n$");
+    EXPECT_END(net.applyANNTransformation(one, w, b, out, 0), exits,
+               "^ ANN prediction failed with inconsistent data!\n"
+               " inp.size\\(\\): 1 w\\[0\\].size\\(\\): 2\n w.size\\(\\): 2 b.size\\(\\): 2\n$");
+    EXPECT_END(net.applyANNTransformation(input, w, one, out, 5), exits,
+               "inp.size\\(\\): 2 w\\[0\\].size\\(\\): 2\n w.size\\(\\): 2 b.size\\(\\): 1\n$");
 }
 
 TEST(Ann, ConfidenceAndMeans) {
@@ -227,7 +228,7 @@ TEST(AnnDeathTest, FiveResidueWindowValues) {
     // A vector of another length is padding, with its flag, also in the centre of its own window.
     ANN other = makeNetwork(files, 5, 164, 19);
     input[3].push_back(0.5);
-    EXPECT_EXIT(other.runANN(input), testing::ExitedWithCode(0), " inp.size\\(\\): 165 w");
+    EXPECT_END(other.runANN(input), 0, " inp.size\\(\\): 165 w");
 }
 
 TEST(Ann, ShortChains) {
@@ -264,17 +265,17 @@ TEST(Ann, NumbersAtTheRimsOfInt) {
 }
 
 TEST(AnnDeathTest, MissingOrWrongWeightFilesEndTheRunAtTheFirstWindow) {
-    const auto exits = testing::ExitedWithCode(0);
+    const auto exits = 0;
     const std::string cantOpen = "\tFile Error: Can't open input file for reading\n";
     ANN::ResidueMap input = randomResidues(numbersFrom(1, 5), 32);
     {
         NetworkFiles files;
         ANN net(96, 20, 3, 9, 6, 3, files.dir(), "none");
-        EXPECT_EXIT(net.runANN(input), exits,
-                    "^(\tFile Error: Can't open input file for reading\n){6}"
-                    " ANN prediction failed with inconsistent data!\n"
-                    " inp.size\\(\\): 96 w\\[0\\].size\\(\\): 0\n"
-                    " w.size\\(\\): 1 b.size\\(\\): 0\n$");
+        EXPECT_END(net.runANN(input), exits,
+                   "^(\tFile Error: Can't open input file for reading\n){6}"
+                   " ANN prediction failed with inconsistent data!\n"
+                   " inp.size\\(\\): 96 w\\[0\\].size\\(\\): 0\n"
+                   " w.size\\(\\): 1 b.size\\(\\): 0\n$");
         // Without a window nothing is looked at.
         ANN::ResidueMap two = randomResidues({1, 2}, 32);
         testing::internal::CaptureStderr();
@@ -291,17 +292,17 @@ TEST(AnnDeathTest, MissingOrWrongWeightFilesEndTheRunAtTheFirstWindow) {
         NetworkFiles files;
         ANN net = makeNetwork(files, 0, 96, 9);
         files.writeWeights("net.level1.WL2.tab", 8, 4, 1);
-        EXPECT_EXIT(net.runANN(input), exits,
-                    "^ ANN prediction failed with inconsistent data!\n"
-                    " inp.size\\(\\): 4 w\\[0\\].size\\(\\): 4\n"
-                    " w.size\\(\\): 2 b.size\\(\\): 2\n$");
+        EXPECT_END(net.runANN(input), exits,
+                   "^ ANN prediction failed with inconsistent data!\n"
+                   " inp.size\\(\\): 4 w\\[0\\].size\\(\\): 4\n"
+                   " w.size\\(\\): 2 b.size\\(\\): 2\n$");
     }
     {
         // A second run appends to the weights.
         NetworkFiles files;
         ANN net = makeNetwork(files, 0, 96, 9);
         net.runANN(input);
-        EXPECT_EXIT(net.runANN(input), exits, "w.size\\(\\): 96 b.size\\(\\): 192\n$");
+        EXPECT_END(net.runANN(input), exits, "w.size\\(\\): 96 b.size\\(\\): 192\n$");
     }
 }
 

@@ -6,6 +6,7 @@
 
 #include "networks/literal_network.h"
 #include "networks/network_files.h"
+#include "support/run_end.h"
 
 namespace {
 
@@ -53,16 +54,15 @@ TEST(Chi1ann, LoadsOnceAndScoresBatchesLikeSingles) {
 TEST(Chi1annDeathTest, Failures) {
     NetworkFiles files;
     CHI1ANN missing(39, 15, 1, files.dir(), "chi1_C");
-    EXPECT_EXIT(missing.runANNLevel1(Vector(39, 0.0)), testing::ExitedWithCode(0),
-                "^\tCan't open file .*chi1_C.level1.WI.tab for reading\n$");
+    EXPECT_END(missing.runANNLevel1(Vector(39, 0.0)), 0,
+               "^\tCan't open file .*chi1_C.level1.WI.tab for reading\n$");
     files.writeLevel("chi1_V.level1", 39, 15, 1, 3, 700);
     CHI1ANN net(39, 15, 1, files.dir(), "chi1_V");
     const std::string lines =
         "^ ANN prediction failed with inconsistent data!\n inp.size\\(\\): 38 w\\[0\\].size\\(\\): "
         "39\n w.size\\(\\): 39 b.size\\(\\): 39\n$";
-    EXPECT_EXIT(net.runANNLevel1(Vector(38, 0.0)), testing::ExitedWithCode(0), lines);
-    EXPECT_EXIT(net.runANNLevel1Batch({Vector(39, 0.0), Vector(38, 0.0), Vector(3, 0.0)}),
-                testing::ExitedWithCode(0), lines);
+    EXPECT_END(net.runANNLevel1(Vector(38, 0.0)), 0, lines);
+    EXPECT_END(net.runANNLevel1Batch({Vector(39, 0.0), Vector(38, 0.0), Vector(3, 0.0)}), 0, lines);
 }
 
 TEST(Chi1ann, SingleMemberOfTheBinaryForm) {

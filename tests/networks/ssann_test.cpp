@@ -4,6 +4,7 @@
 
 #include "networks/literal_network.h"
 #include "networks/network_files.h"
+#include "support/run_end.h"
 
 namespace {
 
@@ -97,19 +98,19 @@ TEST(SsannDeathTest, KnownClassesStandInTheirPlacesOfLevelTwo) {
 
     SSANN other = makeNetwork(files, 3);
     other.knownSS[5] = {0.0, 0.25};
-    EXPECT_EXIT(other.runANN(input), testing::ExitedWithCode(0),
-                " inp.size\\(\\): 15 w\\[0\\].size\\(\\): 19\n w.size\\(\\): 19 b.size\\(\\): "
-                "19\n$");
+    EXPECT_END(other.runANN(input), 0,
+               " inp.size\\(\\): 15 w\\[0\\].size\\(\\): 19\n w.size\\(\\): 19 b.size\\(\\): "
+               "19\n$");
 }
 
 TEST(SsannDeathTest, AGapEndsTheRunAtTheFirstShortWindow) {
     NetworkFiles files;
     SSANN net = makeNetwork(files, 3);
     ANN::ResidueMap input = randomResidues({1, 2, 3, 4, 7, 8}, 20);
-    EXPECT_EXIT(net.runANN(input), testing::ExitedWithCode(0),
-                "^ ANN prediction failed with inconsistent data!\n"
-                " inp.size\\(\\): 83 w\\[0\\].size\\(\\): 104\n"
-                " w.size\\(\\): 104 b.size\\(\\): 104\n$");
+    EXPECT_END(net.runANN(input), 0,
+               "^ ANN prediction failed with inconsistent data!\n"
+               " inp.size\\(\\): 83 w\\[0\\].size\\(\\): 104\n"
+               " w.size\\(\\): 104 b.size\\(\\): 104\n$");
 }
 
 TEST(Ssann, OtherOrdersRunNoMember) {
@@ -151,8 +152,7 @@ TEST(SsannDeathTest, EmptyInputReadsTheWeightsOnly) {
     EXPECT_EQ(net.level2WL2[4].size(), 3u);
     SSANN missing(104, 5, 3, 19, 4, 3, files.dir(), "none");
     missing.setOrder(5);
-    EXPECT_EXIT(missing.runANN(input), testing::ExitedWithCode(0),
-                "^\tCan't open file .*none.level1.WI.tab for reading\n$");
+    EXPECT_END(missing.runANN(input), 0, "^\tCan't open file .*none.level1.WI.tab for reading\n$");
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include "networks/chi1ann.h"
 #include "networks/network_files.h"
 #include "networks/surfann.h"
+#include "support/run_end.h"
 
 namespace {
 
@@ -165,8 +166,8 @@ TEST(WeightTableDeathTest, FileThatCantBeRead) {
         orvix::networks::readWeightTable(files.dir(), WeightRules::typed, 3).weights.empty());
     const std::string line = "\tFile Error: Can't open input file for reading\n";
     EXPECT_EQ(testing::internal::GetCapturedStderr(), line + line);
-    EXPECT_EXIT(orvix::networks::readWeightTable(files.path("none.tab"), WeightRules::text, 3),
-                testing::ExitedWithCode(0), "^\tCan't open file .*none.tab for reading\n$");
+    EXPECT_END(orvix::networks::readWeightTable(files.path("none.tab"), WeightRules::text, 3), 0,
+               "^\tCan't open file .*none.tab for reading\n$");
 }
 
 TEST(DistributeRows, FillsMembersInTurnAndAppends) {

@@ -153,7 +153,7 @@ std::vector<ReadRestraint> read(const std::string& format, const std::string& te
 std::string rejection(const json& document, const std::vector<std::string>& arguments) {
     try {
         exportOf(document, arguments);
-    } catch (const orvix::cli::InputRejected& error) {
+    } catch (const orvix::InputRejected& error) {
         return error.what();
     }
     return "not rejected";
@@ -363,11 +363,11 @@ TEST(ExportInput, IsRejectedWithThePlace) {
     orvix::cli::ExitStatus status = orvix::cli::ExitStatus::done;
     orvix::cli::addExportCommand(app, status);
     const TemporaryFile broken("{\"schema\": \"orvix-results\", ");
-    EXPECT_THROW(app.parse("export --format nef " + broken.path()), orvix::cli::InputRejected);
+    EXPECT_THROW(app.parse("export --format nef " + broken.path()), orvix::InputRejected);
     const TemporaryFile deep("{\"schema\": " + std::string(200000, '[') + std::string(200000, ']') +
                              "}");
-    EXPECT_THROW(app.parse("export --format nef " + deep.path()), orvix::cli::InputRejected);
-    EXPECT_THROW(app.parse("export --format nef /no/such/place"), orvix::cli::InputRejected);
+    EXPECT_THROW(app.parse("export --format nef " + deep.path()), orvix::InputRejected);
+    EXPECT_THROW(app.parse("export --format nef /no/such/place"), orvix::InputRejected);
 }
 
 TEST(ExportOutput, NeverHalfWritten) {
@@ -379,9 +379,8 @@ TEST(ExportOutput, NeverHalfWritten) {
         app.parse(line);
     };
     EXPECT_THROW(parse("export " + input.path() + " --format cns -o /no/such/place/x.tbl"),
-                 orvix::cli::RunError);
-    EXPECT_THROW(parse("export " + input.path() + " --format cns -o /dev/full"),
-                 orvix::cli::RunError);
+                 orvix::RunError);
+    EXPECT_THROW(parse("export " + input.path() + " --format cns -o /dev/full"), orvix::RunError);
     EXPECT_THROW(parse("export " + input.path() + " --format cns -o " + input.path()),
                  CLI::ParseError);
     EXPECT_EQ(exampleResults(), json::parse(input.content()));

@@ -5,6 +5,7 @@
 
 #include "run/command_line.h"
 #include "run/orvix.h"
+#include "support/run_end.h"
 
 namespace {
 
@@ -131,18 +132,18 @@ TEST(Settings, NumbersAndSwitches) {
 }
 
 TEST(SettingsDeathTest, EndsOfTheProcess) {
-    EXPECT_EXIT(settled({{"help", "help"}}), testing::ExitedWithCode(255),
-                "^Input Options:\n -in           \\[None\\]         Input Shift Table.\n");
+    EXPECT_END(settled({{"help", "help"}}), -1,
+               "^Input Options:\n -in           \\[None\\]         Input Shift Table.\n");
     for (const char* length : {"2", "9", "0", "-3", "x"}) {
-        EXPECT_EXIT(settled({{"len", length}}), testing::ExitedWithCode(255), "out of range");
+        EXPECT_END(settled({{"len", length}}), -1, "out of range");
     }
     // A reference that can't be read is reported and the run goes on.
-    EXPECT_EXIT(
+    EXPECT_END(
         {
             settled({{"ref", "missing.pdb"}});
             std::exit(7);
         },
-        testing::ExitedWithCode(7), "\tNo reference structure loaded!\n");
+        7, "\tNo reference structure loaded!\n");
 }
 
 }  // namespace

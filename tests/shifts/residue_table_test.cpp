@@ -1,6 +1,7 @@
 #include <limits>
 
 #include "shift_fixture.h"
+#include "support/run_end.h"
 
 namespace {
 
@@ -234,9 +235,7 @@ TEST_F(ResidueTable, OffsetsAreOnlyReportedOtherwise) {
 }
 
 TEST_F(ResidueTableDeathTest, EndsWithStatusMinusOne) {
-    const auto ends = [this](const char* message) {
-        EXPECT_EXIT(run.getResInfo(), testing::ExitedWithCode(255), message);
-    };
+    const auto ends = [this](const char* message) { EXPECT_END(run.getResInfo(), -1, message); };
     setInput("", "1 A N 1\n");
     ends("^ A full amino acid sequence is required in the DATA SEQUENCE header, exit ...\n$");
     setInput("A", "");
@@ -257,7 +256,7 @@ TEST_F(ResidueTableDeathTest, EndsWithStatusMinusOne) {
 TEST_F(ResidueTableDeathTest, CheckRunEndsAfterTheTable) {
     run.checkOnly = true;
     setInput("AA", "1 A N 1\n");
-    EXPECT_EXIT(run.getResInfo(), testing::ExitedWithCode(255), "");
+    EXPECT_END(run.getResInfo(), -1, "");
     EXPECT_NE(writtenTable().find("   1 A    N "), std::string::npos);
 }
 

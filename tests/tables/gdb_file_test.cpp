@@ -2,6 +2,7 @@
 
 #include <climits>
 
+#include "support/run_end.h"
 #include "tables/gdb.h"
 #include "tables/temporary_file.h"
 
@@ -168,19 +169,16 @@ TEST(GdbLoad, TakesForeignLineEndsAndBytes) {
 
 TEST(GdbDeathTest, FatalFilesEndTheProcessWithStatusZero) {
     const std::string missing = testing::TempDir() + "no/such.tab";
-    EXPECT_EXIT(GDB{missing}, testing::ExitedWithCode(0),
-                testing::Eq("\tCan't open file " + missing + " for reading\n"));
+    EXPECT_END(GDB{missing}, 0, testing::Eq("\tCan't open file " + missing + " for reading\n"));
     const std::string directory = testing::TempDir();
-    EXPECT_EXIT(GDB{directory}, testing::ExitedWithCode(0),
-                testing::Eq("\tCan't open file " + directory + " for reading\n"));
+    EXPECT_END(GDB{directory}, 0, testing::Eq("\tCan't open file " + directory + " for reading\n"));
     const struct {
         const char* format;
         const char* specifier;
     } cases[] = {{"%4d %q ", "%q "}, {"%4d text %s", "%4d text "}, {"%%", "%"}, {"%4d%+d", "%+d"}};
     for (const auto& bad : cases) {
-        EXPECT_EXIT(loaded(std::string("VARS A B\nFORMAT ") + bad.format + "\n"),
-                    testing::ExitedWithCode(0),
-                    testing::Eq(std::string("\tBad format syntax '") + bad.specifier + "'\n"));
+        EXPECT_END(loaded(std::string("VARS A B\nFORMAT ") + bad.format + "\n"), 0,
+                   testing::Eq(std::string("\tBad format syntax '") + bad.specifier + "'\n"));
     }
 }
 

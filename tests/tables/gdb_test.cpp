@@ -1,5 +1,6 @@
 #include "tables/gdb.h"
 
+#include "support/run_end.h"
 #include "tables/temporary_file.h"
 
 namespace {
@@ -116,10 +117,9 @@ TEST(Gdb, FindsTheNthMatch) {
 
 TEST(GdbDeathTest, SetEntryRefusesUnknownColumns) {
     GDB table = shiftTable();
-    EXPECT_EXIT(table.setEntry(1, "shift", "1"), testing::ExitedWithCode(0),
-                testing::Eq(std::string("\tInvalid varible name 'shift'\n")));
-    EXPECT_EXIT(table.addEntry("", "1"), testing::ExitedWithCode(0),
-                testing::Eq(std::string("\tInvalid varible name ''\n")));
+    EXPECT_END(table.setEntry(1, "shift", "1"), 0,
+               testing::Eq(std::string("\tInvalid varible name 'shift'\n")));
+    EXPECT_END(table.addEntry("", "1"), 0, testing::Eq(std::string("\tInvalid varible name ''\n")));
 }
 
 TEST(Gdb, AddVarAddsOrReplaces) {
