@@ -1,6 +1,8 @@
 #pragma once
 
+#include <array>
 #include <string>
+#include <vector>
 
 #include "base/missing.h"
 #include "summaries/rotamer_evidence.h"
@@ -46,6 +48,43 @@ struct StructureRow {
     double confidence = 0.0;
     std::string letter;     ///< H E L by shifts, h e c by sequence, x for none
     bool chainEnd = false;  ///< coil by rule, whatever the shifts say
+};
+
+/// A cluster of a phi/psi map: its boxes, the seed first, then by falling value.
+struct MapCluster {
+    std::vector<int> boxes;
+    double sum = 0.0;  ///< of the values of its boxes
+};
+
+/// One row of the phi/psi map table, with the clusters of the map.
+struct MapRow {
+    int residue = 0;
+    std::string name;       ///< one letter
+    int windowShifts = 0;   ///< shifts known in the window of five residues
+    int residueShifts = 0;  ///< shifts known at the residue
+    int clusterCount = 0;
+    double firstShare = 0.0;           ///< share of the first cluster
+    std::vector<double> values;        ///< 324 boxes
+    std::vector<MapCluster> clusters;  ///< `clusterCount` of them
+};
+
+/// A residue of the database beside or at the centre of a match.
+struct MatchNeighbour {
+    bool held = false;  ///< whether the database has a row there; nothing else counts if not
+    int residue = 0;
+    float phi = 0.0F, psi = 0.0F, chi1 = 0.0F;
+    std::array<float, 6> shifts{};  ///< ppm, N HA C CA CB HN
+};
+
+/// One row of the table of database matches.
+struct MatchRow {
+    int residue = 0;           ///< centre of the query window
+    std::string queryLetters;  ///< of the window, "?" for none
+    double score = 0.0;
+    double weight = 0.0;                     ///< 1.0 for a match of the winning group
+    std::string databaseLetters;             ///< of the window
+    std::array<MatchNeighbour, 3> residues;  ///< before, at and behind the centre
+    std::string source;                      ///< database protein
 };
 
 /// One row of the order parameter table.
