@@ -2,6 +2,7 @@
 
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// One table of the text format that all tables of the system share: remarks, DATA lines, named
@@ -39,6 +40,12 @@ class GDB {
     /// are there; a VARS line replaces the columns and drops the rows. A file that can't be opened
     /// (a directory is none) and a bad specifier end the process with a message and status 0.
     void loadGDB(const std::string& file);
+
+    /// The same from the text of a table; `name` stands for its file.
+    void loadText(std::string_view text, const std::string& name);
+
+    /// The table as `saveGDB` writes it.
+    std::string tableText() const;
 
     /// Writes the table, truncating `file`; a file that can't be opened is reported and left.
     void saveGDB(const std::string& file);

@@ -47,45 +47,45 @@ class RowLayout {
     std::vector<std::pair<std::string, std::size_t>> columns_;
 };
 
-void writeSequence(orvix::TextWriter& out, const std::string& value) {
+void appendSequence(std::string& text, const std::string& value) {
     const std::string sequence = orvix::simplifyWhiteSpace(value);
     for (std::size_t at = 0; at < sequence.size(); at += sequenceChunk) {
-        out.text() += "DATA SEQUENCE ";
-        out.text().append(sequence, at, sequenceChunk);
-        out.endLine();
+        text += "DATA SEQUENCE ";
+        text.append(sequence, at, sequenceChunk);
+        text += '\n';
     }
 }
 
-void writeHeader(orvix::TextWriter& out, const GDB& table) {
+void appendHeader(std::string& text, const GDB& table) {
     for (const std::string& remark : table.remarks) {
-        out.text() += "REMARK " + remark;
-        out.endLine();
+        text += "REMARK " + remark;
+        text += '\n';
     }
-    out.endLine();
+    text += '\n';
     for (const std::string& line : table.dataLines) {
         const std::size_t blank = std::min(line.find(' '), line.size());
         if (line.compare(0, blank, "SEQUENCE") == 0) {
-            writeSequence(out, line.substr(blank));
+            appendSequence(text, line.substr(blank));
         } else {
-            out.text() += "DATA " + line;
-            out.endLine();
+            text += "DATA " + line;
+            text += '\n';
         }
     }
-    out.endLine();
-    out.text() += "VARS   ";
+    text += '\n';
+    text += "VARS   ";
     for (const auto& [index, name] : table.vars) {
-        out.text() += name + " ";
+        text += name + " ";
     }
-    out.endLine();
-    out.text() += "FORMAT ";
+    text += '\n';
+    text += "FORMAT ";
     for (const auto& [index, spec] : table.formats) {
-        out.text() += spec;
+        text += spec;
     }
-    out.endLine();
-    out.endLine();
+    text += '\n';
+    text += '\n';
 }
 
-void writeRows(orvix::TextWriter& out, const GDB& table) {
+void appendRows(std::string& text, const GDB& table) {
     // Columns are those of index 0 to the count of names, whatever keys a caller has set.
     std::vector<std::pair<std::string, orvix::tables::CellFormat>> columns;
     for (int i = 0; i < static_cast<int>(table.vars.size()); ++i) {
@@ -98,10 +98,75 @@ void writeRows(orvix::TextWriter& out, const GDB& table) {
     for (const auto& [number, row] : table.entries) {
         for (const auto& [name, format] : columns) {
             const auto cell = row.find(name);
-            format.appendCell(out.text(), cell == row.end() ? std::string_view() : cell->second);
+            format.appendCell(text, cell == row.end() ? std::string_view() : cell->second);
         }
-        out.endLine();
+        text += '\n';
     }
+}
+
+/// The lines of a text in memory, cut like those of a file.
+class TextLines {
+  public:
+    explicit TextLines(std::string_view text) : rest_(text) {}
+
+    bool next(std::string_view& line) {
+        if (rest_.empty()) {
+            return false;
+        }
+        const std::size_t end = std::min(rest_.find('\n'), rest_.size());
+        line = rest_.substr(0, end);
+        rest_.remove_prefix(std::min(end + 1, rest_.size()));
+        return true;
+    }
+
+  private:
+    std::string_view rest_;
+};
+
+/// Reads all of `lines` into `table`.
+template <class Lines>
+void readTable(Lines& lines, GDB& table) {
+    int rowNumber = 1;
+    bool formatSeen = false;
+    RowLayout layout;
+    std::string_view line;
+    std::vector<std::string_view> words;
+    while (lines.next(line)) {
+        orvix::splitWords(line, words);
+        if (words.empty()) {
+            continue;
+        }
+        // A row isn't done with yet: it may act as a keyword line too.
+        if (formatSeen && table.varsCount > 0 &&
+            words.size() == static_cast<std::size_t>(table.varsCount)) {
+            const auto row =
+                table.entries.emplace_hint(table.entries.end(), rowNumber, GDB::Entry());
+            layout.fill(row->second, words, table);
+            ++rowNumber;
+        }
+
+        const std::string_view keyword = words[0];
+        const std::string_view behind =
+            line.substr(static_cast<std::size_t>(keyword.data() + keyword.size() - line.data()));
+        if (orvix::equalsFolded(keyword, "REMARK")) {
+            table.remarks.emplace_back(behind.substr(behind.empty() ? 0 : 1));
+        } else if (orvix::equalsFolded(keyword, "DATA")) {
+            table.dataLines.push_back(orvix::joinWords(words, 1));
+        } else if (orvix::equalsFolded(keyword, "VARS")) {
+            table.varsLine = orvix::joinWords(words, 1);
+            table.VARS_str_parser(table.varsLine);
+            layout.reset();
+        } else if (orvix::equalsFolded(keyword, "FORMAT")) {
+            table.formatLine = behind;
+            table.FORMAT_str_parser(table.formatLine);
+            layout.reset();
+            formatSeen = true;
+        }
+    }
+
+    const std::string first = table.getData("FIRST_RESID");
+    table.firstResid = first.empty() ? 1 : orvix::textToInt(first);
+    orvix::appendSequence(table.getData("SEQUENCE"), table.firstResid, table.residList);
 }
 
 }  // namespace
@@ -113,47 +178,22 @@ void GDB::loadGDB(const std::string& file) {
         const std::string message = "Can't open file " + file + " for reading";
         throw orvix::RunEnd(orvix::EndReason::dataDirectory, 0, "\t" + message + "\n", message);
     }
+    readTable(reader, *this);
+}
 
-    int rowNumber = 1;
-    bool formatSeen = false;
-    RowLayout layout;
-    std::string_view line;
-    std::vector<std::string_view> words;
-    while (reader.next(line)) {
-        orvix::splitWords(line, words);
-        if (words.empty()) {
-            continue;
-        }
-        // A row isn't done with yet: it may act as a keyword line too.
-        if (formatSeen && varsCount > 0 && words.size() == static_cast<std::size_t>(varsCount)) {
-            layout.fill(entries.emplace_hint(entries.end(), rowNumber, Entry())->second, words,
-                        *this);
-            ++rowNumber;
-        }
+void GDB::loadText(std::string_view text, const std::string& name) {
+    fileName = name;
+    TextLines lines(text);
+    readTable(lines, *this);
+}
 
-        const std::string_view keyword = words[0];
-        const std::string_view behind =
-            line.substr(static_cast<std::size_t>(keyword.data() + keyword.size() - line.data()));
-        if (orvix::equalsFolded(keyword, "REMARK")) {
-            remarks.emplace_back(behind.substr(behind.empty() ? 0 : 1));
-        } else if (orvix::equalsFolded(keyword, "DATA")) {
-            dataLines.push_back(orvix::joinWords(words, 1));
-        } else if (orvix::equalsFolded(keyword, "VARS")) {
-            varsLine = orvix::joinWords(words, 1);
-            VARS_str_parser(varsLine);
-            layout.reset();
-        } else if (orvix::equalsFolded(keyword, "FORMAT")) {
-            formatLine = behind;
-            FORMAT_str_parser(formatLine);
-            layout.reset();
-            formatSeen = true;
-        }
+std::string GDB::tableText() const {
+    std::string text;
+    if (!plainText) {
+        appendHeader(text, *this);
     }
-    reader.close();
-
-    const std::string first = getData("FIRST_RESID");
-    firstResid = first.empty() ? 1 : orvix::textToInt(first);
-    orvix::appendSequence(getData("SEQUENCE"), firstResid, residList);
+    appendRows(text, *this);
+    return text;
 }
 
 void GDB::saveGDB(const std::string& file) {
@@ -162,8 +202,5 @@ void GDB::saveGDB(const std::string& file) {
         orvix::err() << "\tCan't save file " << file << "\n";
         return;
     }
-    if (!plainText) {
-        writeHeader(out, *this);
-    }
-    writeRows(out, *this);
+    out.text() = tableText();
 }
