@@ -40,7 +40,6 @@ inline void fill(DB& db, int rows, unsigned seed) {
     db.resNames.reset(count + 1);
     db.sources.protein.reset(count + 1);
     db.sources.names.assign(1, std::string());
-    db.planes.reset();
 
     std::mt19937 random(seed);
     std::normal_distribution<double> normal;

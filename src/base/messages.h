@@ -1,12 +1,11 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 namespace orvix {
 
-/// A piece of what a run says: a status text (for the standard output) or a warning (for the
-/// standard error stream), as it stands, with its line feeds.
+/// A line of what a run says, with its line feed: a status (for the standard output) or a warning
+/// (for the standard error stream).
 struct Message {
     enum class Stream { out, err };
     Stream stream = Stream::out;

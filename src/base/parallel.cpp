@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <utility>
 
 // The OpenMP runtime is not instrumented for the thread sanitizer and would drown real races in
 // false ones, so that build shares the same indices out over plain threads.
@@ -23,11 +24,10 @@
 namespace orvix {
 namespace {
 
-std::atomic<int> threadLimit{0};
+thread_local int threadLimit = 0;
 
 int limited(int threads) {
-    const int most = threadLimit.load();
-    return most > 0 ? std::min(threads, most) : threads;
+    return threadLimit > 0 ? std::min(threads, threadLimit) : threads;
 }
 
 void runOnThreads(int threads, const std::function<void(int, int)>& work) {
@@ -41,9 +41,7 @@ void runOnThreads(int threads, const std::function<void(int, int)>& work) {
         thread.join();
     }
 #else
-    omp_set_dynamic(0);
-    omp_set_num_threads(threads);
-#pragma omp parallel
+#pragma omp parallel num_threads(threads)
     work(omp_get_thread_num(), omp_get_num_threads());
 #endif
 }
@@ -85,8 +83,10 @@ int availableThreads() {
     return std::max(1, limited(omp_get_num_procs()));
 }
 
-void limitThreads(int most) {
-    threadLimit = most;
+ScopedThreadLimit::ScopedThreadLimit(int most) : before_(std::exchange(threadLimit, most)) {}
+
+ScopedThreadLimit::~ScopedThreadLimit() {
+    threadLimit = before_;
 }
 
 }  // namespace orvix

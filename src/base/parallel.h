@@ -13,11 +13,21 @@ void parallelFor(int count, int threads, const std::function<void(int)>& body);
 /// The same, but each thread takes the next index that nobody has begun: for work of uneven size.
 void parallelForDynamic(int count, int threads, const std::function<void(int)>& body);
 
-/// Number of processors that this process may use, or the limit if that is less; at least 1.
+/// Number of processors that this process may use, or the limit of the calling thread if that is
+/// less; at least 1.
 int availableThreads();
 
-/// No loop begun from now on runs on more than `most` threads, whatever its caller asks for; 0 for
-/// no limit. Results are the same.
-void limitThreads(int most);
+/// No loop that the calling thread begins runs on more than `most` threads as long as this lives,
+/// whatever its caller asks for; 0 for no limit. Results are the same.
+class ScopedThreadLimit {
+  public:
+    explicit ScopedThreadLimit(int most);
+    ~ScopedThreadLimit();
+    ScopedThreadLimit(const ScopedThreadLimit&) = delete;
+    ScopedThreadLimit& operator=(const ScopedThreadLimit&) = delete;
+
+  private:
+    int before_;
+};
 
 }  // namespace orvix

@@ -7,7 +7,7 @@
 namespace orvix {
 namespace {
 
-int incomplete = 0;
+thread_local int incomplete = 0;
 
 }  // namespace
 

@@ -9,7 +9,7 @@ namespace orvix {
 /// warnings and counts it.
 void finishFile(std::FILE* file, const std::string& name);
 
-/// How many files `finishFile` found incomplete.
+/// How many files `finishFile` found incomplete on the calling thread.
 int incompleteFiles();
 
 }  // namespace orvix

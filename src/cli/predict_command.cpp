@@ -156,7 +156,7 @@ void writeFile(const std::string& path, const std::string& text) {
 std::string runPrediction(LibraryStage& stage, const PredictOptions& options, const RunInput& input,
                           const std::string& data, const results::OutputDirectory& output) {
     const std::map<std::string, std::string> settings = settingsOf(options, input, data, output);
-    limitThreads(options.threads);
+    const ScopedThreadLimit limit(options.threads);
 
     const auto run = std::make_unique<ORVIX>();
     run->pathSep = "/";

@@ -1,68 +1,20 @@
 #include <algorithm>
 #include <array>
-#include <cstdio>
-#include <functional>
-#include <memory>
 #include <ostream>
+#include <utility>
 
-#include "base/angles.h"
-#include "base/numbers.h"
 #include "base/phi_psi_grid.h"
-#include "base/process.h"
 #include "base/streams.h"
+#include "model/model.h"
 #include "networks/network_input.h"
 #include "networks/phi_psi_input.h"
-#include "networks/phi_psi_table.h"
 #include "networks/surfann.h"
 #include "run/orvix.h"
+#include "run/prediction.h"
 
 namespace {
 
-constexpr std::size_t boxCount = 324;
-constexpr int obsRowLimit = 24000;
-
-/// Loads the observed triplets into the arrays that the averaging scans.
-void loadObservedTriplets(ORVIX& run) {
-    run.obsCSTable.loadGDB(run.tablePath("orvix_obsCS.tab"));
-    if (run.obsShift == nullptr) {
-        run.obsShift = new double*[obsRowLimit];
-        run.obsShift[0] = new double[static_cast<std::size_t>(obsRowLimit) * 18]();
-        run.obsResName = new std::string*[obsRowLimit];
-        run.obsResName[0] = new std::string[static_cast<std::size_t>(obsRowLimit) * 4];
-        for (int i = 1; i < obsRowLimit; ++i) {
-            run.obsShift[i] = run.obsShift[0] + static_cast<std::ptrdiff_t>(i) * 18;
-            run.obsResName[i] = run.obsResName[0] + static_cast<std::ptrdiff_t>(i) * 4;
-        }
-    }
-    std::array<std::string, 18> columns;
-    std::array<std::string, 4> names;
-    for (int k = 1; k <= 3; ++k) {
-        const std::string suffix = "_R" + std::to_string(k);
-        names[static_cast<std::size_t>(k)] = "RESNAME" + suffix;
-        for (const auto& [key, atom] : run.atomNames) {
-            columns[static_cast<std::size_t>((k - 1) * 6 + key - 1)] = atom + suffix;
-        }
-    }
-    const auto cell = [](const std::map<std::string, std::string>& row, const std::string& name) {
-        static const std::string none;
-        const auto found = row.find(name);
-        return std::cref(found == row.end() ? none : found->second);
-    };
-    for (const auto& [number, row] : run.obsCSTable.entries) {
-        if (number < 1 || number >= obsRowLimit) {
-            continue;
-        }
-        const bool excluded = !run.exclList.empty() &&
-                              run.exclList.find(cell(row, "SOURCE").get()) != std::string::npos;
-        for (std::size_t j = 0; j < columns.size(); ++j) {
-            run.obsShift[number][j] =
-                excluded ? 99.0 : orvix::textToDouble(cell(row, columns[j]).get());
-        }
-        for (std::size_t k = 1; k <= 3; ++k) {
-            run.obsResName[number][k] = cell(row, names[k]).get();
-        }
-    }
-}
+constexpr std::size_t boxes = orvix::boxCount;
 
 /// Fills `annInput` for the residues in range.
 void prepareNetworkInput(ORVIX& run) {
@@ -114,7 +66,7 @@ WindowCount missingInWindow(const ORVIX& run, int residue) {
 /// The map that counts for a residue: the standard network where the window has its shifts, the
 /// hybrid network where it lacks some or the range ends close by, zeros otherwise.
 const std::vector<double>& chooseMap(const ORVIX& run, int residue, const WindowCount& missing) {
-    static const std::vector<double> zeros(boxCount, 0.0);
+    static const std::vector<double> zeros(boxes, 0.0);
     static const std::vector<double> none;
     const auto mapOf =
         [residue](const std::map<int, std::vector<double>>& maps) -> const std::vector<double>& {
@@ -139,10 +91,59 @@ const std::vector<double>& chooseMap(const ORVIX& run, int residue, const Window
     return missing.total <= 24 ? mapOf(run.mapHybrid) : zeros;
 }
 
+/// The map weighted by the density of the plane; what is negative counts as 0.
+std::vector<double> weightedMap(const std::vector<double>& raw,
+                                const std::array<double, boxes>& prior) {
+    std::vector<double> map(boxes);
+    for (std::size_t k = 0; k < boxes; ++k) {
+        const double q = raw[k] * prior[k];
+        map[k] = q < 0.0 ? 0.0 : q;
+    }
+    return map;
+}
+
+/// Value of the first cluster's seed over those of all seeds; 0 without clusters.
+double shareOfFirst(const std::vector<double>& map, const ClusterData& found) {
+    const auto seed = [&](int c) {
+        return map[static_cast<std::size_t>(found.clusterMember[c][1])];
+    };
+    double seeds = 0.0;
+    for (int c = 1; c <= found.clusterCount; ++c) {
+        seeds += seed(c);
+    }
+    return found.clusterCount > 0 && seeds != 0.0 ? seed(1) / seeds : 0.0;
+}
+
+std::vector<orvix::summaries::MapCluster> clusterList(const ClusterData& found) {
+    std::vector<orvix::summaries::MapCluster> clusters;
+    for (int c = 1; c <= found.clusterCount; ++c) {
+        const int* const members = found.clusterMember[c];
+        clusters.push_back(
+            {{members + 1, members + 1 + found.clusterSize[c]}, found.clusterSum[c]});
+    }
+    return clusters;
+}
+
+/// Map, clusters and table row of a residue.
+void storeMap(ORVIX& run, int residue, const WindowCount& missing, std::vector<double> map) {
+    ClusterData& found = run.clusters[residue];
+    orvix::summaries::MapRow& row = run.mapRows[residue];
+    row.residue = residue;
+    row.name = run.residueLabel(residue);
+    row.windowShifts = 30 - missing.total;
+    row.residueShifts = 6 - run.missingAt(residue);
+    row.clusterCount = run.getClusterInfo(map, found);
+    row.firstShare = shareOfFirst(map, found);
+    row.values = map;
+    row.clusters = clusterList(found);
+    run.annConfidence[residue] = row.firstShare;
+    run.annPhiPsi[residue] = std::move(map);
+}
+
 }  // namespace
 
 void ORVIX::runABP_Prediction() {
-    loadObservedTriplets(*this);
+    takeTriplets(model->observedTriplets(tablePath("orvix_obsCS.tab"), exclList));
     orvix::out() << "Preparing inputs for ANN prediction ..." << std::endl;
     prepareNetworkInput(*this);
     orvix::out() << (noProton ? "ANN prediction using 13C/15N parameters only ..."
@@ -150,48 +151,16 @@ void ORVIX::runABP_Prediction() {
                  << std::endl;
     runSurfaceNetworks(*this);
 
-    const std::string file = outBase + "ABP.tab";
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> out(std::fopen(file.c_str(), "w"),
-                                                              &std::fclose);
-    if (out == nullptr) {
-        orvix::err() << "\tCan't open file write file " << file << " !!!\n";
+    if (!openTable(orvix::ResultTable::maps)) {
         return;
     }
-    std::string text = orvix::networks::phiPsiTableHeader(inTitle);
-    const std::array<double, boxCount> prior = orvix::phiPsiPrior();
-    auto found = std::make_unique<ClusterData>();
+    const std::array<double, boxes> prior = orvix::phiPsiPrior();
     for (const auto& [residue, standard] : mapStandard) {
         const WindowCount missing = missingInWindow(*this, residue);
         const std::vector<double>& raw = chooseMap(*this, residue, missing);
-        if (raw.size() != boxCount) {
-            continue;
+        if (raw.size() == boxes) {
+            storeMap(*this, residue, missing, weightedMap(raw, prior));
         }
-        std::vector<double> map(boxCount);
-        for (std::size_t k = 0; k < boxCount; ++k) {
-            const double q = raw[k] * prior[k];
-            map[k] = q < 0.0 ? 0.0 : q;
-        }
-        const int clusterCount = getClusterInfo(map, *found);
-        clusters[residue] = *found;
-        double seeds = 0.0;
-        for (int c = 1; c <= clusterCount; ++c) {
-            seeds += map[static_cast<std::size_t>(found->clusterMember[c][1])];
-        }
-        double share = 0.0;
-        if (clusterCount > 0 && seeds != 0.0) {
-            share = map[static_cast<std::size_t>(found->clusterMember[1][1])] / seeds;
-        }
-        annConfidence[residue] = share;
-        orvix::networks::PhiPsiTableRow row;
-        row.residue = residue;
-        row.name = residueLabel(residue);
-        row.windowShifts = 30 - missing.total;
-        row.residueShifts = 6 - missingAt(residue);
-        row.clusterCount = clusterCount;
-        row.firstShare = share;
-        orvix::networks::appendPhiPsiRow(text, row, map);
-        annPhiPsi[residue] = std::move(map);
     }
-    std::fwrite(text.data(), 1, text.size(), out.get());
-    orvix::finishFile(out.get(), file);
+    writeTable(orvix::ResultTable::maps);
 }

@@ -2,11 +2,10 @@
 
 #include <cstdio>
 
+#include "base/phi_psi_grid.h"
+
 namespace orvix::networks {
 namespace {
-
-constexpr int binCount = 18;
-constexpr int boxCount = binCount * binCount;
 
 void appendNumber(std::string& text, const char* format, int value) {
     char buffer[32];
@@ -17,9 +16,7 @@ void appendNumber(std::string& text, const char* format, int value) {
     text += buffer;
 }
 
-}  // namespace
-
-std::string phiPsiTableHeader(const std::string& title) {
+std::string header(const std::string& title) {
     std::string text = "REMARK  Neural network predicted 2D Phi/Psi distribution map for " + title +
                        "\n\n"
                        "REMARK  Ramachandran map is grouped into 18x18 Phi/Psi boxes\n"
@@ -27,14 +24,14 @@ std::string phiPsiTableHeader(const std::string& title) {
                        "\n"
                        "REMARK  Phi/Psi box index matrix\n"
                        "REMARK    PHI:       ";
-    for (int phi = 0; phi < binCount; ++phi) {
+    for (int phi = 0; phi < angleBins; ++phi) {
         appendNumber(text, "%4d ", -180 + 20 * phi);
     }
     text += "\nREMARK --------------------------------------------------------------------\n";
-    for (int psi = binCount - 1; psi >= 0; --psi) {
+    for (int psi = angleBins - 1; psi >= 0; --psi) {
         appendNumber(text, "REMARK    PSI=%5d: ", -180 + 20 * psi);
-        for (int phi = 0; phi < binCount; ++phi) {
-            appendNumber(text, "%4d ", phi * binCount + psi);
+        for (int phi = 0; phi < angleBins; ++phi) {
+            appendNumber(text, "%4d ", phi * angleBins + psi);
         }
         text += '\n';
     }
@@ -50,17 +47,27 @@ std::string phiPsiTableHeader(const std::string& title) {
     return text;
 }
 
-void appendPhiPsiRow(std::string& text, const PhiPsiTableRow& row, std::span<const double> map) {
+void appendRow(std::string& text, const summaries::MapRow& row) {
     char buffer[400];
     std::snprintf(buffer, sizeof buffer, " %4d %1s %2d %2d  %2d %5.3f   ", row.residue,
                   row.name.c_str(), row.windowShifts, row.residueShifts, row.clusterCount,
                   row.firstShare);
     text += buffer;
-    for (double q : map) {
+    for (double q : row.values) {
         std::snprintf(buffer, sizeof buffer, "%5.3f ", q);
         text += buffer;
     }
     text += '\n';
+}
+
+}  // namespace
+
+std::string phiPsiTable(const std::string& title, const std::map<int, summaries::MapRow>& rows) {
+    std::string text = header(title);
+    for (const auto& [residue, row] : rows) {
+        appendRow(text, row);
+    }
+    return text;
 }
 
 }  // namespace orvix::networks

@@ -1,16 +1,12 @@
 #include <algorithm>
-#include <cstdio>
-#include <memory>
-#include <ostream>
+#include <utility>
 
-#include "base/process.h"
-#include "base/streams.h"
 #include "networks/ann.h"
 #include "networks/network_input.h"
 #include "networks/secondary_structure.h"
 #include "networks/ssann.h"
-#include "run/citation.h"
 #include "run/orvix.h"
+#include "run/prediction.h"
 
 namespace {
 
@@ -81,20 +77,43 @@ bool isChainEnd(const ORVIX& run, int residue) {
            residue == run.seqFirstResid + run.seqLength - 1;
 }
 
-std::string tableHeader(const ORVIX& run) {
-    std::string text = "REMARK Secondary Structure Prediction for Chemical Shift Input " +
-                       run.inTitle +
-                       "\n \n"
-                       "REMARK     H-Helix    E-Strand   L-Coil (Chemical shift based)\n"
-                       "REMARK     h-Helix    e-Strand   c-Coil (Sequence based)\n"
-                       " \n"
-                       "REMARK Reference:\n";
-    for (std::string_view line : orvix::citation) {
-        text += "REMARK ";
-        text.append(line) += '\n';
+/// What the table says of a residue: the class by shifts, or by sequence where they are silent.
+orvix::summaries::StructureRow structureRow(const ORVIX& run, int residue,
+                                            const ClassValues& shiftValues) {
+    const bool decidedByShifts = std::max({shiftValues[0], shiftValues[1], shiftValues[2]}) != 0.0;
+    const bool end = isChainEnd(run, residue);
+    orvix::networks::ClassCall call;
+    ClassValues shown = shiftValues;
+    if (decidedByShifts) {
+        call = orvix::networks::callClass(shiftValues, "HEL");
+        if (end) {
+            call.letter = "L";
+            call.confidence = 0.0;
+        }
+    } else {
+        call = orvix::networks::callClass(valuesAt(run.seqSSResult, residue), "hec");
     }
-    text += " \nDATA FIRST_RESID " + std::to_string(run.inTable.firstResid) + "\n \n";
-    return text;
+    if (call.letter == "h" || call.letter == "e" || call.letter == "c") {
+        shown = valuesAt(run.seqSSResult, residue);
+    } else if (end) {
+        shown.assign(3, 0.3333);
+    }
+    orvix::summaries::StructureRow row;
+    row.residue = residue;
+    row.name = run.residueLabel(residue);
+    row.shiftCount =
+        18 - run.missingAt(residue - 1) - run.missingAt(residue) - run.missingAt(residue + 1);
+    row.ownShiftCount = 6 - run.missingAt(residue);
+    row.helix = shown[0];
+    row.strand = shown[1];
+    row.coil = shown[2];
+    row.confidence = orvix::networks::shownConfidence(call.confidence);
+    row.letter = call.letter;
+    row.chainEnd = decidedByShifts && end;
+    row.state = run.seqName(residue);
+    const auto original = run.seqOrig.find(residue);
+    row.listed = original != run.seqOrig.end() && !original->second.empty();
+    return row;
 }
 
 }  // namespace
@@ -127,64 +146,8 @@ void ORVIX::runSS_Prediction() {
     sequenceNetwork.runANN(sequenceInput);
     seqSSResult = std::move(sequenceNetwork.level2Output);
 
-    const std::string file = outBase + "SS.tab";
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> out(std::fopen(file.c_str(), "w"),
-                                                              &std::fclose);
-    if (out == nullptr) {
-        orvix::err() << "\tCan't open write file " << file << " !!!\n";
-        return;
-    }
-    orvix::networks::ClassBlocks blocks("");
-    std::string rows;
     for (const auto& [residue, shiftValues] : ssShiftResult) {
-        const bool decidedByShifts =
-            std::max({shiftValues[0], shiftValues[1], shiftValues[2]}) != 0.0;
-        const bool end = isChainEnd(*this, residue);
-        orvix::networks::ClassCall call;
-        ClassValues shown = shiftValues;
-        if (decidedByShifts) {
-            call = orvix::networks::callClass(shiftValues, "HEL");
-            if (end) {
-                call.letter = "L";
-                call.confidence = 0.0;
-            }
-        } else {
-            call = orvix::networks::callClass(valuesAt(seqSSResult, residue), "hec");
-        }
-        call.confidence = orvix::networks::shownConfidence(call.confidence);
-        if (call.letter == "h" || call.letter == "e" || call.letter == "c") {
-            shown = seqSSResult[residue];
-        } else if (end) {
-            shown.assign(3, 0.3333);
-        }
-        const std::string letter = seqName(residue);
-        blocks.add(letter, call.letter, call.confidence);
-
-        const auto original = seqOrig.find(residue);
-        if (original == seqOrig.end() || original->second.empty()) {
-            continue;
-        }
-        orvix::summaries::StructureRow& row = structureRows[residue];
-        row.residue = residue;
-        row.name = residueLabel(residue);
-        row.shiftCount = 18 - missingAt(residue - 1) - missingAt(residue) - missingAt(residue + 1);
-        row.ownShiftCount = 6 - missingAt(residue);
-        row.helix = shown[0];
-        row.strand = shown[1];
-        row.coil = shown[2];
-        row.confidence = call.confidence;
-        row.letter = call.letter;
-        row.chainEnd = decidedByShifts && end;
-        char line[200];
-        std::snprintf(line, sizeof line, " %4d %1s %2d %2d %8.3f %8.3f %8.3f %4.2f %s\n", residue,
-                      row.name.c_str(), row.shiftCount, row.ownShiftCount, row.helix, row.strand,
-                      row.coil, row.confidence, row.letter.c_str());
-        rows += line;
+        structureRows[residue] = structureRow(*this, residue, shiftValues);
     }
-    const std::string text = tableHeader(*this) + blocks.finish() +
-                             "VARS RESID RESNAME CS_CNT CS_CNT_R2 Q_H Q_E Q_L CONFIDENCE SS_CLASS\n"
-                             "FORMAT %4d %1s %2d %2d %8.3f %8.3f %8.3f %4.2f %s\n\n" +
-                             rows;
-    std::fwrite(text.data(), 1, text.size(), out.get());
-    orvix::finishFile(out.get(), file);
+    writeTable(orvix::ResultTable::structure);
 }

@@ -2,11 +2,18 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "base/angles.h"
+#include "base/missing.h"
+#include "base/run_end.h"
 #include "base/statistics.h"
+#include "base/text_writer.h"
+#include "model/model.h"
 #include "networks/chi1ann.h"
+#include "search/database.h"
 #include "search/db.h"
+#include "shifts/observed_triplets.h"
 #include "structure/pdb.h"
 
 namespace {
@@ -41,8 +48,15 @@ Places placesFromEnvironment() {
 
 }  // namespace
 
-ORVIX::ORVIX()
-    : argNames{"orvixDir",    "orvixNDir",    "orvixnDir", "shiftDir", "pdbDir",   "tabDir",
+ORVIX::ORVIX() : ORVIX(std::make_shared<const orvix::Model>()) {
+    const Places places = placesFromEnvironment();
+    orvixDir = places.directory;
+    pathSep = places.separator;
+}
+
+ORVIX::ORVIX(std::shared_ptr<const orvix::Model> shared)
+    : model(std::move(shared)),
+      argNames{"orvixDir",    "orvixNDir",    "orvixnDir", "shiftDir", "pdbDir",   "tabDir",
                "predDir",     "in",           "inTitle",   "star",     "bmrb",     "auto",
                "noauto",      "graph",        "nograph",   "ref",      "refTitle", "pdb",
                "sum",         "all",          "out",       "homo",     "iso",      "noiso",
@@ -54,9 +68,8 @@ ORVIX::ORVIX()
                "blast_check", "seqSS",        "help",      "alignLen", "len",      "np",
                "OxiCysCheck", "noOxiCysCheck"},
       atomNames{{1, "N"}, {2, "HA"}, {3, "C"}, {4, "CA"}, {5, "CB"}, {6, "HN"}} {
-    const Places places = placesFromEnvironment();
-    orvixDir = places.directory;
-    pathSep = places.separator;
+    orvixDir = ".";
+    pathSep = "/";
     for (char letter : std::string("CDEFHIKLMNQRSTVWY")) {
         chi1Nets[std::string(1, letter)] = nullptr;
     }
@@ -64,22 +77,39 @@ ORVIX::ORVIX()
 
 ORVIX::~ORVIX() {
     delete refPDB;
-    delete db;
+    takeDatabase(nullptr);
     for (auto& [letter, network] : chi1Nets) {
         delete network;
     }
-    // Both matrices are one block with a table of row pointers into it.
-    if (shiftMatrix != nullptr) {
-        delete[] shiftMatrix[0];
-        delete[] shiftMatrix;
+}
+
+void ORVIX::takeDatabase(std::shared_ptr<const orvix::search::Database> shared) {
+    if (database == nullptr || db != &database->rows()) {
+        delete db;
     }
-    if (obsShift != nullptr) {
-        delete[] obsShift[0];
-        delete[] obsShift;
-    }
-    if (obsResName != nullptr) {
-        delete[] obsResName[0];
-        delete[] obsResName;
+    database = std::move(shared);
+    db = database == nullptr ? nullptr : &database->rows();
+}
+
+void ORVIX::takeTriplets(std::shared_ptr<const orvix::shifts::ObservedTriplets> shared) {
+    triplets = std::move(shared);
+    obsShift = triplets->shiftFace();
+    obsResName = triplets->nameFace();
+}
+
+GDB& ORVIX::observedTable() {
+    obsCSTable = *model->table(tablePath("orvix_obsCS.tab"));
+    return obsCSTable;
+}
+
+void ORVIX::provideShiftMatrix(std::size_t rows) {
+    shiftRows_ = orvix::RowMatrix<double>(rows, 6, orvix::missingValue);
+    shiftMatrix = shiftRows_.face();
+}
+
+void ORVIX::checkpoint() const {
+    if (stop.stop_requested()) {
+        throw orvix::RunError("the run was stopped");
     }
 }
 
@@ -119,6 +149,10 @@ std::string ORVIX::residueLabel(int res) const {
 int ORVIX::missingAt(int res) const {
     const auto found = missingCount.find(res);
     return found == missingCount.end() ? 0 : found->second;
+}
+
+bool ORVIX::hasReference() const {
+    return !refFile.empty() && refPDB != nullptr && !refPDB->isNull();
 }
 
 std::string ORVIX::tablePath(const std::string& name) const {

@@ -2,9 +2,11 @@
 
 #include <map>
 #include <memory>
+#include <stop_token>
 #include <string>
 #include <vector>
 
+#include "base/row_matrix.h"
 #include "search/clusterdata.h"
 #include "shifts/shift_findings.h"
 #include "summaries/result_rows.h"
@@ -14,33 +16,75 @@ class CHI1ANN;
 class DB;
 class PDB;
 
+namespace orvix {
+class Model;
+class TextWriter;
+struct Settings;
+struct ShiftInput;
+enum class ResultTable : int;
+}  // namespace orvix
 namespace orvix::search {
+class Database;
+struct SearchInput;
 struct TripletResult;
 }  // namespace orvix::search
+namespace orvix::shifts {
+class ObservedTriplets;
+}  // namespace orvix::shifts
 
-/// One run of the system: all settings, tables and results. The stages are member functions; each
-/// takes what it needs from the members that the stages before it filled and leaves its results in
-/// members for those after it, so the blocks below, read from top to bottom, are the data flow.
+/// One run of the system: settings, input and results of one protein. What the data directory holds
+/// is in the model that the run shares with others.
+///
+/// The stages are member functions; each takes what it needs from the members that the stages
+/// before it filled and leaves its results in members for those after it, so the blocks below, read
+/// from top to bottom, are the data flow. Each block names who writes it and who reads it.
 ///
 /// Residues are addressed by residue number in the numbering of the input table. Shifts are in ppm,
 /// angles in degrees; 9999.0 marks a missing shift or angle, and 999.0 or more counts as missing.
 /// The six backbone atoms have the keys 1..6 of `atomNames` wherever an array is indexed by atom.
 class ORVIX {
   public:
+    /// A run on a model of its own; data directory and separator come from the environment.
     ORVIX();
+    /// A run on a shared model; looks at no environment.
+    explicit ORVIX(std::shared_ptr<const orvix::Model> shared);
     ~ORVIX();
     ORVIX(const ORVIX&) = delete;
     ORVIX& operator=(const ORVIX&) = delete;
 
-    // ---- front: banner, usage text, settings --------------------------------------------------
+    /// The whole prediction run, stage by stage.
+    void orvixPredict();
+
+    // ---- how the run is carried out; set by its caller, read by every stage -------------------
+
+    std::shared_ptr<const orvix::Model> model;  ///< never null
+    std::stop_token stop;                       ///< asks the run to end at its next checkpoint
+    bool tablesToFiles = true;  ///< whether each stage writes its table; else records alone
+    /// Throws RunEnd when a stop was asked for. The stages call it between residues.
+    void checkpoint() const;
+    /// Path of a result table.
+    std::string resultPath(orvix::ResultTable table) const;
+    /// Opens the file of a result table, if there is to be one; false, with a warning, when it
+    /// can't be opened.
+    bool openTable(orvix::ResultTable table);
+    /// Writes a result table to its file, which is opened if it isn't yet.
+    void writeTable(orvix::ResultTable table);
+
+    char numBuf[32] = {};  ///< scratch text for number conversions; no stage needs it any more
+
+    // ---- settings; written by setArgs, read by every stage ------------------------------------
 
     /// Writes the banner to the standard error stream.
     void printInfo();
-    /// Writes the usage text to the standard error stream and ends the process with status -1.
+    /// Ends the run with status -1 and the usage text.
     [[noreturn]] void printSyntax();
     /// Settles all settings and file names from option name -> value; an option counts as given
     /// when its value is not empty. Loads the reference structure. Called once.
     void setArgs(std::map<std::string, std::string> args);
+    /// The same from values, without the reference structure.
+    void takeSettings(const orvix::Settings& settings);
+    /// The settings as values.
+    orvix::Settings settings() const;
     /// Option names that the program accepts without a warning.
     std::vector<std::string> argNames;
 
@@ -69,12 +113,12 @@ class ORVIX {
     int count = 10;              ///< matches that a residue needs to count as served
     int candidateMax = 25;       ///< matches kept by residue
     int firstResid = -999999;    ///< range to work on, narrowed by getResInfo
-    int lastResid = 999999;      ///< "
+    int lastResid = 999999;      ///< the end of that range
     bool clip = true;            ///< clip the shifts of triplet records
     bool isoCorrect = false;     ///< deuterium isotope correction
     std::string isoAdjFile;      ///< its table
     std::string blastCheckFile;  ///< profile of the sequence-only mode
-    int alignLen = 7;            ///< window length of the database search, 3..7
+    int alignLen = 7;            ///< window length of the database search, 1..8
     bool checkOnly = false;      ///< stop after the shift checks
     bool offsetCorrect = false;  ///< apply estimated referencing offsets
     bool noVerb = true;          ///< no detail lines of the search
@@ -83,58 +127,29 @@ class ORVIX {
     bool searchPhase = false;    ///< set when the database search begins
     bool noOxiCysCheck = false;  ///< keep the cysteine states as given
 
-    char numBuf[32] = {};  ///< scratch text for number conversions
+    std::map<int, std::string> atomNames;  ///< 1 N, 2 HA, 3 C, 4 CA, 5 CB, 6 HN; never changes
 
-    // ---- tables, filled by init ---------------------------------------------------------------
+    // ---- tables; written by init, read by the shift stages and the network stages -------------
 
-    /// The whole prediction run, stage by stage.
-    void orvixPredict();
+    /// Takes an input that was read already; `init` then reads none.
+    void takeInput(orvix::ShiftInput input);
     /// Loads the input table and all reference tables and derives the members of this block.
     void init();
 
-    GDB inTable;     ///< the input shift table
-    GDB adjCSTable;  ///< the working table of secondary shifts (getResInfo)
-    GDB obsCSTable;  ///< observed triplets (runABP_Prediction)
-
-    DB* db = nullptr;                   ///< owned; the database of known proteins
-    int dbProteinCount = 0;             ///< protein blocks of `db`, with the empty block 0
-    std::map<int, int> dbProteinFirst;  ///< block -> first database index
-    std::map<int, int> dbProteinLast;   ///< block -> last database index
+    GDB inTable;              ///< the input shift table
+    bool inputTaken = false;  ///< `inTable` came by takeInput
     GDB weightTable, homologyTable, randCoilTable, rcAdjTable, rcPrevTable, rcNextTable;
     GDB ssLimitTable, isoAdjTable;
     std::map<std::string, std::map<std::string, double>> isoAdj;  ///< residue -> CA, CB -> ppm
-
-    int firstCSResid = 0;                ///< range of residues with shift rows (getResInfo)
-    int lastCSResid = 0;                 ///< "
-    int seqFirstResid = 0;               ///< number of the first sequence letter
-    std::map<int, std::string> seq;      ///< residue -> letter, cysteine state applied
-    std::map<int, std::string> seqOrig;  ///< residue -> letter as read
-    std::map<int, char> seqChar;         ///< residue in range -> letter
-    /// Rows of six secondary shifts by residue - firstResid; column = atom key - 1. Owned.
-    double** shiftMatrix = nullptr;
-    int shiftMatrixRows = 0;               ///< rows of `shiftMatrix`
-    std::map<int, std::string> atomNames;  ///< 1 N, 2 HA, 3 C, 4 CA, 5 CB, 6 HN
-
     double atomPosWeight[19] = {};  ///< [(position - 1) * 6 + atom key], position 1..3
     double atomWeight[7] = {};      ///< [atom key]
     double posWeight[4] = {};       ///< [position 1..3]
     std::map<std::string, std::map<std::string, double>> homology;  ///< residue -> residue -> value
-    /// Shifts of the rows of `obsCSTable`, by row number 1..23999: 18 values at
-    /// (position - 1) * 6 + atom key - 1; and their residue names at index 1..3. Owned.
-    double** obsShift = nullptr;
-    std::string** obsResName = nullptr;
-    std::map<int, std::map<int, double>> resWeight;  ///< search map: residue -> box -> value
-    std::map<char, std::map<char, double>> blosum;   ///< BLOSUM62 score by letters
-    std::string blosumLetters1, blosumLetters2;      ///< the two letter orders
+    std::map<char, std::map<char, double>> blosum;                  ///< BLOSUM62 score by letters
+    std::string blosumLetters1, blosumLetters2;                     ///< the two letter orders
     std::map<std::string, std::vector<double>> blosumScaled;  ///< 20 scores * 0.1, letters1 order
     std::map<std::string, std::vector<double>> blosumRaw;     ///< 20 scores, letters2 order
-    std::map<int, int> missingCount;  ///< residue -> shifts missing of the six
-    int seqLength = 0;                ///< number of sequence letters
-    std::map<int, std::map<std::string, double>> secShift;  ///< residue -> atom -> reference shift
-    std::map<std::string, double> shiftOffset;  ///< atom -> estimated referencing offset
-    std::map<int, ClusterData> clusters;        ///< residue -> clusters of its map
-    std::map<int, double> annConfidence;        ///< residue -> share of the first cluster
-    std::map<std::string, CHI1ANN*> chi1Nets;   ///< letter -> chi1 network; owned
+    std::map<std::string, CHI1ANN*> chi1Nets;  ///< letter -> chi1 network; owned; searchDB2
 
     /// Cell `col` of row `row` of `weightTable`; 9999.0 without that row.
     double getWeight(const std::string& row, const std::string& col);
@@ -145,11 +160,11 @@ class ORVIX {
     double getPrevRCadj(const std::string& res, const std::string& atom);
     double getNextRCadj(const std::string& res, const std::string& atom);
 
-    // ---- shift preparation --------------------------------------------------------------------
+    // ---- shift preparation; written by getResInfo, read by all stages behind it ---------------
 
     /// Sequence, ranges, secondary shifts, shift checks; writes the table of secondary shifts.
-    /// Ends the process with status -1 with `checkOnly` set, and for a table without sequence,
-    /// columns or rows.
+    /// Ends the run with status -1 with `checkOnly` set, and for a table without sequence, columns
+    /// or rows.
     void getResInfo();
     /// The same without the table and without the end by `checkOnly`.
     void prepareShifts();
@@ -157,8 +172,6 @@ class ORVIX {
     double clipSShift(int res, double shift, const std::string& atom);
     /// Reports outliers and estimates referencing offsets into `shiftOffset`.
     void checkCS();
-    orvix::shifts::ShiftFindings
-        shiftFindings;  ///< what checkCS and the look at the sequence reported
     /// Fits y = a x + b; `sd` is the standard error of the residuals. Without effect when x and y
     /// differ in length.
     int LinearLeastSquareFitting(std::vector<double>& x, std::vector<double>& y, double& a,
@@ -168,24 +181,55 @@ class ORVIX {
     /// Whether a triplet record has enough shifts and lies in range.
     bool testTriplet(std::map<std::string, std::string> triplet);
 
-    // ---- phi/psi maps -------------------------------------------------------------------------
+    int firstCSResid = 0;                ///< range of residues with shift rows
+    int lastCSResid = 0;                 ///< the end of that range
+    int seqFirstResid = 0;               ///< number of the first sequence letter
+    int seqLength = 0;                   ///< number of sequence letters
+    std::map<int, std::string> seq;      ///< residue -> letter, cysteine state applied
+    std::map<int, std::string> seqOrig;  ///< residue -> letter as read
+    std::map<int, char> seqChar;         ///< residue in range -> letter
+    GDB adjCSTable;                      ///< the working table of secondary shifts
+    /// Makes `shiftMatrix` anew, all shifts missing.
+    void provideShiftMatrix(std::size_t rows);
+    /// Rows of six secondary shifts by residue - firstResid; column = atom key - 1. A face of
+    /// memory that the run owns.
+    double** shiftMatrix = nullptr;
+    std::map<int, int> missingCount;  ///< residue -> shifts missing of the six
+    std::map<int, std::map<std::string, double>> secShift;  ///< residue -> atom -> reference shift
+    std::map<std::string, double> shiftOffset;   ///< atom -> estimated referencing offset
+    orvix::shifts::ShiftFindings shiftFindings;  ///< what the checks reported
+
+    // ---- phi/psi maps; written by runABP_Prediction -------------------------------------------
 
     /// Network input, surface networks, maps, clusters; writes the map table.
     void runABP_Prediction();
     /// Fills `avg` with a shift by atom, averaged over the observed triplets nearest to residue
     /// `res`; false if that can't be done for this residue.
     bool calcAverageCS_orig(int res, std::map<std::string, double>& avg);
-    /// The same against windows of the database.
-    bool calcAverageCS(int res, std::map<std::string, double>& avg, DB* database);
+    /// The same against windows of a database.
+    bool calcAverageCS(int res, std::map<std::string, double>& avg, DB* known);
     /// Clusters of a box map; returns their number.
     int getClusterInfo(std::vector<double>& map, ClusterData& out);
+    /// Takes the triplets that calcAverageCS_orig looks at.
+    void takeTriplets(std::shared_ptr<const orvix::shifts::ObservedTriplets> shared);
+    /// Loads `obsCSTable`; no stage needs it.
+    GDB& observedTable();
 
-    std::map<int, std::vector<double>> annInput;     ///< residue -> 32 values, shifts first
+    std::shared_ptr<const orvix::shifts::ObservedTriplets> triplets;  ///< of the model
+    GDB obsCSTable;  ///< observed triplets as a table, empty until observedTable() is called
+    /// Views of `triplets` by row number 1..23999: 18 shifts at (position - 1) * 6 + atom key - 1,
+    /// and residue names at index 1..3.
+    double** obsShift = nullptr;
+    std::string** obsResName = nullptr;
+    std::map<int, std::vector<double>> annInput;     ///< residue -> 32 values, shifts first; SS, S2
     std::map<int, std::vector<double>> mapStandard;  ///< residue -> 324 raw values
     std::map<int, std::vector<double>> mapHybrid;    ///< residue -> 324 raw values
-    std::map<int, std::vector<double>> annPhiPsi;    ///< residue -> final map, 324 boxes
+    std::map<int, std::vector<double>> annPhiPsi;    ///< residue -> final map, 324 boxes; search
+    std::map<int, ClusterData> clusters;  ///< residue -> clusters of its map; search, classes
+    std::map<int, double> annConfidence;  ///< residue -> share of the first cluster; search
+    std::map<int, orvix::summaries::MapRow> mapRows;  ///< residue -> row of the map table
 
-    // ---- secondary structure and order parameter ----------------------------------------------
+    // ---- secondary structure and order parameter; read by vina and the result tables ----------
 
     /// Helix, strand, coil from shifts and sequence; writes its table.
     void runSS_Prediction();
@@ -193,24 +237,34 @@ class ORVIX {
     void runSeqSS_Prediction();
     std::map<int, std::vector<double>> seqSSResult, ssCenterResult, ssPrevResult, ssNextResult;
     std::map<int, std::vector<double>> ssShiftResult;  ///< residue -> helix, strand, coil
+    std::map<int, orvix::summaries::StructureRow> structureRows;  ///< residue -> row of its table
 
     /// Order parameters by the random coil index; writes their table.
     void runS2_Prediction();
-    std::map<int, double> s2;  ///< residue -> 1.003 - S2, 9999.0 for none
+    std::map<int, double> s2;                             ///< residue -> 1.003 - S2, 9999.0 none
+    std::map<int, orvix::summaries::OrderRow> orderRows;  ///< residue -> row of its table
 
-    std::map<int, orvix::summaries::StructureRow> structureRows;  ///< residue -> row of its table
-    std::map<int, orvix::summaries::OrderRow> orderRows;          ///< residue -> row of its table
+    // ---- database search; written by both passes, read by the summaries -----------------------
 
-    // ---- database search ----------------------------------------------------------------------
-
-    /// Whether residue `res` and its neighbours have enough shifts to be searched.
-    bool checkCSCompleteness(int res);
     /// Derives `resWeight` from the maps and their clusters.
     void deriveSearchMap();
-    /// Loads the database and cuts it into protein blocks.
+    /// Takes the database from the model.
     void loadDatabase();
+    void takeDatabase(std::shared_ptr<const orvix::search::Database> shared);
     /// Fills `dbProteinFirst`, `dbProteinLast`, `dbProteinCount` from the sources of `db`.
     void cutProteinBlocks();
+    /// Whether residue `res` and its neighbours have enough shifts to be searched.
+    bool checkCSCompleteness(int res);
+    /// The residues that both passes look at: in range, with shifts, and neither end of the chain.
+    std::vector<int> residuesToSearch() const;
+    /// Candidates by residue: ranking key -> database row, and raw score -> row of the own type.
+    struct Candidates {
+        std::map<int, std::map<double, int>> matches, typeMatches;
+    };
+    /// Searches and classifies all residues; they do not depend on each other.
+    Candidates firstPass();
+    /// Searches them again in order: a residue sees the renewed averages of those before it.
+    void secondPass(Candidates& candidates);
     /// Best matching database stretches of one residue: fills its match lists and both maps.
     void searchDB(int res, std::map<double, int>& matches, std::map<double, int>& typeMatches);
     /// Second look at the candidates of a residue, with the angles predicted around it; chi1
@@ -218,9 +272,21 @@ class ORVIX {
     void searchDB2(int res, std::map<double, int>& matches, std::map<double, int>& typeMatches);
     /// Replaces the keys of `typeMatches` by chi1 network scores; -1 without such a network.
     int evalChi1WithANN(int res, std::map<double, int>& typeMatches);
+    /// What the search of any residue reads.
+    orvix::search::SearchInput searchInput() const;
     /// Takes the result of a search over into the match lists of residue `res`.
     void storeTripletResult(int res, const orvix::search::TripletResult& result);
+    /// Classifies the matches of residue `res` and renews its averages and spreads.
+    void classifyResidue(int res);
 
+    std::shared_ptr<const orvix::search::Database> database;  ///< of the model
+    DB* db = nullptr;  ///< the rows of `database`; owned if they are another's
+    /// Protein blocks of `db`, with the empty block 0, and their first and last row. Filled by
+    /// cutProteinBlocks alone: the search of a model's database has them from there.
+    int dbProteinCount = 0;
+    std::map<int, int> dbProteinFirst;
+    std::map<int, int> dbProteinLast;
+    std::map<int, std::map<int, double>> resWeight;         ///< search map: residue -> box -> value
     std::map<int, std::vector<double>> matchPhi, matchPsi;  ///< residue -> degrees
     std::map<int, std::vector<double>> matchScore;          ///< residue -> ranking key, by rank
     std::map<int, std::vector<double>> matchWeight;  ///< residue -> 1.0 for the winning group
@@ -231,14 +297,12 @@ class ORVIX {
     /// residue -> rotamer word -> network scores, lowest first
     std::map<int, std::map<std::string, std::vector<double>>> chi1Result;
 
-    // ---- summaries ----------------------------------------------------------------------------
+    // ---- summaries; the rows are read by everything that shows results ------------------------
 
     /// Keeps of the angle lists the winning group of matches; counts how well they agree.
     void vinaClassificationCluster(std::vector<double>& phi, std::vector<double>& psi,
                                    int& consensus, std::vector<double>& weight,
                                    ClusterData& residueClusters);
-    /// Classifies the matches of residue `res` and renews its averages and spreads.
-    void classifyResidue(int res);
     /// Writes the summary table.
     void vina();
     /// Writes the chi1 table.
@@ -248,6 +312,7 @@ class ORVIX {
 
     std::map<int, orvix::summaries::PhiPsiRow> phiPsiRows;  ///< residue -> row of the summary table
     std::map<int, orvix::summaries::Chi1Row> chi1Rows;      ///< residue -> row of the chi1 table
+    std::vector<orvix::summaries::MatchRow> matchRows;      ///< rows of the match table
 
     // ---- helpers ------------------------------------------------------------------------------
 
@@ -273,6 +338,12 @@ class ORVIX {
     std::string residueLabel(int res) const;
     /// Shifts missing at residue `res`; 0 where nothing was counted.
     int missingAt(int res) const;
+    /// Whether there is a known structure to compare with.
+    bool hasReference() const;
     /// Path of a file in the table directory.
     std::string tablePath(const std::string& name) const;
+
+  private:
+    orvix::RowMatrix<double> shiftRows_;
+    std::unique_ptr<orvix::TextWriter> tableFile_;
 };

@@ -50,7 +50,7 @@ struct Prediction {
 };
 
 /// The result tables, in the order in which a run ends them.
-enum class ResultTable { secondaryShifts, maps, structure, order, phiPsi, chi1, matches };
+enum class ResultTable : int { secondaryShifts, maps, structure, order, phiPsi, chi1, matches };
 inline constexpr std::array<ResultTable, 7> resultTables = {
     ResultTable::secondaryShifts, ResultTable::maps, ResultTable::structure, ResultTable::order,
     ResultTable::phiPsi,          ResultTable::chi1, ResultTable::matches};

@@ -1,9 +1,12 @@
 #include <ostream>
+#include <utility>
 
 #include "base/numbers.h"
 #include "base/streams.h"
+#include "model/model.h"
 #include "networks/chi1ann.h"
 #include "run/orvix.h"
+#include "run/predict.h"
 
 namespace {
 
@@ -47,15 +50,23 @@ double ORVIX::getNextRCadj(const std::string& res, const std::string& atom) {
     return lookUp(rcNextTable, res, atom, 0.0);
 }
 
+void ORVIX::takeInput(orvix::ShiftInput input) {
+    inFile = std::move(input.name);
+    inTable = std::move(input.table);
+    inputTaken = true;
+}
+
 void ORVIX::init() {
     const auto load = [this](GDB& table, const std::string& file, const char* status) {
         if (!noPath) {
             orvix::out() << status << file << '\n';
         }
-        table.loadGDB(file);
+        table = *model->table(file);
     };
 
-    inTable.loadGDB(inFile);
+    if (!inputTaken) {
+        inTable = orvix::readShiftInput(inFile).table;
+    }
     if (!exclList.empty()) {
         orvix::out() << "Excluding Sources in Database: " << exclList << '\n';
     }
@@ -64,7 +75,7 @@ void ORVIX::init() {
     load(rcPrevTable, rcPrevFile, "Reading Previous Residue RC Adjustments from ");
     load(rcNextTable, rcNextFile, "Reading Next Residue RC Adjustments from ");
     if (isoCorrect) {
-        isoAdjTable.loadGDB(isoAdjFile);
+        isoAdjTable = *model->table(isoAdjFile);
         for (const auto& [number, row] : isoAdjTable.entries) {
             std::map<std::string, double>& adjustment = isoAdj[cellText(row, "RESNAME")];
             adjustment["CA"] = orvix::textToDouble(cellText(row, "CA"));
@@ -99,9 +110,8 @@ void ORVIX::init() {
 
     blosumLetters1 = "A C D E F G H I K L M N P Q R S T V W Y";
     blosumLetters2 = "ARNDCQEGHILKMFPSTWYV";
-    GDB blosumTable;
-    blosumTable.loadGDB(tablePath("BLOSUM62.tab"));
-    for (const auto& [number, row] : blosumTable.entries) {
+    const std::shared_ptr<const GDB> blosumTable = model->table(tablePath("BLOSUM62.tab"));
+    for (const auto& [number, row] : blosumTable->entries) {
         const std::string name = cellText(row, "RESNAME");
         for (const auto& [column, cell] : row) {
             if (column.empty() || blosumLetters1.find(column) == std::string::npos) {

@@ -1,5 +1,8 @@
+#include "run/settings.h"
+
 #include <algorithm>
 #include <ostream>
+#include <utility>
 
 #include "base/numbers.h"
 #include "base/run_end.h"
@@ -38,11 +41,84 @@ class Options {
     const std::map<std::string, std::string>& values_;
 };
 
+constexpr int longestWindow = 8;
+
+/// The position weights of the search reach three residues to each side.
+void requireWindow(int length) {
+    if (length < 1 || length > longestWindow) {
+        const std::string message = "Window length " + std::to_string(length) +
+                                    " of the database search is out of range, use 1 to " +
+                                    std::to_string(longestWindow);
+        throw orvix::RunEnd(orvix::EndReason::usage, -1, "\t" + message + "\n", message);
+    }
+}
+
 std::string titleOr(const std::string& title) {
     return title.empty() ? "None" : title;
 }
 
 }  // namespace
+
+namespace {
+
+/// The settings that are members of the run under the same names.
+template <class Visit>
+void visitSettings(const Visit& visit) {
+    using orvix::Settings;
+    visit(&Settings::tabDir, &ORVIX::tabDir);
+    visit(&Settings::pathSep, &ORVIX::pathSep);
+    visit(&Settings::dbFile, &ORVIX::dbFile);
+    visit(&Settings::weightFile, &ORVIX::weightFile);
+    visit(&Settings::homologyFile, &ORVIX::homologyFile);
+    visit(&Settings::randCoilFile, &ORVIX::randCoilFile);
+    visit(&Settings::rcAdjFile, &ORVIX::rcAdjFile);
+    visit(&Settings::rcPrevFile, &ORVIX::rcPrevFile);
+    visit(&Settings::rcNextFile, &ORVIX::rcNextFile);
+    visit(&Settings::ssLimitFile, &ORVIX::ssLimitFile);
+    visit(&Settings::inTitle, &ORVIX::inTitle);
+    visit(&Settings::refFile, &ORVIX::refFile);
+    visit(&Settings::refTitle, &ORVIX::refTitle);
+    visit(&Settings::exclList, &ORVIX::exclList);
+    visit(&Settings::s2Limit, &ORVIX::s2Limit);
+    visit(&Settings::count, &ORVIX::count);
+    visit(&Settings::candidateMax, &ORVIX::candidateMax);
+    visit(&Settings::firstResid, &ORVIX::firstResid);
+    visit(&Settings::lastResid, &ORVIX::lastResid);
+    visit(&Settings::alignLen, &ORVIX::alignLen);
+    visit(&Settings::clip, &ORVIX::clip);
+    visit(&Settings::isoCorrect, &ORVIX::isoCorrect);
+    visit(&Settings::offsetCorrect, &ORVIX::offsetCorrect);
+    visit(&Settings::noProton, &ORVIX::noProton);
+    visit(&Settings::noOxiCysCheck, &ORVIX::noOxiCysCheck);
+    visit(&Settings::noVerb, &ORVIX::noVerb);
+    visit(&Settings::noPath, &ORVIX::noPath);
+}
+
+/// Table settings with the names that stand for them when they are empty.
+constexpr std::pair<std::string ORVIX::*, const char*> tables[] = {
+    {&ORVIX::dbFile, "orvix.tab"},          {&ORVIX::weightFile, "weight.tab"},
+    {&ORVIX::homologyFile, "homology.tab"}, {&ORVIX::randCoilFile, "randcoil.tab"},
+    {&ORVIX::rcAdjFile, "rcadj.tab"},       {&ORVIX::rcPrevFile, "rcprev.tab"},
+    {&ORVIX::rcNextFile, "rcnext.tab"},     {&ORVIX::ssLimitFile, "sslimit.tab"}};
+
+}  // namespace
+
+void ORVIX::takeSettings(const orvix::Settings& settings) {
+    visitSettings([&](auto from, auto to) { this->*to = settings.*from; });
+    for (const auto& [file, name] : tables) {
+        if ((this->*file).empty()) {
+            this->*file = tablePath(name);
+        }
+    }
+    isoAdjFile = tablePath("isoadj.tab");
+    requireWindow(alignLen);
+}
+
+orvix::Settings ORVIX::settings() const {
+    orvix::Settings settings;
+    visitSettings([&](auto to, auto from) { settings.*to = this->*from; });
+    return settings;
+}
 
 void ORVIX::setArgs(std::map<std::string, std::string> args) {
     const Options options(args);
@@ -124,12 +200,7 @@ void ORVIX::setArgs(std::map<std::string, std::string> args) {
     alignLen = 7;
     options.take(alignLen, "len");
     options.take(alignLen, "alignLen");
-    // The position weights of the search reach three residues to each side.
-    if (alignLen < 3 || alignLen > 8) {
-        const std::string message = "Window length " + std::to_string(alignLen) +
-                                    " of the database search is out of range, use 3 to 7";
-        throw orvix::RunEnd(orvix::EndReason::usage, -1, "\t" + message + "\n", message);
-    }
+    requireWindow(alignLen);
     checkOnly = options.given("check");
     offsetCorrect = options.given("offset");
     noVerb = !options.given("verb");

@@ -8,26 +8,6 @@ namespace orvix::search {
 
 namespace {
 
-/// Up to this size the content is compared before planes are used again.
-constexpr int smallDatabase = 100000;
-
-std::uint64_t hashContent(const DB& db) {
-    if (db.dbSize > smallDatabase) {
-        return 0;
-    }
-    std::uint64_t hash = 0x9E3779B97F4A7C15U;
-    const auto mix = [&hash](int value) {
-        hash = (hash ^ static_cast<std::uint32_t>(value)) * 0x100000001B3U;
-        hash ^= hash >> 29;
-    };
-    for (int i = 0; i < db.dbSize; ++i) {
-        mix(db.resids[i]);
-        mix(db.boxes[i]);
-        mix(db.resNames[i]);
-    }
-    return hash;
-}
-
 struct SlotTable {
     SlotTable() {
         for (int box = 0; box < boxCount; ++box) {
@@ -62,10 +42,7 @@ int slotOfBox(int box) {
 }
 
 DatabasePlanes::DatabasePlanes(const DB& db, std::span<const ProteinBlock> blocks, int halfWidth)
-    : rows_(db.dbSize),
-      halfWidth_(halfWidth),
-      contentHash_(hashContent(db)),
-      blocks_(blocks.begin(), blocks.end()) {
+    : rows_(db.dbSize), halfWidth_(halfWidth), blocks_(blocks.begin(), blocks.end()) {
     const std::size_t size = static_cast<std::size_t>(rows_) + 2 * margin;
     tile_.assign(size, strayTile);
     place_.assign(size, 0);
@@ -105,12 +82,6 @@ DatabasePlanes::DatabasePlanes(const DB& db, std::span<const ProteinBlock> block
             }
         }
     }
-}
-
-bool DatabasePlanes::fit(const DB& db, std::span<const ProteinBlock> blocks, int halfWidth) const {
-    return rows_ == db.dbSize && halfWidth_ == halfWidth &&
-           std::equal(blocks.begin(), blocks.end(), blocks_.begin(), blocks_.end()) &&
-           contentHash_ == hashContent(db);
 }
 
 }  // namespace orvix::search

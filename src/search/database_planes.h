@@ -36,7 +36,7 @@ inline constexpr int letterCodes = 32;
 inline constexpr int noLetter = letterCodes - 1;
 
 /// The columns of a database that the scan looks at, one byte a row, for one window half-width.
-/// Read-only once built; belongs to the content that it was built from.
+/// Read-only once built.
 class DatabasePlanes {
   public:
     /// Rows readable before the first and behind the last one.
@@ -44,11 +44,6 @@ class DatabasePlanes {
 
     /// `halfWidth` 0..3. Blocks must lie inside the rows of `db`.
     DatabasePlanes(const DB& db, std::span<const ProteinBlock> blocks, int halfWidth);
-
-    /// Whether these planes still describe `db` for these blocks and this half-width. The content
-    /// of a small database is compared; of a large one only its size, since a load drops the
-    /// planes.
-    bool fit(const DB& db, std::span<const ProteinBlock> blocks, int halfWidth) const;
 
     /// Whether the fast scan can be used: blocks in rising order without overlap, and few letters.
     bool usable() const { return usable_; }
@@ -72,7 +67,6 @@ class DatabasePlanes {
     int halfWidth_;
     bool usable_ = true;
     bool hasStrayBoxes_ = false;
-    std::uint64_t contentHash_ = 0;
     std::vector<ProteinBlock> blocks_;
     std::string letters_;
     std::vector<std::uint8_t> tile_, place_, letter_, centre_;

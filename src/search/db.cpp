@@ -41,7 +41,6 @@ void DB::release() {
     resNames.clear();
     sources.protein.clear();
     sources.names.assign(1, std::string());
-    planes.reset();
     dbSize = 0;
 }
 

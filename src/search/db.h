@@ -2,15 +2,12 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "search/lazy_array.h"
 
 namespace orvix::search {
-
-class DatabasePlanes;
 
 /// The source words of the rows, one string for each protein: consecutive rows of one word share
 /// it. A row that was not read has the empty word.
@@ -68,9 +65,6 @@ class DB {
 
     /// Whether `row` was read.
     bool holds(std::ptrdiff_t row) const { return row >= 0 && row < dbSize; }
-
-    /// The scan's form of the rows, made at the first search and dropped by a load.
-    std::shared_ptr<const orvix::search::DatabasePlanes> planes;
 
   private:
     void release();

@@ -3,25 +3,23 @@
 #include <cstddef>
 
 #include "base/missing.h"
-#include "run/orvix.h"
 
 namespace orvix::search {
 
-QueryShifts queryShifts(const ORVIX& run, int res, int halfWidth) {
-    QueryShifts shifts;
-    shifts.halfWidth = halfWidth;
+QueryShifts queryShifts(const ShiftRows& shifts, int res, int halfWidth) {
+    QueryShifts query;
+    query.halfWidth = halfWidth;
     for (int j = -halfWidth; j <= halfWidth; ++j) {
         const auto position = static_cast<std::size_t>(j + halfWidth);
         const int r = res + j;
-        const bool inRange =
-            run.shiftMatrix != nullptr && r >= run.firstResid && r <= run.lastResid;
+        const bool inRange = shifts.rows != nullptr && r >= shifts.first && r <= shifts.last;
         for (std::size_t atom = 0; atom < backboneAtoms; ++atom) {
-            const double q = inRange ? run.shiftMatrix[r - run.firstResid][atom] : missingValue;
-            shifts.missing[position][atom] = !(q < missingLimit);
-            shifts.value[position][atom] = shifts.missing[position][atom] ? 0.0 : q;
+            const double q = inRange ? shifts.rows[r - shifts.first][atom] : missingValue;
+            query.missing[position][atom] = !(q < missingLimit);
+            query.value[position][atom] = query.missing[position][atom] ? 0.0 : q;
         }
     }
-    return shifts;
+    return query;
 }
 
 }  // namespace orvix::search

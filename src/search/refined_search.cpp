@@ -220,7 +220,8 @@ int ORVIX::evalChi1WithANN(int res, std::map<double, int>& typeMatches) {
     if (found == chi1Nets.end() || found->second == nullptr) {
         return -1;
     }
-    const orvix::search::QueryShifts query = orvix::search::queryShifts(*this, res, 1);
+    const orvix::search::QueryShifts query =
+        orvix::search::queryShifts({shiftMatrix, firstResid, lastResid}, res, 1);
     std::vector<std::vector<double>> inputs;
     std::vector<int> rows;
     for (const auto& [key, index] : typeMatches) {

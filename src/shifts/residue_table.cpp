@@ -13,6 +13,7 @@
 #include "base/statistics.h"
 #include "base/streams.h"
 #include "run/orvix.h"
+#include "run/prediction.h"
 #include "structure/pdb.h"
 #include "tables/cells.h"
 
@@ -39,14 +40,6 @@ bool isCysteine(const std::string& letter) {
 /// One-letter name of a RESNAME cell; any other text as it is.
 std::string letterOf(const std::string& name) {
     return name.size() == 3 ? PDB::getOneAAName(name) : name;
-}
-
-GDB withoutRows(GDB& table) {
-    std::map<int, GDB::Entry> rows = std::move(table.entries);
-    table.entries.clear();
-    GDB header = table;
-    table.entries = std::move(rows);
-    return header;
 }
 
 /// First row of each residue and atom of the input table.
@@ -113,7 +106,7 @@ class ReferenceShifts {
 };
 
 void startWorkingTable(ORVIX& run) {
-    run.adjCSTable = withoutRows(run.inTable);
+    run.adjCSTable = orvix::tables::headerOf(run.inTable);
     run.adjCSTable.addVAR("CS_OBS", " %9.3f");
     run.adjCSTable.addVAR("CS_ADJ", " %9.3f");
 }
@@ -222,20 +215,6 @@ void narrowRange(ORVIX& run) {
         refuse(" Residue range " + std::to_string(run.firstResid) + " to " +
                std::to_string(run.lastResid) + " is too large, at most " +
                std::to_string(widestRange) + " residues, exit ...");
-    }
-}
-
-void allocateShiftMatrix(ORVIX& run) {
-    if (run.shiftMatrix != nullptr) {
-        delete[] run.shiftMatrix[0];
-        delete[] run.shiftMatrix;
-    }
-    run.shiftMatrixRows = run.lastResid - run.firstResid + 1;
-    const auto rows = static_cast<std::size_t>(run.shiftMatrixRows);
-    run.shiftMatrix = new double*[rows];
-    run.shiftMatrix[0] = new double[rows * 6];
-    for (std::size_t i = 1; i < rows; ++i) {
-        run.shiftMatrix[i] = run.shiftMatrix[0] + i * 6;
     }
 }
 
@@ -362,25 +341,6 @@ void applyOffsets(ORVIX& run) {
     }
 }
 
-void writeSecondaryShifts(ORVIX& run) {
-    GDB table = withoutRows(run.adjCSTable);
-    int number = 0;
-    for (const auto& [from, row] : run.adjCSTable.entries) {
-        if (shiftFromText(cellOf(&row, "SHIFT")) < missingLimit) {
-            table.entries[++number] = row;
-        }
-    }
-    for (const std::string& remark :
-         {"ORVIX-N Protein Secondary Chemical Shift Table for " + run.inTitle, std::string(),
-          std::string(" SHIFT is secondary chemical shift"), std::string(),
-          std::string(" CS_OBS is the original chemical shift"), std::string(),
-          std::string(" CS_ADJ is the adjustment used to calculate SHIFT."), std::string(),
-          std::string(" ORVIX-N Version 4.21 Rev 2016.343.11.31 ORVIXN_INFO")}) {
-        table.addRemark(remark);
-    }
-    table.saveGDB(run.outBase + "AdjCS.tab");
-}
-
 }  // namespace
 
 void ORVIX::prepareShifts() {
@@ -397,7 +357,7 @@ void ORVIX::prepareShifts() {
     checkSequence(*this);
     narrowRange(*this);
 
-    allocateShiftMatrix(*this);
+    provideShiftMatrix(static_cast<std::size_t>(lastResid - firstResid) + 1);
     const InputRows rows(inTable);
     const ReferenceShifts references(*this);
     int tableRow = 0;
@@ -416,7 +376,7 @@ void ORVIX::prepareShifts() {
 
 void ORVIX::getResInfo() {
     prepareShifts();
-    writeSecondaryShifts(*this);
+    writeTable(orvix::ResultTable::secondaryShifts);
     if (checkOnly) {
         throw orvix::RunEnd(orvix::EndReason::complete, -1, "", "the shifts are checked");
     }

@@ -9,13 +9,13 @@
 #include "base/statistics.h"
 #include "run/orvix.h"
 #include "search/db.h"
+#include "shifts/observed_triplets.h"
 #include "shifts/shift_average.h"
 #include "tables/cells.h"
 
 namespace {
 
 constexpr int atomCount = 6;
-constexpr int observedLimit = 24000;  // rows of obsShift and obsResName
 
 /// The query of a triplet record. Its shifts have passed through text: six significant digits.
 orvix::shifts::TripletQuery queryOf(const ORVIX& run,
@@ -34,35 +34,6 @@ orvix::shifts::TripletQuery queryOf(const ORVIX& run,
 
 orvix::shifts::AverageWeights weightsOf(const ORVIX& run) {
     return {run.atomPosWeight, run.atomWeight, run.posWeight};
-}
-
-/// Rows of the observed triplets, with the row number of the first. The numbers follow each other,
-/// since nothing but the table reader makes them; what lies past a gap is left out.
-orvix::shifts::ObservedRows observedRows(const ORVIX& run, int& firstNumber) {
-    orvix::shifts::ObservedRows rows;
-    const std::map<int, GDB::Entry>& entries = run.obsCSTable.entries;
-    if (entries.empty() || run.obsShift == nullptr || run.obsResName == nullptr) {
-        return rows;
-    }
-    firstNumber = entries.begin()->first;
-    const long long span = static_cast<long long>(entries.rbegin()->first) - firstNumber + 1;
-    long long count = span;
-    if (span != static_cast<long long>(entries.size())) {
-        count = 0;
-        for (const auto& entry : entries) {
-            if (entry.first != firstNumber + count) {
-                break;
-            }
-            ++count;
-        }
-    }
-    if (firstNumber < 1 || firstNumber >= observedLimit) {
-        return rows;
-    }
-    rows.shifts = run.obsShift + firstNumber;
-    rows.names = run.obsResName + firstNumber;
-    rows.count = static_cast<int>(std::min<long long>(count, observedLimit - firstNumber));
-    return rows;
 }
 
 /// Means by atom over the rows that have the atom; 0.0 where none has.
@@ -124,19 +95,16 @@ bool ORVIX::calcAverageCS_orig(int res, std::map<std::string, double>& avg) {
     if (!testTriplet(record)) {
         return false;
     }
-    int firstNumber = 1;
-    const orvix::shifts::ObservedRows rows = observedRows(*this, firstNumber);
+    const orvix::shifts::ObservedRows rows =
+        triplets == nullptr ? orvix::shifts::ObservedRows() : triplets->rows();
     const std::vector<orvix::shifts::ScoredRow> nearest =
         orvix::shifts::nearestRows(rows, queryOf(*this, record), weightsOf(*this), homology, count);
 
-    // The means are taken over the cells of the table, which a row that is kept at a distance by
-    // its source still has.
+    // The means are taken over the shifts that a row kept at a distance by its source still has.
     AtomMeans means;
     for (const orvix::shifts::ScoredRow& row : nearest) {
-        const auto cells = obsCSTable.entries.find(firstNumber + row.row);
         for (const auto& [key, atom] : atomNames) {
-            means.add(key, orvix::tables::shiftFromText(
-                               orvix::tables::cellOf(&cells->second, atom + "_R2")));
+            means.add(key, triplets->middleShift(row.row, key));
         }
     }
     for (const auto& [key, atom] : atomNames) {
@@ -145,8 +113,8 @@ bool ORVIX::calcAverageCS_orig(int res, std::map<std::string, double>& avg) {
     return true;
 }
 
-bool ORVIX::calcAverageCS(int res, std::map<std::string, double>& avg, DB* database) {
-    if (database == nullptr || !(firstResid < res && res < lastResid)) {
+bool ORVIX::calcAverageCS(int res, std::map<std::string, double>& avg, DB* known) {
+    if (known == nullptr || !(firstResid < res && res < lastResid)) {
         return false;
     }
     const std::map<std::string, std::string> record = getTriplet(res);
@@ -155,11 +123,11 @@ bool ORVIX::calcAverageCS(int res, std::map<std::string, double>& avg, DB* datab
     }
     const orvix::shifts::TripletQuery query = queryOf(*this, record);
     orvix::shifts::NearestRows nearest(count);
-    for (int center = 1; center < database->dbSize - 1; ++center) {
-        if (!isWindow(*database, center)) {
+    for (int center = 1; center < known->dbSize - 1; ++center) {
+        if (!isWindow(*known, center)) {
             continue;
         }
-        const DatabaseWindow window(*database, center);
+        const DatabaseWindow window(*known, center);
         const float score = orvix::shifts::scoreTriplet(window.shifts.data(), window.names.data(),
                                                         query, weightsOf(*this), homology);
         nearest.offer(score, center);
@@ -167,7 +135,7 @@ bool ORVIX::calcAverageCS(int res, std::map<std::string, double>& avg, DB* datab
     AtomMeans means;
     for (const orvix::shifts::ScoredRow& row : nearest.rows()) {
         for (const auto& [key, atom] : atomNames) {
-            means.add(key, DatabaseWindow::shiftOf(*database, row.row, key));
+            means.add(key, DatabaseWindow::shiftOf(*known, row.row, key));
         }
     }
     for (const auto& [key, atom] : atomNames) {

@@ -1,33 +1,30 @@
-#include <algorithm>
+// The table of database matches as text.
 #include <array>
 #include <string>
 
 #include "run/citation.h"
-#include "run/orvix.h"
-#include "search/db.h"
 #include "summaries/result_cells.h"
+#include "summaries/result_tables.h"
+#include "tables/gdb.h"
 
+namespace orvix::summaries {
 namespace {
 
-/// A column group of the database residue at the centre or beside it.
-struct Neighbour {
-    int offset;
-    const char* suffix;
-};
-constexpr std::array<Neighbour, 3> neighbours = {{{-1, "_L1"}, {0, ""}, {1, "_R1"}}};
+/// What the column names of the database residue before, at and behind the centre end with.
+constexpr std::array<const char*, 3> suffixes = {"_L1", "", "_R1"};
 
-/// Shift columns in table order, with the place of the atom's value in a database row.
+/// Shift columns in table order, with the place of the atom in a row.
 struct ShiftColumn {
     const char* name;
     const char* format;
-    int index;
+    std::size_t atom;
 };
-constexpr std::array<ShiftColumn, 6> shiftColumns = {{{"HN", " %5.2f", 10},
+constexpr std::array<ShiftColumn, 6> shiftColumns = {{{"HN", " %5.2f", 5},
                                                       {"N", " %5.1f", 0},
-                                                      {"HA", " %5.2f", 2},
-                                                      {"C", " %5.1f", 4},
-                                                      {"CA", " %5.1f", 6},
-                                                      {"CB", " %5.1f", 8}}};
+                                                      {"HA", " %5.2f", 1},
+                                                      {"C", " %5.1f", 2},
+                                                      {"CA", " %5.1f", 3},
+                                                      {"CB", " %5.1f", 4}}};
 
 void setColumns(GDB& table) {
     std::string names = "INDEX RESID_Q_CENTER RESNAMES_Q DIST W RESNAMES_DB ";
@@ -36,8 +33,7 @@ void setColumns(GDB& table) {
         names += ' ' + name;
         formats += format;
     };
-    for (const Neighbour& n : neighbours) {
-        const std::string suffix = n.suffix;
+    for (const std::string suffix : suffixes) {
         add("RESID" + suffix, " %4d");
         add("PHI" + suffix, " %6.1f");
         add("PSI" + suffix, " %6.1f");
@@ -84,81 +80,49 @@ void addRemarks(GDB& table, const std::string& inTitle) {
     remark("");
     remark(" SOURCE is protein name of the database triplet.");
     remark("");
-    table.addRemark(std::string(orvix::versionRemark));
+    table.addRemark(std::string(versionRemark));
     remark("");
 }
 
-/// Letters of the database residues from `first` to `last`, "?" where the database has none.
-std::string databaseLetters(const DB& db, int first, int last) {
-    std::string letters;
-    for (int i = first; i <= last; ++i) {
-        letters += i >= 0 && i < db.dbSize ? db.resNames[i] : '?';
+void addNeighbour(GDB::Entry& row, const MatchNeighbour& residue, const std::string& suffix) {
+    row["RESID" + suffix] = std::to_string(residue.residue);
+    row["PHI" + suffix] = realCell(static_cast<double>(residue.phi));
+    row["PSI" + suffix] = realCell(static_cast<double>(residue.psi));
+    row["CHI1" + suffix] = realCell(static_cast<double>(residue.chi1));
+    for (const ShiftColumn& column : shiftColumns) {
+        row[column.name + suffix] = fixedCell(static_cast<double>(residue.shifts[column.atom]));
     }
-    return letters;
+}
+
+void addRow(GDB& table, const MatchRow& match) {
+    const int number = static_cast<int>(table.entries.size()) + 1;
+    GDB::Entry& row = table.entries[number];
+    row["INDEX"] = std::to_string(number);
+    row["RESID_Q_CENTER"] = std::to_string(match.residue);
+    row["RESNAMES_Q"] = match.queryLetters;
+    row["DIST"] = realCell(match.score);
+    row["W"] = realCell(match.weight);
+    row["RESNAMES_DB"] = match.databaseLetters;
+    for (std::size_t k = 0; k < suffixes.size(); ++k) {
+        if (match.residues[k].held) {
+            addNeighbour(row, match.residues[k], suffixes[k]);
+        }
+    }
+    row["SOURCE"] = match.source;
 }
 
 }  // namespace
 
-void ORVIX::writePredAll() {
+std::string matchTable(const TableHeader& header, const std::vector<MatchRow>& rows) {
     GDB table;
     setColumns(table);
-    addRemarks(table, inTitle);
-    table.setData("FIRST_RESID", std::to_string(inTable.firstResid));
-    table.setData("SEQUENCE", inTable.getData("SEQUENCE"));
-
-    const int half = (alignLen - 1) / 2;
-    int rowNumber = 0;
-    for (int r = firstResid; r <= lastResid; ++r) {
-        if (r < firstCSResid || r > lastCSResid || r == seqFirstResid ||
-            r == seqFirstResid + seqLength - 1) {
-            continue;
-        }
-        const std::vector<double>& scores = matchScore[r];
-        const std::vector<double>& weights = matchWeight[r];
-        // Ranks beyond the lists are left over from a longer list of the first pass.
-        const std::size_t ranks = std::min(scores.size(), weights.size());
-        if (ranks == 0) {
-            continue;
-        }
-        std::string queryLetters;
-        for (int j = -half; j <= half; ++j) {
-            const std::string& name = seqName(r + j);
-            queryLetters += name.size() == 1 ? name : "?";
-        }
-        for (const auto& [rank, index] : matchIndex[r]) {
-            if (rank < 1 || static_cast<std::size_t>(rank) > ranks || index < 0 ||
-                index >= db->dbSize) {
-                continue;
-            }
-            ++rowNumber;
-            std::map<std::string, std::string>& row = table.entries[rowNumber];
-            const auto place = static_cast<std::size_t>(rank) - 1;
-            row["INDEX"] = std::to_string(rowNumber);
-            row["RESID_Q_CENTER"] = std::to_string(r);
-            row["RESNAMES_Q"] = queryLetters;
-            row["DIST"] = orvix::summaries::realCell(scores[place]);
-            row["W"] = orvix::summaries::realCell(weights[place]);
-            row["RESNAMES_DB"] = databaseLetters(*db, index - half, index + half);
-            for (const Neighbour& n : neighbours) {
-                const int i = index + n.offset;
-                if (i < 0 || i >= db->dbSize) {
-                    continue;
-                }
-                const std::string suffix = n.suffix;
-                row["RESID" + suffix] = std::to_string(db->resids[i]);
-                row["PHI" + suffix] =
-                    orvix::summaries::realCell(static_cast<double>(db->angles[i][0]));
-                row["PSI" + suffix] =
-                    orvix::summaries::realCell(static_cast<double>(db->angles[i][1]));
-                row["CHI1" + suffix] =
-                    orvix::summaries::realCell(static_cast<double>(db->angles[i][2]));
-                for (const ShiftColumn& column : shiftColumns) {
-                    row[column.name + suffix] = orvix::summaries::fixedCell(
-                        static_cast<double>(db->shifts[i][column.index]));
-                }
-            }
-            row["SOURCE"] = db->sources[index];
-        }
+    addRemarks(table, header.inTitle);
+    table.setData("FIRST_RESID", std::to_string(header.firstResid));
+    table.setData("SEQUENCE", header.sequence);
+    for (const MatchRow& row : rows) {
+        addRow(table, row);
     }
-    table.saveGDB(allFile);
+    return table.tableText();
 }
+
+}  // namespace orvix::summaries

@@ -48,6 +48,8 @@ struct StructureRow {
     double confidence = 0.0;
     std::string letter;     ///< H E L by shifts, h e c by sequence, x for none
     bool chainEnd = false;  ///< coil by rule, whatever the shifts say
+    std::string state;      ///< letter of the residue with its state applied
+    bool listed = true;     ///< false for a residue that stands in the sequence lines alone
 };
 
 /// A cluster of a phi/psi map: its boxes, the seed first, then by falling value.

@@ -8,6 +8,23 @@
 
 namespace orvix::tables {
 
+GDB headerOf(const GDB& table) {
+    GDB header;
+    header.className = table.className;
+    header.plainText = table.plainText;
+    header.fileName = table.fileName;
+    header.formatLine = table.formatLine;
+    header.varsLine = table.varsLine;
+    header.varsCount = table.varsCount;
+    header.firstResid = table.firstResid;
+    header.residList = table.residList;
+    header.remarks = table.remarks;
+    header.dataLines = table.dataLines;
+    header.vars = table.vars;
+    header.formats = table.formats;
+    return header;
+}
+
 const std::string& cellOf(const GDB::Entry* row, const std::string& column) {
     static const std::string none;
     if (row == nullptr) {

@@ -8,6 +8,9 @@
 
 namespace orvix::tables {
 
+/// A copy of a table without its rows.
+GDB headerOf(const GDB& table);
+
 /// A cell of a row; empty for a row that is null or lacks it.
 const std::string& cellOf(const GDB::Entry* row, const std::string& column);
 

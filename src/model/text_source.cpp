@@ -1,0 +1,27 @@
+// The components of a model from text files.
+#include "model/model_source.h"
+#include "search/db.h"
+
+namespace orvix {
+
+std::shared_ptr<const GDB> TextSource::table(const std::string& path) const {
+    return std::make_shared<const GDB>(path);
+}
+
+std::shared_ptr<const shifts::ObservedTriplets> TextSource::observedTriplets(
+    const std::string& path, const std::string& excluded) const {
+    return std::make_shared<const shifts::ObservedTriplets>(
+        GDB(path), [&excluded](const std::string& source) {
+            return !excluded.empty() && excluded.find(source) != std::string::npos;
+        });
+}
+
+std::shared_ptr<const search::Database> TextSource::database(const std::string& path,
+                                                             const std::string& excluded) const {
+    auto rows = std::make_unique<DB>();
+    rows->setMaxDBSize(search::databaseCapacity);
+    rows->loadDB(path, excluded);
+    return std::make_shared<const search::Database>(std::move(rows));
+}
+
+}  // namespace orvix

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <array>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "base/row_matrix.h"
+#include "shifts/shift_average.h"
+
+class GDB;
+
+namespace orvix::shifts {
+
+/// The triplets seen in known structures (orvix_obsCS.tab) in the form that the averaging scans:
+/// per row of the table 18 shifts (ppm) at (position - 1) * 6 + atom key - 1 and three residue
+/// names at index 1..3. Rows are numbered from 1 as in the table; those from `rowLimit` on are left
+/// out.
+class ObservedTriplets {
+  public:
+    static constexpr int rowLimit = 24000;
+    /// Whether triplets of a structure are to be kept out of all averages.
+    using Excluded = std::function<bool(const std::string& source)>;
+
+    explicit ObservedTriplets(const GDB& table, const Excluded& excluded = {});
+
+    ObservedRows rows() const;
+    /// Shift of `atom key` in the middle residue of the `row`th row, from 0; 9999.0 for none.
+    /// Excluded rows have theirs too.
+    double middleShift(int row, int key) const {
+        return middle_[static_cast<std::size_t>(row)][static_cast<std::size_t>(key) - 1];
+    }
+
+    /// Both arrays by row number 0..`rowLimit` - 1.
+    double** shiftFace() const { return shifts_.face(); }
+    std::string** nameFace() const { return names_.face(); }
+
+  private:
+    int count_ = 0;
+    RowMatrix<double> shifts_;
+    RowMatrix<std::string> names_;
+    std::vector<std::array<double, 6>> middle_;
+};
+
+}  // namespace orvix::shifts
