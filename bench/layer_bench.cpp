@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "networks/ensemble_pass.h"
+#include "networks/weight_maps.h"
 
 namespace {
 
@@ -27,7 +27,7 @@ struct Sizes {
 struct Network {
     orvix::networks::WeightRows rows[3][3];
     std::vector<double> bias[3][3];
-    std::vector<orvix::networks::MemberWeights> members;
+    std::vector<orvix::networks::Member> members;
 };
 
 void fill(Network& network, const Sizes& sizes, double zeroShare, std::mt19937& random) {
@@ -36,7 +36,7 @@ void fill(Network& network, const Sizes& sizes, double zeroShare, std::mt19937& 
     const int height[] = {sizes.inputs, sizes.hidden, sizes.outputs};
     const int width[] = {sizes.inputs, sizes.inputs, sizes.hidden};
     for (int m = 0; m < 3; ++m) {
-        orvix::networks::MemberWeights member;
+        orvix::networks::Member& member = network.members.emplace_back();
         for (int layer = 0; layer < 3; ++layer) {
             for (int r = 0; r < height[layer]; ++r) {
                 std::vector<double>& row = network.rows[m][layer][r];
@@ -46,39 +46,41 @@ void fill(Network& network, const Sizes& sizes, double zeroShare, std::mt19937& 
                 }
                 network.bias[m][layer].push_back(weight(random));
             }
-            member.layers[layer] = {&network.rows[m][layer], &network.bias[m][layer]};
+            member[static_cast<std::size_t>(layer)] =
+                orvix::networks::viewLayer(network.rows[m][layer], network.bias[m][layer], 0);
         }
-        network.members.push_back(member);
     }
 }
 
 // The rule as it reads, with a look-up in the map for every weight.
 std::vector<double> literalLayer(const std::vector<double>& input,
-                                 orvix::networks::LayerWeights weights, bool tanh) {
+                                 orvix::networks::WeightRows& rows, const std::vector<double>& bias,
+                                 bool tanh) {
     std::vector<double> out;
-    for (int i = 0; i < static_cast<int>(weights.rows->size()); ++i) {
+    for (int i = 0; i < static_cast<int>(rows.size()); ++i) {
         double s = 0.0;
         int n = 0;
         for (std::size_t j = 0; j < input.size(); ++j) {
-            s += input[j] * (*weights.rows)[i][j];
+            s += input[j] * rows[i][j];
             const int t = static_cast<int>(s);
             n += t;
             s -= t;
         }
-        const double sum = s + n + (*weights.bias)[static_cast<std::size_t>(i)];
+        const double sum = s + n + bias[static_cast<std::size_t>(i)];
         out.push_back(tanh ? 2 / (1 + std::exp(-2 * sum)) - 1 : sum);
     }
     return out;
 }
 
 orvix::networks::EnsembleOutput literalPass(
-    const Network& network, const std::vector<const std::vector<double>*>& windows) {
+    Network& network, const std::vector<const std::vector<double>*>& windows) {
     orvix::networks::EnsembleOutput results(3);
     for (const std::vector<double>* window : windows) {
         for (std::size_t m = 0; m < 3; ++m) {
             std::vector<double> values = *window;
             for (int layer = 0; layer < 3; ++layer) {
-                values = literalLayer(values, network.members[m].layers[layer], layer < 2);
+                values =
+                    literalLayer(values, network.rows[m][layer], network.bias[m][layer], layer < 2);
             }
             results[m].push_back(values);
         }

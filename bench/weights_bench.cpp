@@ -61,13 +61,12 @@ void writeTable(const TableSize& table, double zeroShare, std::mt19937& random) 
 }
 
 bool sameBits(const orvix::networks::WeightTable& a, const orvix::networks::WeightTable& b) {
-    if (a.bias.size() != b.bias.size() || a.weights.size() != b.weights.size()) {
+    if (a.bias.size() != b.bias.size() || a.columns != b.columns) {
         return false;
     }
-    for (std::size_t r = 0; r < a.weights.size(); ++r) {
-        if (a.weights[r].size() != b.weights[r].size() ||
-            std::memcmp(a.weights[r].data(), b.weights[r].data(),
-                        a.weights[r].size() * sizeof(double)) != 0) {
+    const std::vector<const double*> rowsA = a.rows(), rowsB = b.rows();
+    for (std::size_t r = 0; r < rowsA.size(); ++r) {
+        if (std::memcmp(rowsA[r], rowsB[r], a.columns * sizeof(double)) != 0) {
             return false;
         }
     }
@@ -100,6 +99,7 @@ orvix::networks::WeightTable readPlainly(const TableSize& table) {
         rows[number] = cells;
     }
     orvix::networks::WeightTable result;
+    result.columns = static_cast<std::size_t>(table.columns);
     for (const auto& [number, cells] : rows) {
         const auto value = [&row = cells, &column](const std::string& name) {
             return static_cast<double>(std::strtof(row.at(column.at(name)).c_str(), nullptr));
@@ -108,8 +108,7 @@ orvix::networks::WeightTable readPlainly(const TableSize& table) {
         for (int c = 1; c <= table.columns; ++c) {
             weights.push_back(value(std::to_string(c)));
         }
-        result.weights.push_back(std::move(weights));
-        result.bias.push_back(value("b"));
+        result.addRow(weights, value("b"));
     }
     return result;
 }

@@ -33,6 +33,7 @@ struct Excludable {
 struct Model::Components {
     std::unique_ptr<const ModelSource> source;
     LoadedOnce<GDB> tables;
+    LoadedOnce<networks::NetworkWeights> networks;
     Excludable<shifts::ObservedTriplets> triplets;
     Excludable<search::Database> databases;
 };
@@ -54,6 +55,12 @@ std::shared_ptr<const shifts::ObservedTriplets> Model::observedTriplets(
     const std::string& path, const std::string& excluded) const {
     return components_->triplets.get(
         path, excluded, [&] { return components_->source->observedTriplets(path, excluded); });
+}
+
+std::shared_ptr<const networks::NetworkWeights> Model::network(
+    const std::string& prefix, const networks::NetworkKind& kind) const {
+    return components_->networks.get(prefix,
+                                     [&] { return components_->source->network(prefix, kind); });
 }
 
 std::shared_ptr<const search::Database> Model::database(const std::string& path,

@@ -5,6 +5,10 @@
 
 class GDB;
 
+namespace orvix::networks {
+struct NetworkKind;
+class NetworkWeights;
+}  // namespace orvix::networks
 namespace orvix::search {
 class Database;
 }  // namespace orvix::search
@@ -37,6 +41,9 @@ class Model {
     /// The observed triplets of `path`; rows whose SOURCE occurs in `excluded` are out of reach.
     std::shared_ptr<const shifts::ObservedTriplets> observedTriplets(
         const std::string& path, const std::string& excluded) const;
+    /// The weights of a network whose text files begin with `prefix`.
+    std::shared_ptr<const networks::NetworkWeights> network(
+        const std::string& prefix, const networks::NetworkKind& kind) const;
     /// The database without the rows whose source word occurs in `excluded`.
     std::shared_ptr<const search::Database> database(const std::string& path,
                                                      const std::string& excluded) const;

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "networks/network_kinds.h"
 #include "search/database.h"
 #include "shifts/observed_triplets.h"
 #include "tables/gdb.h"
@@ -18,6 +19,8 @@ class ModelSource {
     virtual std::shared_ptr<const GDB> table(const std::string& path) const = 0;
     virtual std::shared_ptr<const shifts::ObservedTriplets> observedTriplets(
         const std::string& path, const std::string& excluded) const = 0;
+    virtual std::shared_ptr<const networks::NetworkWeights> network(
+        const std::string& prefix, const networks::NetworkKind& kind) const = 0;
     virtual std::shared_ptr<const search::Database> database(const std::string& path,
                                                              const std::string& excluded) const = 0;
 };
@@ -28,6 +31,8 @@ class TextSource : public ModelSource {
     std::shared_ptr<const GDB> table(const std::string& path) const override;
     std::shared_ptr<const shifts::ObservedTriplets> observedTriplets(
         const std::string& path, const std::string& excluded) const override;
+    std::shared_ptr<const networks::NetworkWeights> network(
+        const std::string& prefix, const networks::NetworkKind& kind) const override;
     std::shared_ptr<const search::Database> database(const std::string& path,
                                                      const std::string& excluded) const override;
 };

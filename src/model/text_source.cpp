@@ -1,4 +1,7 @@
 // The components of a model from text files.
+#include <ostream>
+
+#include "base/streams.h"
 #include "model/model_source.h"
 #include "search/db.h"
 
@@ -14,6 +17,13 @@ std::shared_ptr<const shifts::ObservedTriplets> TextSource::observedTriplets(
         GDB(path), [&excluded](const std::string& source) {
             return !excluded.empty() && excluded.find(source) != std::string::npos;
         });
+}
+
+std::shared_ptr<const networks::NetworkWeights> TextSource::network(
+    const std::string& prefix, const networks::NetworkKind& kind) const {
+    auto weights = networks::loadNetwork(prefix, kind.shape, kind.rules);
+    err() << weights->warnings();
+    return weights;
 }
 
 std::shared_ptr<const search::Database> TextSource::database(const std::string& path,

@@ -4,21 +4,13 @@
 #include <utility>
 
 #include "base/streams.h"
+#include "networks/chi1_network.h"
 #include "networks/level_pass.h"
-#include "networks/weight_table.h"
+#include "networks/network_object.h"
 
 namespace {
 
-std::vector<double> meanOf(const orvix::networks::EnsembleOutput& results, std::size_t window) {
-    std::vector<double> mean;
-    orvix::networks::appendPlainMean(results[0][window], results[1][window], results[2][window],
-                                     mean);
-    return mean;
-}
-
-double firstValue(const std::vector<double>& values) {
-    return values.empty() ? 0.0 : values.front();
-}
+constexpr int memberCount = 3;
 
 }  // namespace
 
@@ -35,36 +27,17 @@ double CHI1ANN::runANNLevel1(std::vector<double> input) {
     level1Input.clear();
     level1Input[1] = std::move(input);
     calcLevel1();
-    return firstValue(level1Output[1]);
+    return level1Output[1].empty() ? 0.0 : level1Output[1].front();
 }
 
 std::vector<double> CHI1ANN::runANNLevel1Batch(const std::vector<std::vector<double>>& inputs) {
-    std::vector<double> scores;
     if (inputs.empty()) {
-        return scores;
+        return {};
     }
     if (!chi1Loaded) {
         loadWeights();
     }
-    std::vector<const std::vector<double>*> windows;
-    std::vector<std::size_t> lengths;
-    for (const std::vector<double>& input : inputs) {
-        windows.push_back(&input);
-        lengths.push_back(input.size());
-    }
-    const auto members = orvix::networks::ensembleWeights(*this, 1, 3);
-    if (const auto mismatch = orvix::networks::checkEnsemble(members, lengths)) {
-        orvix::networks::failLayerCheck(*mismatch);
-    }
-    const orvix::networks::EnsembleOutput results =
-        orvix::networks::runEnsemble(orvix::networks::bestLayerKernel(), members, windows, 1);
-    for (std::size_t i = 0; i < inputs.size(); ++i) {
-        scores.push_back(firstValue(meanOf(results, i)));
-    }
-    level1Input.clear();
-    level1Input[1] = inputs.back();
-    level1Output[1] = meanOf(results, inputs.size() - 1);
-    return scores;
+    return orvix::networks::chi1Scores(orvix::networks::ObjectLevel(*this, 1, memberCount), inputs);
 }
 
 void CHI1ANN::runANN(std::map<int, std::vector<double>>& input) {
@@ -78,48 +51,31 @@ void CHI1ANN::runANN(std::map<int, std::vector<double>>& input) {
 }
 
 void CHI1ANN::calcLevel1() {
-    const auto members = orvix::networks::ensembleWeights(*this, 1, 3);
-    const orvix::networks::EnsembleOutput results =
-        orvix::networks::evaluateLevel(members, level1Input, 1);
-    std::size_t at = 0;
-    for (const auto& [residue, window] : level1Input) {
-        level1Output[residue] = meanOf(results, at);
-        ++at;
-    }
+    orvix::networks::evaluateLevel(orvix::networks::ObjectLevel(*this, 1, memberCount), level1Input,
+                                   orvix::networks::plainMean, 1, level1Output);
 }
 
 void CHI1ANN::calcLevel1_single() {
-    const auto members = orvix::networks::ensembleWeights(*this, 1, 1);
-    const orvix::networks::EnsembleOutput results =
-        orvix::networks::evaluateLevel(members, level1Input, 1);
-    std::size_t at = 0;
-    for (const auto& [residue, window] : level1Input) {
-        level1Output[residue] = results[0][at];
-        ++at;
-    }
+    orvix::networks::evaluateLevel(orvix::networks::ObjectLevel(*this, 1, 1), level1Input,
+                                   orvix::networks::plainMean, 1, level1Output);
 }
 
 void CHI1ANN::applyVecAverage(std::vector<double>& a, std::vector<double>& b,
                               std::vector<double>& c, std::vector<double>& out) {
-    orvix::networks::appendPlainMean(a, b, c, out);
+    const std::vector<double>* const members[] = {&a, &b, &c};
+    orvix::networks::append(out, orvix::networks::plainMean(members));
 }
 
 void CHI1ANN::loadWeights() {
-    loadedFromFiles = true;
-    orvix::networks::forEachLayerFile(
-        *this, 1, ".tab",
-        [this](const std::string& file, orvix::networks::WeightRows* w, std::vector<double>* b,
-               int rows, int cols) {
-            loadWeightBias3(file, w[0], b[0], w[1], b[1], w[2], b[2], rows, cols);
-        });
+    orvix::networks::loadTextFiles(*this, 1, memberCount, orvix::networks::WeightRules::text);
     chi1Loaded = true;
 }
 
 void CHI1ANN::loadWeights1() {
-    orvix::networks::forEachLayerFile(
-        *this, 1, ".bin",
-        [this](const std::string& file, orvix::networks::WeightRows* w, std::vector<double>* b,
-               int rows, int cols) { loadWeightBias1(file, w[0], b[0], rows, cols); });
+    for (const auto& file : orvix::networks::layerFiles(*this, 1, 1, ".bin")) {
+        loadWeightBias1(file.path, *file.members[0].rows, *file.members[0].bias, file.rows,
+                        file.columns);
+    }
 }
 
 void CHI1ANN::loadWeightBias3(const std::string& file, std::map<int, std::vector<double>>& w0,

@@ -1,81 +1,124 @@
 #include "networks/level_pass.h"
 
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
 #include "base/run_end.h"
 
 namespace orvix::networks {
+namespace {
 
-MemberWeights memberWeights(ANN& network, int level, int member) {
-    // Rows that a file lacks show here and nowhere else; weights that a caller filled in by hand
-    // may have any size that fits.
-    const auto least = [&network](int rows) {
-        return network.loadedFromFiles && rows > 0 ? static_cast<std::size_t>(rows) : 0;
-    };
-    if (level == 1) {
-        return {
-            {{&network.level1WI[member], &network.level1BI[member], least(network.inputSize1)},
-             {&network.level1WL1[member], &network.level1BL1[member], least(network.hiddenSize1)},
-             {&network.level1WL2[member], &network.level1BL2[member], least(network.outputSize1)}}};
+constexpr std::size_t classCount = 3;
+
+using Members = std::span<const std::vector<double>* const>;
+
+bool sameLength(Members members) {
+    return std::all_of(members.begin(), members.end(), [&](const std::vector<double>* member) {
+        return member->size() == members.front()->size();
+    });
+}
+
+// (a * wa + b * wb + ...) * scale for each place, added up from the left.
+std::vector<double> scaledSum(Members members, const std::vector<double>& weights, double scale) {
+    std::vector<double> sums;
+    for (std::size_t k = 0; k < members.front()->size(); ++k) {
+        double sum = (*members[0])[k] * weights[0];
+        for (std::size_t m = 1; m < members.size(); ++m) {
+            sum += (*members[m])[k] * weights[m];
+        }
+        sums.push_back(sum * scale);
     }
-    return {{{&network.level2WI[member], &network.level2BI[member], least(network.inputSize2)},
-             {&network.level2WL1[member], &network.level2BL1[member], least(network.hiddenSize2)},
-             {&network.level2WL2[member], &network.level2BL2[member], least(network.outputSize2)}}};
+    return sums;
 }
 
-std::vector<MemberWeights> ensembleWeights(ANN& network, int level, int count) {
-    std::vector<MemberWeights> members;
-    for (int m = 0; m < count; ++m) {
-        members.push_back(memberWeights(network, level, m));
+}  // namespace
+
+double margin(const std::vector<double>& values) {
+    if (values.size() != classCount) {
+        return -1.0;
     }
-    return members;
+    const auto [least, most] = std::minmax_element(values.begin(), values.end());
+    return 2 * *most + *least - (values[0] + values[1] + values[2]);
 }
 
-void failLayerCheck(const LayerMismatch& mismatch) {
-    throw RunEnd(EndReason::dataDirectory, 0, mismatch.text(),
-                 "a network's weights don't fit its input");
+std::vector<double> weightedMean(Members members) {
+    if (members.empty() || !sameLength(members)) {
+        return {};
+    }
+    std::vector<double> weights;
+    double sum = 0.0;
+    for (const std::vector<double>* member : members) {
+        weights.push_back(margin(*member));
+        sum += weights.back();
+    }
+    return sum == 0.0 ? plainMean(members) : scaledSum(members, weights, 1 / sum);
 }
 
-EnsembleOutput evaluateLevel(std::span<const MemberWeights> members, const ANN::ResidueMap& windows,
-                             int threads) {
+std::vector<double> plainMean(Members members) {
+    if (members.empty() || !sameLength(members)) {
+        return {};
+    }
+    return scaledSum(members, std::vector<double>(members.size(), 1.0),
+                     1 / static_cast<double>(members.size()));
+}
+
+void normaliseClasses(std::vector<double>& values) {
+    if (values.size() < classCount) {
+        return;
+    }
+    values.resize(classCount);
+    for (double& value : values) {
+        if (value < 0.0 || std::isnan(value)) {
+            value = 0.0;
+        } else if (value > 1.0) {
+            value = 1.0;
+        }
+    }
+    const double sum = values[0] + values[1] + values[2];
+    if (sum == 0.0) {
+        values.assign(classCount, 1.0 / 3.0);
+        return;
+    }
+    const double scale = 1 / sum;
+    for (double& value : values) {
+        // A denormal sum has no finite inverse; such values are nothing to tell classes by.
+        value = std::isfinite(scale) ? value * scale : 1.0 / 3.0;
+    }
+}
+
+void failLayerCheck(const LayerMismatch& mismatch, const std::string& files,
+                    const std::string& window) {
+    std::string message = "a network's weights don't fit its input: " + mismatch.cause();
+    if (!files.empty()) {
+        message = "network file " + files + "." + layerNames[mismatch.layer] +
+                  ".tab doesn't fit the input of " + window + ": " + mismatch.cause();
+    }
+    throw RunEnd(EndReason::dataDirectory, 0, mismatch.text(), message);
+}
+
+void evaluateLevel(const LevelWeights& level, const ResidueMap& windows, Combine combine,
+                   int threads, ResidueMap& outputs, const std::string& noun) {
     std::vector<const std::vector<double>*> inputs;
     std::vector<std::size_t> lengths;
     for (const auto& [residue, window] : windows) {
         inputs.push_back(&window);
         lengths.push_back(window.size());
     }
-    if (const auto mismatch = checkEnsemble(members, lengths)) {
-        failLayerCheck(*mismatch);
+    if (const auto mismatch = checkEnsemble(level.members, lengths)) {
+        const auto at = std::next(windows.begin(), static_cast<std::ptrdiff_t>(mismatch->window));
+        failLayerCheck(*mismatch, level.files, noun + " " + std::to_string(at->first));
     }
-    return runEnsemble(bestLayerKernel(), members, inputs, threads);
-}
-
-void appendPlainMean(std::span<const double> a, std::span<const double> b,
-                     std::span<const double> c, std::vector<double>& out) {
-    if (a.size() != b.size() || a.size() != c.size()) {
-        return;
+    const EnsembleOutput results = runEnsemble(bestLayerKernel(), level.members, inputs, threads);
+    std::vector<const std::vector<double>*> members(level.members.size());
+    std::size_t at = 0;
+    for (const auto& [residue, window] : windows) {
+        for (std::size_t m = 0; m < members.size(); ++m) {
+            members[m] = &results[m][at];
+        }
+        outputs[residue] = combine(members);
+        ++at;
     }
-    for (std::size_t k = 0; k < a.size(); ++k) {
-        out.push_back((a[k] + b[k] + c[k]) * 0.3333333333333333);
-    }
-}
-
-void forEachLayerFile(ANN& network, int levels, const std::string& extension,
-                      const LayerLoader& load) {
-    const std::string base = network.annDir + network.slashChar + network.annName;
-    const auto layer = [&](const char* name, WeightRows* weights, std::vector<double>* biases,
-                           int rows, int columns) {
-        load(base + name + extension, weights, biases, rows, columns);
-    };
-    const int in1 = network.inputSize1, hidden1 = network.hiddenSize1;
-    layer(".level1.WI", network.level1WI, network.level1BI, in1, in1);
-    layer(".level1.WL1", network.level1WL1, network.level1BL1, hidden1, in1);
-    layer(".level1.WL2", network.level1WL2, network.level1BL2, network.outputSize1, hidden1);
-    if (levels < 2) {
-        return;
-    }
-    const int in2 = network.inputSize2, hidden2 = network.hiddenSize2;
-    layer(".level2.WI", network.level2WI, network.level2BI, in2, in2);
-    layer(".level2.WL1", network.level2WL1, network.level2BL1, hidden2, in2);
-    layer(".level2.WL2", network.level2WL2, network.level2BL2, network.outputSize2, hidden2);
 }
 
 }  // namespace orvix::networks

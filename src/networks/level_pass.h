@@ -1,41 +1,38 @@
 #pragma once
 
-#include <functional>
 #include <span>
-#include <string>
 #include <vector>
 
-#include "networks/ann.h"
-#include "networks/ensemble_pass.h"
+#include "networks/network_weights.h"
 
 namespace orvix::networks {
 
-/// The containers of one member of a network's level 1 or 2.
-MemberWeights memberWeights(ANN& network, int level, int member);
+/// How the results of an ensemble's members become one vector; all members have the same length.
+using Combine = std::vector<double> (*)(std::span<const std::vector<double>* const> members);
 
-/// The containers of the first `count` members.
-std::vector<MemberWeights> ensembleWeights(ANN& network, int level, int count);
+/// The largest of three values minus the middle one; -1.0 for any other length.
+double margin(const std::vector<double>& values);
 
-/// Ends the process with status 0 and the lines of the layer check.
-[[noreturn]] void failLayerCheck(const LayerMismatch& mismatch);
+/// Mean of vectors, each weighted by its margin; the plain mean when the margins sum to zero. Empty
+/// if the lengths differ.
+std::vector<double> weightedMean(std::span<const std::vector<double>* const> members);
 
-/// One ensemble pass over windows by residue number: results by member, then in the order of the
-/// windows. Ends the process as the first window that doesn't fit would.
-EnsembleOutput evaluateLevel(std::span<const MemberWeights> members, const ANN::ResidueMap& windows,
-                             int threads);
+/// Sum of vectors times the inverse of their number. Empty if the lengths differ.
+std::vector<double> plainMean(std::span<const std::vector<double>* const> members);
 
-/// Mean of three vectors with one factor, appended to `out`: (a + b + c) * 0.3333333333333333.
-/// Nothing if the lengths differ.
-void appendPlainMean(std::span<const double> a, std::span<const double> b,
-                     std::span<const double> c, std::vector<double>& out);
+/// Clamps the first three values to 0..1, scales them to sum 1 and drops the rest. A zero sum gives
+/// three equal thirds; a value that is no number counts as 0. Shorter vectors stay.
+void normaliseClasses(std::vector<double>& values);
 
-/// What loads one layer: path, weights and biases by member, rows and columns of a member.
-using LayerLoader = std::function<void(const std::string& path, WeightRows* weights,
-                                       std::vector<double>* biases, int rows, int columns)>;
+/// Ends the run with status 0 and the lines of the layer check. The message names the file of the
+/// layer, for weights that came from files, and `window`.
+[[noreturn]] void failLayerCheck(const LayerMismatch& mismatch, const std::string& files,
+                                 const std::string& window);
 
-/// Calls `load` for the layer files of a network in their order (WI, WL1, WL2 of level 1, then,
-/// with two `levels`, of level 2), named with `extension`: ".tab" or ".bin".
-void forEachLayerFile(ANN& network, int levels, const std::string& extension,
-                      const LayerLoader& load);
+/// One ensemble pass over windows by residue number; the result at a residue replaces what
+/// `outputs` held there. Ends the run as the first window that doesn't fit would; `noun` is what
+/// the message calls the window with that number.
+void evaluateLevel(const LevelWeights& level, const ResidueMap& windows, Combine combine,
+                   int threads, ResidueMap& outputs, const std::string& noun = "residue");
 
 }  // namespace orvix::networks

@@ -8,7 +8,8 @@
 #include "model/model.h"
 #include "networks/network_input.h"
 #include "networks/phi_psi_input.h"
-#include "networks/surfann.h"
+#include "networks/stage_network.h"
+#include "networks/surface_network.h"
 #include "run/orvix.h"
 #include "run/prediction.h"
 
@@ -29,20 +30,12 @@ void prepareNetworkInput(ORVIX& run) {
 
 /// Runs the surface networks on the network input.
 void runSurfaceNetworks(ORVIX& run) {
-    std::map<int, std::vector<double>> input = orvix::networks::residueFirst(run.annInput);
+    using namespace orvix::networks;
+    const ResidueMap input = residueFirst(run.annInput);
     if (!run.noProton) {
-        SURFANN standard(160, 180, 324, 1620, 360, 324, run.tabDir, "surf20");
-        standard.set_input_code(5);
-        standard.setThread(run.nProc);
-        standard.runANN(input);
-        run.mapStandard = std::move(standard.level2Output);
+        run.mapStandard = runSurfaceNetwork(*stageNetwork(run, surfaceKind), input);
     }
-    SURFANN hybrid(160, 180, 324, 1620, 360, 324, run.tabDir, "surf20_hyb");
-    hybrid.set_input_code(5);
-    hybrid.setHybrid(1);
-    hybrid.setThread(run.nProc);
-    hybrid.runHybridANN(input);
-    run.mapHybrid = std::move(hybrid.level1Output);
+    run.mapHybrid = runHybridNetwork(*stageNetwork(run, hybridSurfaceKind), input);
     if (run.noProton) {
         run.mapStandard = run.mapHybrid;
     }

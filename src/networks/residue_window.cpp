@@ -5,7 +5,7 @@
 
 namespace orvix::networks {
 
-PositionTable::PositionTable(const std::map<int, std::vector<double>>& residues) {
+PositionTable::PositionTable(const ResidueMap& residues) {
     for (const auto& [residue, vector] : residues) {
         residues_.emplace_hint(residues_.end(), ++size_, residue);
         lowest_ = std::min(lowest_, residue);
@@ -27,8 +27,7 @@ bool PositionTable::contiguous(int position, int residue, int reach) const {
     return true;
 }
 
-const std::vector<double>& vectorOf(const std::map<int, std::vector<double>>& vectors,
-                                    long long residue) {
+const std::vector<double>& vectorOf(const ResidueMap& vectors, long long residue) {
     static const std::vector<double> none;
     if (residue < std::numeric_limits<int>::min() || residue > std::numeric_limits<int>::max()) {
         return none;
@@ -39,6 +38,18 @@ const std::vector<double>& vectorOf(const std::map<int, std::vector<double>>& ve
 
 void append(std::vector<double>& whole, const std::vector<double>& part) {
     whole.insert(whole.end(), part.begin(), part.end());
+}
+
+void appendWindows(const std::vector<int>& residues, long long reach,
+                   const std::function<void(std::vector<double>& window, long long neighbour,
+                                            long long k)>& append,
+                   ResidueMap& windows) {
+    for (const int residue : residues) {
+        std::vector<double>& window = windows[residue];
+        for (long long k = -reach; k <= reach; ++k) {
+            append(window, residue + k, k);
+        }
+    }
 }
 
 std::vector<double> paddingVector() {

@@ -1,10 +1,11 @@
 #include <algorithm>
 #include <utility>
 
-#include "networks/ann.h"
+#include "networks/class_network.h"
 #include "networks/network_input.h"
 #include "networks/secondary_structure.h"
-#include "networks/ssann.h"
+#include "networks/sequence_network.h"
+#include "networks/stage_network.h"
 #include "run/orvix.h"
 #include "run/prediction.h"
 
@@ -18,19 +19,6 @@ const ClassValues zeroValues(3, 0.0);
 const ClassValues& valuesAt(const ValuesByResidue& values, int residue) {
     const auto found = values.find(residue);
     return found == values.end() || found->second.size() != 3 ? zeroValues : found->second;
-}
-
-/// Runs one of the shift networks and returns its class values by residue.
-ValuesByResidue runShiftNetwork(const ORVIX& run, const char* name, int inputCode,
-                                std::map<int, std::vector<double>> input) {
-    const bool five = inputCode == 5;
-    ANN network(five             ? 164
-                : inputCode == 0 ? 96
-                                 : 84,
-                five ? 40 : 20, 3, five ? 19 : 9, 6, 3, run.tabDir, name);
-    network.set_input_code(inputCode);
-    network.runANN(input);
-    return std::move(network.level2Output);
 }
 
 /// The network that stands for a residue by where shifts are missing around it, or zeros where two
@@ -119,12 +107,15 @@ orvix::summaries::StructureRow structureRow(const ORVIX& run, int residue,
 }  // namespace
 
 void ORVIX::runSS_Prediction() {
-    seqSSResult = runShiftNetwork(*this, "ss", 0, annInput);
-    ssCenterResult = runShiftNetwork(*this, "ss.center", 2, annInput);
-    ssPrevResult = runShiftNetwork(*this, "ss.prev", 1, annInput);
-    ssNextResult = runShiftNetwork(*this, "ss.next", 3, annInput);
-    const ValuesByResidue five =
-        runShiftNetwork(*this, "ss5", 5, orvix::networks::residueFirst(annInput));
+    using namespace orvix::networks;
+    const auto classesOf = [this](const NetworkKind& kind, const ResidueMap& input, int code) {
+        return runClassNetwork(*stageNetwork(*this, kind), input, code);
+    };
+    seqSSResult = classesOf(classKind, annInput, 0);
+    ssCenterResult = classesOf(classCentreKind, annInput, 2);
+    ssPrevResult = classesOf(classPreviousKind, annInput, 1);
+    ssNextResult = classesOf(classNextKind, annInput, 3);
+    const ValuesByResidue five = classesOf(classFiveKind, residueFirst(annInput), 5);
 
     std::map<int, std::vector<double>> sequenceInput;
     for (const auto& [residue, letter] : seq) {
@@ -141,10 +132,8 @@ void ORVIX::runSS_Prediction() {
             sequenceInput[residue] = scores->second;
         }
     }
-    SSANN sequenceNetwork(272, 60, 3, 51, 15, 3, tabDir, "seqSS");
-    sequenceNetwork.setKNOWN_SS(ssShiftResult);
-    sequenceNetwork.runANN(sequenceInput);
-    seqSSResult = std::move(sequenceNetwork.level2Output);
+    seqSSResult =
+        runSequenceNetwork(*stageNetwork(*this, sequenceKind), sequenceInput, ssShiftResult);
 
     for (const auto& [residue, shiftValues] : ssShiftResult) {
         structureRows[residue] = structureRow(*this, residue, shiftValues);

@@ -8,7 +8,8 @@
 #include "base/streams.h"
 #include "networks/check_file.h"
 #include "networks/secondary_structure.h"
-#include "networks/ssann.h"
+#include "networks/sequence_network.h"
+#include "networks/stage_network.h"
 #include "run/orvix.h"
 
 namespace {
@@ -62,10 +63,9 @@ void ORVIX::runSeqSS_Prediction() {
     if (!blastCheckFile.empty()) {
         profile = readProfile(*this, first);
     }
-    SSANN network(314, 70, 3, 59, 15, 3, tabDir, "seqSS15");
-    network.setOrder(5);
-    network.runANN(profile);
-    seqSSResult = std::move(network.level2Output);
+    using orvix::networks::stageNetwork;
+    seqSSResult = orvix::networks::runSequenceNetwork(
+        *stageNetwork(*this, orvix::networks::profileKind), profile, {});
 
     const std::string file = outBase + "SS.tab";
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> out(std::fopen(file.c_str(), "w"),

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <fstream>
 
-#include "networks/weight_table.h"
+#include "networks/weight_maps.h"
 
 namespace orvix::networks {
 namespace {

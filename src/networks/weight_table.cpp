@@ -15,25 +15,51 @@ namespace {
 // A thread is worth its start from about this much text on.
 constexpr std::size_t textPerThread = std::size_t{4} << 20;
 
-// The container of row `index`: rows arrive in order, so a new one belongs at the end.
-std::vector<double>& rowAt(WeightRows& rows, int index) {
-    return rows.try_emplace(rows.end(), index)->second;
+}  // namespace
+
+std::vector<const double*> WeightTable::rows() const {
+    std::vector<const double*> starts;
+    starts.reserve(rowCount());
+    for (const std::vector<double>& block : blocks) {
+        for (std::size_t at = 0; at < block.size(); at += columns) {
+            starts.push_back(block.data() + at);
+        }
+    }
+    // Rows without weights lie nowhere.
+    starts.resize(rowCount(), nullptr);
+    return starts;
 }
 
-}  // namespace
+void WeightTable::addRow(std::span<const double> weights, double rowBias) {
+    if (blocks.empty()) {
+        blocks.emplace_back();
+    }
+    blocks.back().insert(blocks.back().end(), weights.begin(), weights.end());
+    bias.push_back(rowBias);
+}
+
+void WeightTable::reserve(std::size_t count) {
+    if (blocks.empty()) {
+        blocks.emplace_back();
+    }
+    blocks.back().reserve(blocks.back().size() + count * columns);
+}
 
 WeightTable readWeightTablePlain(const std::string& path, WeightRules rules, int columns) {
     WeightTable result;
+    result.columns = columns > 0 ? static_cast<std::size_t>(columns) : 0;
+    std::vector<double> weights(result.columns);
+    const auto weightName = [](std::size_t c) { return std::to_string(c + 1); };
     if (rules == WeightRules::typed) {
         const GDB2 table(path);
         for (int row = 1; row <= table.getLineEntryCount(); ++row) {
-            std::vector<double> weights;
-            for (int c = 1; c <= columns; ++c) {
-                weights.push_back(
-                    static_cast<double>(table.getFloatNodeVal(row, std::to_string(c))));
+            const auto value = [&table, row](const std::string& name) {
+                return static_cast<double>(table.getFloatNodeVal(row, name));
+            };
+            for (std::size_t c = 0; c < weights.size(); ++c) {
+                weights[c] = value(weightName(c));
             }
-            result.weights.push_back(std::move(weights));
-            result.bias.push_back(static_cast<double>(table.getFloatNodeVal(row, "b")));
+            result.addRow(weights, value("b"));
         }
         return result;
     }
@@ -43,12 +69,10 @@ WeightTable readWeightTablePlain(const std::string& path, WeightRules rules, int
             const auto cell = row.find(name);
             return cell == row.end() ? 0.0 : textToDouble(cell->second);
         };
-        std::vector<double> weights;
-        for (int c = 1; c <= columns; ++c) {
-            weights.push_back(value(std::to_string(c)));
+        for (std::size_t c = 0; c < weights.size(); ++c) {
+            weights[c] = value(weightName(c));
         }
-        result.weights.push_back(std::move(weights));
-        result.bias.push_back(value("b"));
+        result.addRow(weights, value("b"));
     }
     return result;
 }
@@ -74,8 +98,8 @@ std::optional<WeightTable> readWeightTableFast(const std::string& path, WeightRu
     }
     WeightTable& result = tables[0];
     for (std::size_t i = 1; i < tables.size(); ++i) {
-        std::move(tables[i].weights.begin(), tables[i].weights.end(),
-                  std::back_inserter(result.weights));
+        std::move(tables[i].blocks.begin(), tables[i].blocks.end(),
+                  std::back_inserter(result.blocks));
         result.bias.insert(result.bias.end(), tables[i].bias.begin(), tables[i].bias.end());
     }
     if (result.bias.empty()) {
@@ -89,27 +113,6 @@ WeightTable readWeightTable(const std::string& path, WeightRules rules, int colu
         return std::move(*table);
     }
     return readWeightTablePlain(path, rules, columns);
-}
-
-void distributeRows(WeightTable table, std::span<const LayerWeights> members, int rows) {
-    if (rows <= 0) {
-        return;
-    }
-    const std::size_t perMember = static_cast<std::size_t>(rows);
-    const std::size_t used = std::min(table.weights.size(), perMember * members.size());
-    for (std::size_t q = 0; q < used; ++q) {
-        const LayerWeights& member = members[q / perMember];
-        std::vector<double>& row = rowAt(*member.rows, static_cast<int>(q % perMember));
-        if (row.empty()) {
-            row = std::move(table.weights[q]);
-        } else {
-            row.insert(row.end(), table.weights[q].begin(), table.weights[q].end());
-        }
-        if (q % perMember == 0) {
-            member.bias->reserve(member.bias->size() + std::min(perMember, used - q));
-        }
-        member.bias->push_back(table.bias[q]);
-    }
 }
 
 }  // namespace orvix::networks

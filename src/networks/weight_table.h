@@ -6,8 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "networks/ensemble_pass.h"
-
 namespace orvix::networks {
 
 /// Which table class's rules a weight table is read by.
@@ -18,8 +16,17 @@ enum class WeightRules {
 
 /// The rows of a weight table in file order: the columns "1", "2", ... as weights, "b" as bias.
 struct WeightTable {
-    std::vector<std::vector<double>> weights;
-    std::vector<double> bias;
+    std::size_t columns = 0;                  ///< weights in a row
+    std::vector<std::vector<double>> blocks;  ///< whole rows, one behind the other
+    std::vector<double> bias;                 ///< one for each row
+
+    std::size_t rowCount() const { return bias.size(); }
+    /// The first weight of each row; valid as long as the blocks are.
+    std::vector<const double*> rows() const;
+    /// Appends a row to the last block. `weights` holds `columns` values.
+    void addRow(std::span<const double> weights, double rowBias);
+    /// Makes room for `count` more rows in the last block.
+    void reserve(std::size_t count);
 };
 
 /// Reads a weight table through the table class itself, cell by cell: the reference form. Reports
@@ -35,15 +42,5 @@ std::optional<WeightTable> readWeightTableFast(const std::string& path, WeightRu
 /// The fast form, or the plain one where that gives up. `threads` 0 chooses by size.
 WeightTable readWeightTable(const std::string& path, WeightRules rules, int columns,
                             int threads = 0);
-
-/// Appends the rows of a table to the members of an ensemble: the first `rows` to member 0 and so
-/// on. Rows behind the last member are dropped.
-void distributeRows(WeightTable table, std::span<const LayerWeights> members, int rows);
-
-/// Appends a binary weight file (little-endian doubles; per row the bias, then `columns` weights)
-/// to the members of an ensemble. The rest of a longer file is not read. A file that ends within a
-/// row leaves that row short. False when the file can't be opened.
-bool loadBinaryRows(const std::string& path, std::span<const LayerWeights> members, int rows,
-                    int columns);
 
 }  // namespace orvix::networks

@@ -12,7 +12,6 @@
 
 #include "base/numbers.h"
 #include "base/text.h"
-#include "networks/heap_reserve.h"
 #include "tables/gdb2.h"
 
 namespace orvix::networks {
@@ -243,8 +242,8 @@ bool WeightText::readRows(const Part& part, WeightTable& table) const {
     // One more for a line feed behind the last line.
     std::size_t room = blockSize;
     std::vector<char> buffer(room + 1);
-    const std::size_t rowBytes = columns_ * sizeof(double);
-    std::size_t prepared = 0;  // rows that there is heap for
+    table.columns = columns_;
+    std::size_t prepared = 0;  // rows that there is room for
     std::size_t kept = 0;
     std::size_t at = part.begin;
     while (true) {
@@ -266,13 +265,12 @@ bool WeightText::readRows(const Part& part, WeightTable& table) const {
         if (last) {
             return true;
         }
-        const std::size_t rows = table.weights.size();
+        const std::size_t rows = table.rowCount();
         if (rows > prepared) {
-            // As many as the rest should hold by what a row has taken so far, in steps.
-            const std::size_t rest = rows * (part.end - at) / (at - part.begin) + 1;
-            const std::size_t step = std::min(rest, heapReserveLimit / (rowBytes + 1) + 1);
-            reserveHeap(step * rowBytes);
-            prepared = rows + step;
+            // As many as the rest should hold by what a row has taken so far, and some more.
+            const std::size_t rest = rows * (part.end - at) / (at - part.begin);
+            table.reserve(rest + rest / 16 + 2);
+            prepared = rows + rest;
         }
         kept = filled - whole;
         std::memmove(buffer.data(), buffer.data() + whole, kept);
@@ -318,9 +316,7 @@ bool WeightText::parseLines(const char* p, const char* end, std::vector<double>&
         }
         ++p;
         if (words == count) {
-            table.weights.emplace_back(cells.begin(),
-                                       cells.begin() + static_cast<std::ptrdiff_t>(columns_));
-            table.bias.push_back(cells[columns_]);
+            table.addRow({cells.data(), columns_}, cells[columns_]);
         }
     }
     return true;

@@ -12,7 +12,11 @@
 #include "base/missing.h"
 #include "base/statistics.h"
 #include "base/streams.h"
+#include "model/model.h"
+#include "networks/chi1_network.h"
 #include "networks/chi1ann.h"
+#include "networks/network_kinds.h"
+#include "networks/network_object.h"
 #include "run/orvix.h"
 #include "search/chi1_input.h"
 #include "search/db.h"
@@ -234,7 +238,14 @@ int ORVIX::evalChi1WithANN(int res, std::map<double, int>& typeMatches) {
     if (inputs.empty()) {
         return 0;
     }
-    const std::vector<double> scores = found->second->runANNLevel1Batch(inputs);
+    const std::vector<double> scores =
+        found->second->chi1Loaded
+            ? found->second->runANNLevel1Batch(inputs)
+            : orvix::networks::chi1Scores(model
+                                              ->network(orvix::networks::filePrefix(*found->second),
+                                                        orvix::networks::chi1Kind(letter[0]))
+                                              ->level(1),
+                                          inputs);
     for (std::size_t k = 0; k < scores.size(); ++k) {
         // No order among keys holds with one that is no number.
         if (!std::isnan(scores[k])) {

@@ -277,15 +277,16 @@ TEST(AnnDeathTest, MissingOrWrongWeightFilesEndTheRunAtTheFirstWindow) {
                    " inp.size\\(\\): 96 w\\[0\\].size\\(\\): 0\n"
                    " w.size\\(\\): 1 b.size\\(\\): 0\n$");
         // Without a window nothing is looked at.
+        ANN other(96, 20, 3, 9, 6, 3, files.dir(), "none");
         ANN::ResidueMap two = randomResidues({1, 2}, 32);
         testing::internal::CaptureStderr();
-        net.runANN(two);
+        other.runANN(two);
         std::string six;
         for (int i = 0; i < 6; ++i) {
             six += cantOpen;
         }
         EXPECT_EQ(testing::internal::GetCapturedStderr(), six);
-        EXPECT_EQ(net.level2Output.size(), 2u);
+        EXPECT_EQ(other.level2Output.size(), 2u);
     }
     {
         // One row short of three members in the output layer.

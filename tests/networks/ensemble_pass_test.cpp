@@ -7,24 +7,24 @@
 #include <random>
 
 #include "networks/network_files.h"
+#include "networks/weight_maps.h"
 
 namespace {
 
 using orvix::networks::LayerMismatch;
-using orvix::networks::MemberWeights;
+using orvix::networks::Member;
 
 struct Ensemble {
     orvix::networks::WeightRows rows[5][3];
     std::vector<double> bias[5][3];
 
-    std::vector<MemberWeights> members(int count) {
-        std::vector<MemberWeights> members;
+    std::vector<Member> members(int count) const {
+        std::vector<Member> members;
         for (int m = 0; m < count; ++m) {
-            MemberWeights member;
-            for (int l = 0; l < 3; ++l) {
-                member.layers[l] = {&rows[m][l], &bias[m][l]};
+            Member& member = members.emplace_back();
+            for (std::size_t l = 0; l < member.size(); ++l) {
+                member[l] = orvix::networks::viewLayer(rows[m][l], bias[m][l], 0);
             }
-            members.push_back(member);
         }
         return members;
     }
@@ -81,9 +81,9 @@ TEST(EnsemblePass, EveryKernelAndThreadCountGivesTheBitsOfThePlainForm) {
 TEST(EnsemblePass, WeightsThatMakeNoNumbersWithinTheNetwork) {
     Ensemble net;
     fill(net, 6, 4, 2);
-    const auto members = net.members(3);
     net.rows[1][0][3][2] = std::numeric_limits<double>::infinity();
     net.rows[1][1][0].assign(6, 0.0);
+    const auto members = net.members(3);
     const std::vector<double> window{0.1, 0.2, 0.3, 0.4, 0.5, 0.6};
     const std::vector<const std::vector<double>*> windows{&window};
     const auto plain = orvix::networks::runEnsemblePlain(members, windows);
@@ -145,7 +145,7 @@ TEST(EnsembleCheck, LayerWithTooFewRowsIsTold) {
     // Weights by hand may have any size that fits; a layer of known width may not.
     auto members = net.members(3);
     EXPECT_FALSE(checkEnsemble(members, std::vector<std::size_t>{6}).has_value());
-    members[2].layers[2].leastRows = 3;
+    members[2][2].leastRows = 3;
     expectMismatch(checkEnsemble(members, std::vector<std::size_t>{6}), "4", "4", "2", "2");
 }
 
@@ -153,7 +153,7 @@ TEST(ViewLayer, RowsWithOtherKeysAreLeftOut) {
     orvix::networks::WeightRows rows{
         {0, {1.0, 2.0}}, {1, {3.0}}, {5, {9.0, 9.0}}, {-2, {8.0, 8.0}}};
     std::vector<double> bias{0.5, 0.25, 0.125, 1.0};
-    const orvix::networks::LayerView view = orvix::networks::viewLayer({&rows, &bias});
+    const orvix::networks::LayerView view = orvix::networks::viewLayer(rows, bias, 0).view;
     ASSERT_EQ(view.rows.size(), 4u);
     EXPECT_EQ(view.lengths, (std::vector<std::uint32_t>{2, 1, 0, 0}));
     std::vector<double> out(4);

@@ -16,13 +16,11 @@ using orvix::networks::WeightRules;
 using orvix::networks::WeightTable;
 
 void expectSame(const WeightTable& got, const WeightTable& expected, const std::string& what) {
-    ASSERT_EQ(got.weights.size(), expected.weights.size()) << what;
-    ASSERT_EQ(got.bias.size(), expected.bias.size()) << what;
-    for (std::size_t r = 0; r < got.bias.size(); ++r) {
-        ASSERT_EQ(got.weights[r].size(), expected.weights[r].size()) << what;
-        EXPECT_EQ(std::memcmp(got.weights[r].data(), expected.weights[r].data(),
-                              got.weights[r].size() * sizeof(double)),
-                  0)
+    ASSERT_EQ(got.rowCount(), expected.rowCount()) << what;
+    ASSERT_EQ(got.columns, expected.columns) << what;
+    const std::vector<const double*> gotRows = got.rows(), expectedRows = expected.rows();
+    for (std::size_t r = 0; r < got.rowCount(); ++r) {
+        EXPECT_EQ(std::memcmp(gotRows[r], expectedRows[r], got.columns * sizeof(double)), 0)
             << what << " row " << r;
         EXPECT_EQ(std::bit_cast<std::uint64_t>(got.bias[r]),
                   std::bit_cast<std::uint64_t>(expected.bias[r]))
@@ -122,11 +120,11 @@ TEST(WeightTable, ValuesOfBothRules) {
     const std::string path =
         files.write("t.tab", "VARS b 2 1\nFORMAT %f %f %f\n0.1 0.123456789 1\n");
     const WeightTable typed = orvix::networks::readWeightTable(path, WeightRules::typed, 3);
-    EXPECT_EQ(typed.weights,
+    EXPECT_EQ(typed.blocks,
               (std::vector<std::vector<double>>{{1.0, static_cast<double>(0.123456789f), 9999.0}}));
     EXPECT_EQ(typed.bias, std::vector<double>{static_cast<double>(0.1f)});
     const WeightTable text = orvix::networks::readWeightTable(path, WeightRules::text, 3);
-    EXPECT_EQ(text.weights, (std::vector<std::vector<double>>{{1.0, 0.123456789, 0.0}}));
+    EXPECT_EQ(text.blocks, (std::vector<std::vector<double>>{{1.0, 0.123456789, 0.0}}));
     EXPECT_EQ(text.bias, std::vector<double>{0.1});
 }
 
@@ -161,9 +159,8 @@ TEST(WeightTableDeathTest, FileThatCantBeRead) {
     NetworkFiles files;
     testing::internal::CaptureStderr();
     EXPECT_TRUE(orvix::networks::readWeightTable(files.path("none.tab"), WeightRules::typed, 3)
-                    .weights.empty());
-    EXPECT_TRUE(
-        orvix::networks::readWeightTable(files.dir(), WeightRules::typed, 3).weights.empty());
+                    .bias.empty());
+    EXPECT_TRUE(orvix::networks::readWeightTable(files.dir(), WeightRules::typed, 3).bias.empty());
     const std::string line = "\tFile Error: Can't open input file for reading\n";
     EXPECT_EQ(testing::internal::GetCapturedStderr(), line + line);
     EXPECT_END(orvix::networks::readWeightTable(files.path("none.tab"), WeightRules::text, 3), 0,
