@@ -23,6 +23,9 @@ struct Settings;
 struct ShiftInput;
 enum class ResultTable : int;
 }  // namespace orvix
+namespace orvix::networks {
+class NetworkWeights;
+}  // namespace orvix::networks
 namespace orvix::search {
 class Database;
 struct SearchInput;
@@ -150,6 +153,8 @@ class ORVIX {
     std::map<std::string, std::vector<double>> blosumScaled;  ///< 20 scores * 0.1, letters1 order
     std::map<std::string, std::vector<double>> blosumRaw;     ///< 20 scores, letters2 order
     std::map<std::string, CHI1ANN*> chi1Nets;  ///< letter -> chi1 network; owned; searchDB2
+    /// Letter -> weights of the model that stand in for a network without its own; searchDB2
+    std::map<char, std::shared_ptr<const orvix::networks::NetworkWeights>> chi1Weights;
 
     /// Cell `col` of row `row` of `weightTable`; 9999.0 without that row.
     double getWeight(const std::string& row, const std::string& col);

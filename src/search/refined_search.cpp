@@ -166,6 +166,21 @@ RotamerScores groupByRotamer(const ORVIX& run, const Candidates& typeMatches) {
     return groups;
 }
 
+/// Scores by a network object that holds its weights, else by those of the model. A run asks for
+/// these once, so that it says once what their loading has to say.
+std::vector<double> chi1Scores(ORVIX& run, CHI1ANN& network, char letter,
+                               const std::vector<std::vector<double>>& inputs) {
+    if (network.chi1Loaded) {
+        return network.runANNLevel1Batch(inputs);
+    }
+    std::shared_ptr<const orvix::networks::NetworkWeights>& weights = run.chi1Weights[letter];
+    if (weights == nullptr) {
+        weights = run.model->network(orvix::networks::filePrefix(network),
+                                     orvix::networks::chi1Kind(letter));
+    }
+    return orvix::networks::chi1Scores(weights->level(1), inputs);
+}
+
 void printGroups(const RotamerScores& groups, std::size_t candidates) {
     orvix::out() << " cluster-specific statistics for " << candidates << " chi1 prediction: \n";
     const std::pair<const char*, const char*> rotamers[] = {
@@ -238,14 +253,7 @@ int ORVIX::evalChi1WithANN(int res, std::map<double, int>& typeMatches) {
     if (inputs.empty()) {
         return 0;
     }
-    const std::vector<double> scores =
-        found->second->chi1Loaded
-            ? found->second->runANNLevel1Batch(inputs)
-            : orvix::networks::chi1Scores(model
-                                              ->network(orvix::networks::filePrefix(*found->second),
-                                                        orvix::networks::chi1Kind(letter[0]))
-                                              ->level(1),
-                                          inputs);
+    const std::vector<double> scores = chi1Scores(*this, *found->second, letter[0], inputs);
     for (std::size_t k = 0; k < scores.size(); ++k) {
         // No order among keys holds with one that is no number.
         if (!std::isnan(scores[k])) {
