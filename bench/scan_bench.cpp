@@ -14,8 +14,8 @@
 #include <string>
 #include <vector>
 
-#include "search/search_context.h"
 #include "search/triplet_scan.h"
+#include "search/triplet_search.h"
 #include "synthetic_database.h"
 
 namespace {
@@ -103,11 +103,11 @@ void scanBench(benchmark::State& state, orvix::search::ScanPath path) {
 }
 
 void wholeSearch(benchmark::State& state) {
-    const orvix::search::SearchContext context(setup->run);
+    const orvix::search::SearchInput input = setup->run.searchInput();
     std::size_t next = 0;
     for (auto _ : state) {
         const int res = setup->residues[next++ % setup->residues.size()];
-        benchmark::DoNotOptimize(orvix::search::searchResidue(context, res));
+        benchmark::DoNotOptimize(orvix::search::searchResidue(input, res));
     }
 }
 

@@ -149,13 +149,11 @@ inline void prepareRun(ORVIX& run, DB* db, int length, unsigned seed) {
     }
     run.firstResid = 1;
     run.lastResid = length;
-    run.shiftMatrix = new double*[static_cast<std::size_t>(length)];
-    run.shiftMatrix[0] = new double[static_cast<std::size_t>(length) * 6];
+    run.provideShiftMatrix(static_cast<std::size_t>(length));
     for (int r = 1; r <= length; ++r) {
         const int row = start + r - 1;
         run.seqChar[r] = db->resNames[row];
-        double* const shifts = run.shiftMatrix[0] + (r - 1) * 6;
-        run.shiftMatrix[r - 1] = shifts;
+        double* const shifts = run.shiftMatrix[r - 1];
         for (int atom = 0; atom < 6; ++atom) {
             shifts[atom] =
                 db->shifts[row][2 * atom + 1] == 0.0F

@@ -35,6 +35,7 @@
 #include "networks/network_input.h"
 #include "networks/phi_psi_input.h"
 #include "run/orvix.h"
+#include "shifts/observed_triplets.h"
 #include "structure/pdb.h"
 
 namespace {
@@ -48,7 +49,6 @@ using orvix::tool::Row;
 using orvix::tool::ScratchDirectory;
 
 constexpr int atomCount = 6;
-constexpr int observedLimit = 24000;  // rows that a run has room for, row 0 unused
 const std::string knownLetters = "ACDEFGHIKLMNPQRSTVWYch";
 
 // ---- the work directory -------------------------------------------------------------------------
@@ -281,7 +281,8 @@ int triplets(const std::vector<std::string>& args) {
         fail("triplets WORK TABLES OUT [ROWS]");
     }
     const fs::path work = args[0];
-    const int wanted = args.size() > 3 ? orvix::textToInt(args[3]) : observedLimit - 1;
+    const int wanted =
+        args.size() > 3 ? orvix::textToInt(args[3]) : orvix::shifts::ObservedTriplets::rowLimit - 1;
     const ScratchDirectory scratch;
     struct Triplet {
         int known = 0;
@@ -417,54 +418,6 @@ void thinOut(ORVIX& run, Random& random) {
     }
 }
 
-/// The observed triplets, loaded once and lent to run after run.
-class Triplets {
-  public:
-    explicit Triplets(const std::string& file, const std::map<int, std::string>& atoms) {
-        table_.loadGDB(file);
-        for (auto& [number, row] : table_.entries) {
-            sources_.push_back(row["SOURCE"]);
-            for (int k = 1; k <= 3; ++k) {
-                names_.push_back(row["RESNAME_R" + std::to_string(k)]);
-                for (const auto& [key, atom] : atoms) {
-                    shifts_.push_back(orvix::textToDouble(row[atom + "_R" + std::to_string(k)]));
-                }
-            }
-        }
-        if (sources_.size() >= static_cast<std::size_t>(observedLimit)) {
-            fail("too many triplets in " + file);
-        }
-    }
-    /// Rows of `excluded` sources are put out of reach, as a run does.
-    void lend(ORVIX& run, const std::set<std::string>& excluded) {
-        std::swap(run.obsCSTable, table_);
-        const auto rows = static_cast<std::size_t>(observedLimit);
-        run.obsShift = new double*[rows];
-        run.obsShift[0] = new double[rows * 18]();
-        run.obsResName = new std::string*[rows];
-        run.obsResName[0] = new std::string[rows * 4];
-        for (std::size_t i = 1; i < rows; ++i) {
-            run.obsShift[i] = run.obsShift[0] + i * 18;
-            run.obsResName[i] = run.obsResName[0] + i * 4;
-        }
-        for (std::size_t i = 0; i < sources_.size(); ++i) {
-            const bool out = excluded.count(sources_[i]) != 0;
-            for (std::size_t j = 0; j < 18; ++j) {
-                run.obsShift[i + 1][j] = out ? 99.0 : shifts_[i * 18 + j];
-            }
-            for (std::size_t k = 0; k < 3; ++k) {
-                run.obsResName[i + 1][k + 1] = names_[i * 3 + k];
-            }
-        }
-    }
-    void takeBack(ORVIX& run) { std::swap(run.obsCSTable, table_); }
-
-  private:
-    GDB table_;
-    std::vector<std::string> sources_, names_;
-    std::vector<double> shifts_;
-};
-
 int features(const std::vector<std::string>& args) {
     const std::string kind = args.size() > 3 ? args[3] : "full";
     if (args.size() < 3 || (kind == "drop") != (args.size() == 5) ||
@@ -480,7 +433,11 @@ int features(const std::vector<std::string>& args) {
     }
     fs::create_directories(work / "features");
     const ScratchDirectory scratch;
-    Triplets observed((fs::path(args[1]) / "orvix_obsCS.tab").string(), ORVIX().atomNames);
+    const GDB table((fs::path(args[1]) / "orvix_obsCS.tab").string());
+    if (table.entries.size() >= orvix::shifts::ObservedTriplets::rowLimit) {
+        fail("too many triplets in " + table.fileName);
+    }
+    const orvix::shifts::ObservedTriplets observed(table);
     NewFile list(work / "features" / (args[2] + ".tsv"));
     NewFile matrix(work / "features" / (args[2] + ".f32"));
     std::fprintf(list.get(), "id\tresid\tletter\tmissing\trow\tphi\tpsi\tchi1\n");
@@ -498,7 +455,10 @@ int features(const std::vector<std::string>& args) {
         }
         const auto run = runToSecondaryShifts(work / "tables" / (protein.id + ".tab"), args[1],
                                               scratch.path(), noProton, change);
-        observed.lend(*run, relatives[protein.cluster]);
+        run->takeTriplets(std::make_shared<const orvix::shifts::ObservedTriplets>(
+            observed, [&excluded = relatives[protein.cluster]](const std::string& source) {
+                return excluded.count(source) != 0;
+            }));
         std::map<int, Label> angles = anglesOf(work, protein, labels);
         const orvix::networks::ShiftsByResidue shifts = orvix::networks::clippedShifts(*run);
         for (int r = run->firstResid; r <= run->lastResid; ++r) {
@@ -516,7 +476,6 @@ int features(const std::vector<std::string>& args) {
                 ++rows;
             }
         }
-        observed.takeBack(*run);
     }
     matrix.finish();
     list.finish();

@@ -12,30 +12,16 @@ namespace {
 /// Filtered copies of large components that stay for the runs to come.
 constexpr std::size_t keptExclusions = 4;
 
-/// What is asked for without an exclusion stays for good, filtered copies make room for each other.
-template <class Value>
-struct Excludable {
-    LoadedOnce<Value> whole;
-    LoadedOnce<Value> filtered{keptExclusions};
-
-    template <class Load>
-    std::shared_ptr<const Value> get(const std::string& path, const std::string& excluded,
-                                     const Load& load) {
-        if (excluded.empty()) {
-            return whole.get(path, load);
-        }
-        return filtered.get(path + '\0' + excluded, load);
-    }
-};
-
 }  // namespace
 
 struct Model::Components {
     std::unique_ptr<const ModelSource> source;
     LoadedOnce<GDB> tables;
     LoadedOnce<networks::NetworkWeights> networks;
-    Excludable<shifts::ObservedTriplets> triplets;
-    Excludable<search::Database> databases;
+    LoadedOnce<shifts::ObservedTriplets> triplets;
+    LoadedOnce<shifts::ObservedTriplets> filteredTriplets{keptExclusions};
+    LoadedOnce<search::Database> databases;
+    LoadedOnce<search::Database> filteredDatabases{keptExclusions};
 };
 
 Model::Model() : Model(std::make_unique<TextSource>()) {}
@@ -53,8 +39,17 @@ std::shared_ptr<const GDB> Model::table(const std::string& path) const {
 
 std::shared_ptr<const shifts::ObservedTriplets> Model::observedTriplets(
     const std::string& path, const std::string& excluded) const {
-    return components_->triplets.get(
-        path, excluded, [&] { return components_->source->observedTriplets(path, excluded); });
+    const auto whole = components_->triplets.get(
+        path, [&] { return components_->source->observedTriplets(path); });
+    if (excluded.empty()) {
+        return whole;
+    }
+    return components_->filteredTriplets.get(path + '\0' + excluded, [&] {
+        return std::make_shared<const shifts::ObservedTriplets>(
+            *whole, [&excluded](const std::string& source) {
+                return excluded.find(source) != std::string::npos;
+            });
+    });
 }
 
 std::shared_ptr<const networks::NetworkWeights> Model::network(
@@ -65,8 +60,10 @@ std::shared_ptr<const networks::NetworkWeights> Model::network(
 
 std::shared_ptr<const search::Database> Model::database(const std::string& path,
                                                         const std::string& excluded) const {
-    return components_->databases.get(
-        path, excluded, [&] { return components_->source->database(path, excluded); });
+    LoadedOnce<search::Database>& databases =
+        excluded.empty() ? components_->databases : components_->filteredDatabases;
+    return databases.get(path + '\0' + excluded,
+                         [&] { return components_->source->database(path, excluded); });
 }
 
 }  // namespace orvix

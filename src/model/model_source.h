@@ -18,7 +18,7 @@ class ModelSource {
     virtual ~ModelSource() = default;
     virtual std::shared_ptr<const GDB> table(const std::string& path) const = 0;
     virtual std::shared_ptr<const shifts::ObservedTriplets> observedTriplets(
-        const std::string& path, const std::string& excluded) const = 0;
+        const std::string& path) const = 0;
     virtual std::shared_ptr<const networks::NetworkWeights> network(
         const std::string& prefix, const networks::NetworkKind& kind) const = 0;
     virtual std::shared_ptr<const search::Database> database(const std::string& path,
@@ -30,7 +30,7 @@ class TextSource : public ModelSource {
   public:
     std::shared_ptr<const GDB> table(const std::string& path) const override;
     std::shared_ptr<const shifts::ObservedTriplets> observedTriplets(
-        const std::string& path, const std::string& excluded) const override;
+        const std::string& path) const override;
     std::shared_ptr<const networks::NetworkWeights> network(
         const std::string& prefix, const networks::NetworkKind& kind) const override;
     std::shared_ptr<const search::Database> database(const std::string& path,

@@ -12,11 +12,8 @@ std::shared_ptr<const GDB> TextSource::table(const std::string& path) const {
 }
 
 std::shared_ptr<const shifts::ObservedTriplets> TextSource::observedTriplets(
-    const std::string& path, const std::string& excluded) const {
-    return std::make_shared<const shifts::ObservedTriplets>(
-        GDB(path), [&excluded](const std::string& source) {
-            return !excluded.empty() && excluded.find(source) != std::string::npos;
-        });
+    const std::string& path) const {
+    return std::make_shared<const shifts::ObservedTriplets>(GDB(path));
 }
 
 std::shared_ptr<const networks::NetworkWeights> TextSource::network(

@@ -11,6 +11,8 @@
 #include "networks/sequence_network.h"
 #include "networks/stage_network.h"
 #include "run/orvix.h"
+#include "run/predict.h"
+#include "shifts/residue_numbers.h"
 
 namespace {
 
@@ -55,9 +57,10 @@ void ORVIX::runSeqSS_Prediction() {
     orvix::out() << "Secondary structure prediction ..." << std::endl;
     int first = 1;
     if (!inFile.empty()) {
-        inTable.loadGDB(inFile);
+        inTable = orvix::readShiftInput(inFile).table;
         seq = inTable.residList;
         first = inTable.firstResid;
+        orvix::shifts::requireResidueNumbers(first, first, first);
     }
     std::map<int, std::vector<double>> profile;
     if (!blastCheckFile.empty()) {

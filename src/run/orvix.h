@@ -308,6 +308,8 @@ class ORVIX {
     void vinaClassificationCluster(std::vector<double>& phi, std::vector<double>& psi,
                                    int& consensus, std::vector<double>& weight,
                                    ClusterData& residueClusters);
+    /// Angles, spreads, order parameter and class of residue `res`.
+    orvix::summaries::PhiPsiRow summarize(int res);
     /// Writes the summary table.
     void vina();
     /// Writes the chi1 table.

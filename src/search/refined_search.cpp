@@ -83,9 +83,6 @@ void filterMatches(const ORVIX& run, int res, Candidates& matches, RawScores& ke
         if (++rank <= run.candidateMax) {
             cut = key;
         }
-        if (!isUsable(run, index)) {
-            continue;
-        }
         if (orvix::search::windowAgrees(window, *run.db, index, matchLimit)) {
             agreeing[key] = index;
         }
@@ -99,7 +96,8 @@ void filterMatches(const ORVIX& run, int res, Candidates& matches, RawScores& ke
     }
 }
 
-/// Fills the match lists of `res` from the lowest keys of `matches`.
+/// Fills the match lists of `res` from the lowest keys of `matches`. An index that can't be used
+/// has a rank all the same.
 void listMatches(ORVIX& run, int res, const Candidates& matches, const RawScores& keyOf) {
     run.matchPhi[res].clear();
     run.matchPsi[res].clear();

@@ -81,7 +81,7 @@ ProteinBlock proteinOf(const SearchInput& input, int row) {
 }
 
 /// Shift distance over similarity of the candidates with a score above 0. Candidates whose shifts
-/// give no number have no place.
+/// give no finite number have no place.
 RankedRows rerank(const SearchInput& input, const ScoredRows& scored, const QueryShifts& shifts) {
     std::vector<int> rows;
     rows.reserve(scored.size());
@@ -95,7 +95,7 @@ RankedRows rerank(const SearchInput& input, const ScoredRows& scored, const Quer
     for (std::size_t k = 0; k < rows.size(); ++k) {
         const double key =
             distances[k] / (input.windowLength * 6.0) / static_cast<double>(scored[k].first);
-        if (scored[k].first > 0.0F && !std::isnan(key)) {
+        if (scored[k].first > 0.0F && std::isfinite(key)) {
             keys.emplace_back(key, rows[k]);
         }
     }
@@ -170,7 +170,7 @@ void listChi1(const SearchInput& input, const ScoredRows& scored, const QueryShi
         const double distance =
             tripletDistance(shifts, *input.db, row, proteinOf(input, row)) * perTripletTerm;
         const double key = distance / static_cast<double>(score);
-        if (score > 0.0F && !std::isnan(key)) {
+        if (score > 0.0F && std::isfinite(key)) {
             keys.emplace_back(key, row);
         }
     }

@@ -25,8 +25,7 @@ std::array<std::string, 18> shiftColumns() {
 
 }  // namespace
 
-ObservedTriplets::ObservedTriplets(const GDB& table, const Excluded& excluded)
-    : shifts_(rowLimit, 18), names_(rowLimit, 4) {
+ObservedTriplets::ObservedTriplets(const GDB& table) : shifts_(rowLimit, 18), names_(rowLimit, 4) {
     const std::array<std::string, 18> columns = shiftColumns();
     const std::array<std::string, 3> nameColumns = {"RESNAME_R1", "RESNAME_R2", "RESNAME_R3"};
     middle_.reserve(std::min<std::size_t>(table.entries.size(), rowLimit));
@@ -35,10 +34,10 @@ ObservedTriplets::ObservedTriplets(const GDB& table, const Excluded& excluded)
             --count_;
             break;
         }
-        const bool out = excluded && excluded(tables::cellOf(&row, "SOURCE"));
+        sources_.push_back(tables::cellOf(&row, "SOURCE"));
         double* const shifts = shifts_.face()[count_];
         for (std::size_t j = 0; j < columns.size(); ++j) {
-            shifts[j] = out ? outOfReach : textToDouble(tables::cellOf(&row, columns[j]));
+            shifts[j] = textToDouble(tables::cellOf(&row, columns[j]));
         }
         for (std::size_t k = 0; k < nameColumns.size(); ++k) {
             names_.face()[count_][k + 1] = tables::cellOf(&row, nameColumns[k]);
@@ -47,6 +46,23 @@ ObservedTriplets::ObservedTriplets(const GDB& table, const Excluded& excluded)
         for (std::size_t atom = 0; atom < middle.size(); ++atom) {
             middle[atom] = tables::shiftFromText(tables::cellOf(&row, columns[6 + atom]));
         }
+    }
+}
+
+ObservedTriplets::ObservedTriplets(const ObservedTriplets& whole, const Excluded& excluded)
+    : count_(whole.count_),
+      shifts_(rowLimit, 18),
+      names_(rowLimit, 4),
+      middle_(whole.middle_),
+      sources_(whole.sources_) {
+    for (int row = 1; row <= count_; ++row) {
+        double* const shifts = shifts_.face()[row];
+        if (excluded(sources_[static_cast<std::size_t>(row) - 1])) {
+            std::fill_n(shifts, 18, outOfReach);
+        } else {
+            std::copy_n(whole.shifts_.face()[row], 18, shifts);
+        }
+        std::copy_n(whole.names_.face()[row], 4, names_.face()[row]);
     }
 }
 

@@ -22,7 +22,9 @@ class ObservedTriplets {
     /// Whether triplets of a structure are to be kept out of all averages.
     using Excluded = std::function<bool(const std::string& source)>;
 
-    explicit ObservedTriplets(const GDB& table, const Excluded& excluded = {});
+    explicit ObservedTriplets(const GDB& table);
+    /// A copy with the rows of excluded structures out of reach.
+    ObservedTriplets(const ObservedTriplets& whole, const Excluded& excluded);
 
     ObservedRows rows() const;
     /// Shift of `atom key` in the middle residue of the `row`th row, from 0; 9999.0 for none.
@@ -39,7 +41,8 @@ class ObservedTriplets {
     int count_ = 0;
     RowMatrix<double> shifts_;
     RowMatrix<std::string> names_;
-    std::vector<std::array<double, 6>> middle_;
+    std::vector<std::array<double, 6>> middle_;  ///< by row from 0
+    std::vector<std::string> sources_;           ///< by row from 0
 };
 
 }  // namespace orvix::shifts

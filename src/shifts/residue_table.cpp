@@ -14,6 +14,7 @@
 #include "base/streams.h"
 #include "run/orvix.h"
 #include "run/prediction.h"
+#include "shifts/residue_numbers.h"
 #include "structure/pdb.h"
 #include "tables/cells.h"
 
@@ -27,11 +28,6 @@ using orvix::tables::shiftText;
 
 constexpr double oxidisedFrom = 34.0;  // ppm, CB of a cysteine
 constexpr int toleratedMismatches = 4;
-
-// A stray number in the input (2000000000 for 20) would otherwise ask for a row per residue up to
-// it. Proteins are far below either limit.
-constexpr long long widestRange = 100'000;
-constexpr long long highestNumber = 1'000'000'000;
 
 bool isCysteine(const std::string& letter) {
     return letter == "c" || letter == "C";
@@ -121,33 +117,29 @@ void takeSequence(ORVIX& run) {
     }
 }
 
-[[noreturn]] void refuse(const std::string& message) {
-    throw orvix::RunEnd(orvix::EndReason::input, -1, message + "\n", message);
+[[noreturn]] void refuse(const std::string& words, const char* tail = ", exit ...") {
+    throw orvix::RunEnd(orvix::EndReason::input, -1, " " + words + tail + "\n", words);
 }
 
 void requireInput(const ORVIX& run) {
     if (run.seqLength == 0) {
-        refuse(" A full amino acid sequence is required in the DATA SEQUENCE header, exit ...");
+        refuse("A full amino acid sequence is required in the DATA SEQUENCE header");
     }
     if (run.inTable.varsCount == 0 || run.inTable.vars.empty()) {
-        refuse(" No entry found in the VARS header, exit ...");
+        refuse("No entry found in the VARS header");
     }
     if (run.inTable.entries.empty()) {
-        refuse(" No chemical shift data found in file " + run.inFile);
+        refuse("No chemical shift data found in file " + run.inFile, "");
     }
     for (const char* column : {"RESID", "RESNAME", "ATOMNAME", "SHIFT"}) {
         const auto& vars = run.inTable.vars;
         if (std::none_of(vars.begin(), vars.end(),
                          [column](const auto& var) { return var.second == column; })) {
-            refuse(std::string(" No column ") + column + " found in the VARS header, exit ...");
+            refuse(std::string("No column ") + column + " found in the VARS header");
         }
     }
-    if (std::abs(static_cast<long long>(run.seqFirstResid)) > highestNumber ||
-        std::abs(static_cast<long long>(run.seq.begin()->first)) > highestNumber ||
-        std::abs(static_cast<long long>(run.seq.rbegin()->first)) > highestNumber) {
-        refuse(" Residue numbers from " + std::to_string(run.seqFirstResid) +
-               " on are out of range, exit ...");
-    }
+    orvix::shifts::requireResidueNumbers(run.seqFirstResid, run.seq.begin()->first,
+                                         run.seq.rbegin()->first);
 }
 
 /// The CB shift decides on the state of a cysteine, whatever state the table or sequence names.
@@ -211,10 +203,11 @@ void narrowRange(ORVIX& run) {
         std::swap(run.firstResid, run.lastResid);
     }
     const long long width = static_cast<long long>(run.lastResid) - run.firstResid + 1;
-    if (width > widestRange || run.firstResid < -highestNumber || run.lastResid > highestNumber) {
-        refuse(" Residue range " + std::to_string(run.firstResid) + " to " +
+    if (width > orvix::shifts::widestRange || run.firstResid < -orvix::shifts::highestNumber ||
+        run.lastResid > orvix::shifts::highestNumber) {
+        refuse("Residue range " + std::to_string(run.firstResid) + " to " +
                std::to_string(run.lastResid) + " is too large, at most " +
-               std::to_string(widestRange) + " residues, exit ...");
+               std::to_string(orvix::shifts::widestRange) + " residues");
     }
 }
 

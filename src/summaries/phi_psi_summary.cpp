@@ -1,3 +1,5 @@
+// The torsion angles and classes of all residues.
+#include <cmath>
 #include <ostream>
 #include <vector>
 
@@ -10,73 +12,83 @@
 
 namespace {
 
-/// Angles and box of a residue in the reference structure.
-struct ReferenceAngles {
-    double phi = 0.0, psi = 0.0;
-    int box = 0;
+/// Angles of a residue in the known structure; those of no residue are missing.
+struct KnownAngles {
+    double phi = orvix::missingValue, psi = orvix::missingValue;
 };
 
-std::map<int, ReferenceAngles> referenceAngles(PDB& reference, int first, int last) {
-    std::map<int, ReferenceAngles> angles;
-    for (int r = first; r <= last; ++r) {
-        ReferenceAngles& residue = angles[r];
-        residue.phi = reference.getPhi(1, r);
-        residue.psi = reference.getPsi(1, r);
-        residue.box = orvix::summaries::referenceBox(residue.phi, residue.psi);
+KnownAngles knownAngles(const ORVIX& run, int residue) {
+    return {static_cast<double>(run.refPDB->getPhi(1, residue)),
+            static_cast<double>(run.refPDB->getPsi(1, residue))};
+}
+
+/// Whether a residue has a prediction: matches, and a place inside the range and the shifts.
+bool isPredicted(const ORVIX& run, int residue, const std::vector<double>& phi,
+                 const std::vector<double>& psi) {
+    const bool rim = residue == run.firstResid || residue == run.lastResid ||
+                     residue == run.firstCSResid || residue == run.lastCSResid;
+    return !rim && !(phi.empty() && psi.empty());
+}
+
+/// What the class of a predicted residue rests on, but for the order parameter. Of the known
+/// structure, residues inside the range of the shifts count.
+orvix::summaries::ClassEvidence evidenceFor(const ORVIX& run,
+                                            const orvix::summaries::PhiPsiRow& row) {
+    orvix::summaries::ClassEvidence evidence;
+    evidence.count = row.count;
+    evidence.candidateMax = run.candidateMax;
+    evidence.required = run.count;
+    evidence.phi = row.phi;
+    evidence.psi = row.psi;
+    evidence.phiSpread = row.phiSpread;
+    evidence.psiSpread = row.psiSpread;
+    evidence.disorderLimit = run.s2Limit;
+    evidence.hasReference = run.hasReference();
+    if (evidence.hasReference && row.residue > run.firstCSResid && row.residue < run.lastCSResid) {
+        evidence.referencePhi = row.referencePhi;
+        evidence.referencePsi = row.referencePsi;
+        evidence.referenceBox = orvix::summaries::referenceBox(row.referencePhi, row.referencePsi);
     }
-    return angles;
+    return evidence;
 }
 
 }  // namespace
 
-void ORVIX::vina() {
-    const bool compared = hasReference();
-    std::map<int, ReferenceAngles> reference;
-    if (compared) {
-        reference = referenceAngles(*refPDB, firstCSResid + 1, lastCSResid - 1);
+orvix::summaries::PhiPsiRow ORVIX::summarize(int res) {
+    orvix::summaries::PhiPsiRow row;
+    row.residue = res;
+    row.name = residueLabel(res);
+    row.shiftCount = 18 - missingAt(res - 1) - missingAt(res) - missingAt(res + 1);
+    if (hasReference()) {
+        const KnownAngles known = knownAngles(*this, res);
+        row.referencePhi = known.phi;
+        row.referencePsi = known.psi;
     }
+    if (!isPredicted(*this, res, matchPhi[res], matchPsi[res])) {
+        return row;
+    }
+    row.phi = getAVGAngle2(matchPhi[res]);
+    row.psi = getAVGAngle2(matchPsi[res]);
+    row.phiSpread = getSTDAngle(matchPhi[res]);
+    row.psiSpread = getSTDAngle(matchPsi[res]);
+    // The sum of scores that absurd shifts give can pass all bounds.
+    const double distance = getAverage(matchScore[res]);
+    row.distance = std::isfinite(distance) ? distance : orvix::missingValue;
+    row.count = matchCount[res];
+
+    const double disorder = s2[res] - 0.003;
+    row.s2 = 1.0 - (disorder > orvix::missingLimit ? 0.0 : disorder);
+    orvix::summaries::ClassEvidence evidence = evidenceFor(*this, row);
+    evidence.disorder = disorder;
+    row.classWord = orvix::summaries::classWord(evidence);
+    return row;
+}
+
+void ORVIX::vina() {
     orvix::out() << "Summarizing Phi/Psi Predictions ...\n";
-
+    phiPsiRows.clear();
     for (int r = firstResid; r <= lastResid; ++r) {
-        orvix::summaries::PhiPsiRow row;
-        row.residue = r;
-        row.name = residueLabel(r);
-        row.shiftCount = 18 - missingAt(r - 1) - missingAt(r) - missingAt(r + 1);
-        if (compared) {
-            row.referencePhi = static_cast<double>(refPDB->getPhi(1, r));
-            row.referencePsi = static_cast<double>(refPDB->getPsi(1, r));
-        }
-        const bool rim = r == firstResid || r == lastResid || r == firstCSResid || r == lastCSResid;
-        if (!rim && !(matchPhi[r].empty() && matchPsi[r].empty())) {
-            row.phi = getAVGAngle2(matchPhi[r]);
-            row.psi = getAVGAngle2(matchPsi[r]);
-            row.phiSpread = getSTDAngle(matchPhi[r]);
-            row.psiSpread = getSTDAngle(matchPsi[r]);
-            row.distance = getAverage(matchScore[r]);
-            row.count = matchCount[r];
-
-            const double disorder = s2[r] - 0.003;
-            row.s2 = 1.0 - (disorder > orvix::missingLimit ? 0.0 : disorder);
-
-            orvix::summaries::ClassEvidence evidence;
-            evidence.count = row.count;
-            evidence.candidateMax = candidateMax;
-            evidence.required = count;
-            evidence.phi = row.phi;
-            evidence.psi = row.psi;
-            evidence.phiSpread = row.phiSpread;
-            evidence.psiSpread = row.psiSpread;
-            evidence.hasReference = compared;
-            if (const auto known = reference.find(r); known != reference.end()) {
-                evidence.referenceBox = known->second.box;
-                evidence.referencePhi = known->second.phi;
-                evidence.referencePsi = known->second.psi;
-            }
-            evidence.disorder = disorder;
-            evidence.disorderLimit = s2Limit;
-            row.classWord = orvix::summaries::classWord(evidence);
-        }
-        phiPsiRows[r] = row;
+        phiPsiRows[r] = summarize(r);
     }
     writeTable(orvix::ResultTable::phiPsi);
 }

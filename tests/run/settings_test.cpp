@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <memory>
+#include <sstream>
 
 #include "run/command_line.h"
 #include "run/orvix.h"
@@ -131,19 +132,25 @@ TEST(Settings, NumbersAndSwitches) {
     EXPECT_FALSE(run->noOxiCysCheck);
 }
 
+TEST(Settings, WindowsOfOneRowAreAllowed) {
+    for (const char* length : {"1", "2", "8"}) {
+        EXPECT_EQ(settled({{"len", length}})->alignLen, std::atoi(length));
+    }
+}
+
 TEST(SettingsDeathTest, EndsOfTheProcess) {
     EXPECT_END(settled({{"help", "help"}}), -1,
                "^Input Options:\n -in           \\[None\\]         Input Shift Table.\n");
-    for (const char* length : {"2", "9", "0", "-3", "x"}) {
-        EXPECT_END(settled({{"len", length}}), -1, "out of range");
+    for (const char* length : {"9", "0", "-3", "x"}) {
+        EXPECT_END(settled({{"len", length}}), -1, "out of range, use 1 to 8\n$");
     }
-    // A reference that can't be read is reported and the run goes on.
-    EXPECT_END(
-        {
-            settled({{"ref", "missing.pdb"}});
-            std::exit(7);
-        },
-        7, "\tNo reference structure loaded!\n");
+}
+
+TEST(Settings, AnUnreadableReferenceIsReportedAlone) {
+    std::ostringstream lines, warnings;
+    const orvix::ScopedStreams streams({&lines, &warnings});
+    EXPECT_FALSE(settled({{"ref", "missing.pdb"}})->hasReference());
+    EXPECT_THAT(warnings.str(), testing::EndsWith("\tNo reference structure loaded!\n"));
 }
 
 }  // namespace

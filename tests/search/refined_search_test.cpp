@@ -48,11 +48,9 @@ class RefinedSearch : public testing::Test {
         }
         run_.firstResid = 8;
         run_.lastResid = 14;
-        run_.shiftMatrix = new double*[7];
-        run_.shiftMatrix[0] = new double[42];
+        run_.provideShiftMatrix(7);
         for (int r = 8; r <= 14; ++r) {
-            double* const shifts = run_.shiftMatrix[0] + 6 * (r - 8);
-            run_.shiftMatrix[r - 8] = shifts;
+            double* const shifts = run_.shiftMatrix[r - 8];
             for (int atom = 0; atom < 6; ++atom) {
                 shifts[atom] = atom == 2 ? 9999.0 : 0.1 * r + 0.01 * atom;
             }
@@ -104,7 +102,8 @@ TEST_F(RefinedSearch, TrustedNeighboursRejectCandidates) {
     predict(12, 280.0, 0.0);
     matches = {{1.0, 0}, {2.0, 1}, {3.0, 5}};
     run_.searchDB2(res, matches, none_);
-    EXPECT_EQ(matches, (Map{{2.0, 1}, {3.0, 5}}));
+    EXPECT_EQ(matches, (Map{{1.0, 0}, {2.0, 1}, {3.0, 5}}));
+    EXPECT_EQ(run_.matchPhi[res], (std::vector<double>{-0.25, -1.25}));
 
     // No prediction at a trusted position rejects all, an untrusted one none.
     predict(12, 9999.0, 0.0);
@@ -170,7 +169,9 @@ TEST_F(RefinedSearch, UnusableRowsCountForTheRankOnly) {
     Map matches = {{1.0, 0}, {2.0, -4}, {3.0, 20}, {4.0, 2330111}, {5.0, rows}, {6.0, 21}};
     run_.candidateMax = 3;
     run_.searchDB2(res, matches, none_);
-    EXPECT_EQ(matches, (Map{{3.0, 20}, {6.0, 21}}));
+    EXPECT_EQ(matches, (Map{{1.0, 0}, {2.0, -4}, {3.0, 20}, {4.0, 2330111}}));
+    EXPECT_EQ(run_.matchScore[res], (std::vector<double>{3.0}));
+    EXPECT_EQ(run_.matchIndex[res], (std::map<int, int>{{3, 20}}));
     matches = {{-1.0, 0}, {-2.0, 22}, {-3.0, 20}};
     run_.matchIndex[res].clear();
     run_.searchDB2(res, matches, none_);

@@ -7,7 +7,6 @@
 #include "random_database.h"
 #include "run/orvix.h"
 #include "search/rerank.h"
-#include "search/search_context.h"
 
 namespace {
 
@@ -19,12 +18,9 @@ class Search : public testing::Test {
         sizeDatabase(*run_.db, rows);
         run_.firstResid = 1;
         run_.lastResid = static_cast<int>(letters.size());
-        run_.shiftMatrix = new double*[letters.size()];
-        run_.shiftMatrix[0] = new double[letters.size() * 6];
+        run_.provideShiftMatrix(letters.size());
         for (std::size_t k = 0; k < letters.size(); ++k) {
             run_.seqChar[static_cast<int>(k) + 1] = letters[k];
-            run_.shiftMatrix[k] = run_.shiftMatrix[0] + 6 * k;
-            std::fill_n(run_.shiftMatrix[k], 6, 9999.0);
         }
     }
     void cutBlocks() {

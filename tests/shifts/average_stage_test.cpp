@@ -1,7 +1,12 @@
+#include <memory>
+
 #include "search/db.h"
 #include "shift_fixture.h"
+#include "shifts/observed_triplets.h"
 
 namespace {
+
+using orvix::shifts::ObservedTriplets;
 
 /// Three alanines whose own shifts are all 0 but for the CB of the middle, which is missing, and
 /// four observed triplets.
@@ -44,25 +49,14 @@ class AverageStage : public ShiftRun {
         }
         std::string rows;
         for (const auto& [ca, cb] : middles) {
-            rows += "0 0 0 0 0 0 0 0 0 " + ca + " " + cb + " 0 0 0 0 0 0 0\n";
+            rows += "known A A A 0 0 0 0 0 0 0 0 0 " + ca + " " + cb + " 0 0 0 0 0 0 0\n";
         }
-        run.obsCSTable = tableFrom(vars + formats + "\n" + rows);
-        run.obsShift = new double*[24000];
-        run.obsShift[0] = new double[24000 * 18]();
-        run.obsResName = new std::string*[24000];
-        run.obsResName[0] = new std::string[24000 * 4];
-        for (int i = 0; i < 24000; ++i) {
-            run.obsShift[i] = run.obsShift[0] + i * 18;
-            run.obsResName[i] = run.obsResName[0] + i * 4;
-        }
-        for (const auto& [number, row] : run.obsCSTable.entries) {
-            run.obsShift[number][9] = std::stod(row.at("CA_R2"));
-            run.obsShift[number][10] = std::stod(row.at("CB_R2"));
-            for (int k = 1; k <= 3; ++k) {
-                run.obsResName[number][k] = "A";
-            }
-        }
+        triplets_ = tableFrom("VARS SOURCE RESNAME_R1 RESNAME_R2 RESNAME_R3" + vars.substr(4) +
+                              "\nFORMAT %s %s %s %s" + formats.substr(7) + "\n" + rows);
+        run.takeTriplets(std::make_shared<const ObservedTriplets>(triplets_));
     }
+
+    GDB triplets_;
 };
 
 TEST_F(AverageStage, MeansOverTheNearestRows) {
@@ -80,7 +74,8 @@ TEST_F(AverageStage, MeansOverTheNearestRows) {
     ASSERT_TRUE(run.calcAverageCS_orig(3, average));
     EXPECT_EQ(average["CB"], 5.0);
     // Another residue name at the first place puts the nearest row behind.
-    run.obsResName[2][1] = "G";
+    triplets_.entries[2]["RESNAME_R1"] = "G";
+    run.takeTriplets(std::make_shared<const ObservedTriplets>(triplets_));
     ASSERT_TRUE(run.calcAverageCS_orig(3, average));
     EXPECT_EQ(average["CB"], 3.0);
 }
@@ -95,8 +90,13 @@ TEST_F(AverageStage, OnlyInsideTheRange) {
     EXPECT_TRUE(average.empty());
     // A row whose shifts were put at a distance may still be near enough; its cells count.
     run.missingCount[2] = run.missingCount[3] = 0;
-    run.atomPosWeight[10] = 1e-4;
-    run.obsShift[1][9] = 99.0;
+    for (double& weight : run.atomPosWeight) {
+        weight = 1e-4;
+    }
+    run.takeTriplets(std::make_shared<const ObservedTriplets>(
+        *run.triplets, [](const std::string& source) { return source == "known"; }));
+    EXPECT_EQ(run.obsShift[1][9], 99.0);
+    EXPECT_EQ(run.obsResName[1][2], "A");
     ASSERT_TRUE(run.calcAverageCS_orig(3, average));
     EXPECT_EQ(average["CA"], 1.0);
     EXPECT_EQ(average["CB"], 7.0);

@@ -235,7 +235,11 @@ TEST_F(ResidueTable, OffsetsAreOnlyReportedOtherwise) {
 }
 
 TEST_F(ResidueTableDeathTest, EndsWithStatusMinusOne) {
-    const auto ends = [this](const char* message) { EXPECT_END(run.getResInfo(), -1, message); };
+    const auto ends = [this](const char* message) {
+        run.firstResid = -999999;
+        run.lastResid = 999999;
+        EXPECT_END(run.getResInfo(), -1, message);
+    };
     setInput("", "1 A N 1\n");
     ends("^ A full amino acid sequence is required in the DATA SEQUENCE header, exit ...\n$");
     setInput("A", "");
