@@ -1,30 +1,31 @@
-#!/usr/bin/python3
 """Builds the whole data directory from a directory of source proteins.
 
-    tools/build_data.py SOURCE --work WORK [--steps clean,tables,...] [--again STEP]
+    tools/run.py data.build SOURCE --work WORK [--steps clean,tables,...] [--again STEP]
 
-Runs the steps below in order and marks each finished one in WORK/steps, so that a broken-off build goes on where it
-stopped. `--again STEP` runs a step and all after it anew; `--steps` limits the run to some. With no new training
-(`--steps clean,tables,structures,chains,triplets,features,shifts,database,pack`) the whole takes a few minutes.
+Runs the steps below in order and marks each finished one in WORK/steps, so that a broken-off build
+goes on where it stopped. `--again STEP` runs a step and all after it anew; `--steps` limits the run
+to some. With no new training (`--steps
+clean,tables,structures,chains,triplets,features,shifts,database,pack`) the whole takes a few
+minutes.
 
-    clean       cleaning.py: cleaned shift tables and labels
-    tables      reference_tables.py: small reference tables, scales of the search
+    clean       data.cleaning: cleaned shift tables and labels
+    tables      data.reference_tables: small reference tables, scales of the search
     structures  reduced reference structures
-    chains      structure_chains.py: chains of known structure without shifts, kinship of all
+    chains      data.chains: chains of known structure without shifts, kinship of all
     triplets    orvix_obsCS.tab
     features    network input of all proteins, complete and thinned out
-    shifts      train_shifts.py: shifts computed for the chains without, for database and training
+    shifts      training.shifts: shifts computed for the chains without, for database and training
     database    orvix.tab
-    unlabelled  unlabelled.py, train_teacher.py: proteins with shifts alone and what a larger network expects of them
-    surface     train_surface.py: surf20, surf20_hyb
-    secondary   train_secondary.py: ss, ss.center, ss.prev, ss.next, ss5
-    sequence    train_sequence.py: seqSS, seqSS15
-    chi1        train_chi1.py: chi1_* networks, chi1.tab
+    unlabelled  data.unlabelled, training.teacher: proteins with shifts alone, and their labels
+    surface     surface.py: surf20, surf20_hyb
+    secondary   secondary.py: ss, ss.center, ss.prev, ss.next, ss5
+    sequence    training.sequence: seqSS, seqSS15
+    chi1        training.chi1: chi1_* networks, chi1.tab
     pack        what ships: data/tab and data/packed
     examples    the bundled examples
 
-The result depends on SOURCE, the seeds in the scripts and the numerical libraries alone. docs/building-data.md tells
-what SOURCE holds.
+The result depends on SOURCE, the seeds in the scripts and the numerical libraries alone.
+docs/building-data.md tells what SOURCE holds.
 """
 
 import argparse
@@ -36,57 +37,74 @@ import shutil
 import subprocess
 import sys
 import tarfile
-import time
 
-import dataset
+from data import dataset
+from data.log import log
 
-TOOLS = os.path.dirname(os.path.abspath(__file__))
+TOOLS = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 ROOT = os.path.dirname(TOOLS)
 VARIANTS = ("full", "noproton", "dropA", "dropB", "dropC", "dropD")
-SMALL = ("randcoil", "rcadj", "rcprev", "rcnext", "isoadj", "sslimit", "homology", "weight", "BLOSUM62", "chi1")
+SMALL = (
+    "randcoil",
+    "rcadj",
+    "rcprev",
+    "rcnext",
+    "isoadj",
+    "sslimit",
+    "homology",
+    "weight",
+    "BLOSUM62",
+    "chi1",
+)
 # Networks of one archive, so that a change in one kind leaves the others alone.
-ARCHIVES = {"database": ("orvix.tab",), "triplets": ("orvix_obsCS.tab",), "surface": ("surf20",), "chi1": ("chi1_",),
-            "sequence": ("seqSS",), "secondary": ("ss",)}
+ARCHIVES = {
+    "database": ("orvix.tab",),
+    "triplets": ("orvix_obsCS.tab",),
+    "surface": ("surf20",),
+    "chi1": ("chi1_",),
+    "sequence": ("seqSS",),
+    "secondary": ("ss",),
+}
+# Source records of the bundled examples, and their titles.
 EXAMPLES = {
     "ci2": ("b4974_2sniI", "Chymotrypsin inhibitor 2"),
     "fgf2": ("b4091_4fgfA", "Basic fibroblast growth factor"),
 }
 
 
-def log(text):
-    print(time.strftime("%H:%M:%S"), text, file=sys.stderr, flush=True)
-
-
 class Build:
     def __init__(self, args):
         self.source, self.work, self.out, self.tool = args.source, args.work, args.out, args.tool
+        self.backbones = args.backbones
         self.tables = os.path.join(self.work, "tab")
         self.state = os.path.join(self.work, "training")
         self.cross = os.path.join(self.work, "cross")
 
     def script(self, name, *args):
-        subprocess.run([sys.executable, os.path.join(TOOLS, name), *args], check=True)
+        subprocess.run([sys.executable, os.path.join(TOOLS, "run.py"), name, *args], check=True)
 
     def data(self, *args):
         subprocess.run([self.tool, *args], check=True)
 
     def clean(self):
-        self.script("cleaning.py", self.source, self.work)
+        self.script("data.cleaning", self.source, self.work)
         with gzip.open(os.path.join(self.work, "labels.tsv.gz"), "rb") as packed:
             with open(os.path.join(self.work, "labels.tsv"), "wb") as plain:
                 shutil.copyfileobj(packed, plain)
 
     def tables_(self):
-        self.script("reference_tables.py", self.source, self.work, self.tables)
+        self.script("data.reference_tables", self.source, self.work, self.tables)
 
     def chains(self):
-        self.script("structure_chains.py", self.source, self.work)
+        self.script("data.chains", self.source, self.work, "--backbones", str(self.backbones))
 
     def structures(self):
         for row in dataset.read_tsv(os.path.join(self.work, "proteins.tsv")):
-            path = lambda sub: os.path.join(self.work, sub, row["id"] + ".pdb")  # noqa: E731
-            if os.path.exists(path("coords")):
-                self.data("reference", path("coords"), path("ref"))
+            coordinates = os.path.join(self.work, "coords", row["id"] + ".pdb")
+            if os.path.exists(coordinates):
+                self.data(
+                    "reference", coordinates, os.path.join(self.work, "ref", row["id"] + ".pdb")
+                )
 
     def database(self):
         self.data("database", self.work, self.tables, os.path.join(self.tables, "orvix.tab"))
@@ -100,35 +118,84 @@ class Build:
             self.data("features", self.work, self.tables, name, *kind)
 
     def shifts(self):
-        self.script("train_shifts.py", self.source, self.work)
+        self.script("training.shifts", self.work)
 
     def unlabelled(self):
         if not os.path.exists(os.path.join(self.source, "shifts_only_manifest.tsv")):
             return
-        self.script("unlabelled.py", self.source, self.work)
+        self.script("data.unlabelled", self.source, self.work)
         for name, *kind in (("full",), ("noproton", "noproton"), ("dropA", "drop", str(ord("A")))):
-            self.data("features", os.path.join(self.work, "unlabelled"), self.tables, name, *(kind or ["full"]))
-        self.script("train_teacher.py", "--work", self.work)
+            self.data(
+                "features",
+                os.path.join(self.work, "unlabelled"),
+                self.tables,
+                name,
+                *(kind or ["full"]),
+            )
+        self.script("training.teacher", "--work", self.work)
 
     def surface(self):
-        self.script("train_surface.py", "--work", self.work, "--state", os.path.join(self.state, "surface"),
-                    "--out", self.tables, "--cross", self.cross)
+        self.script(
+            "surface.py",
+            "--work",
+            self.work,
+            "--state",
+            os.path.join(self.state, "surface"),
+            "--out",
+            self.tables,
+            "--cross",
+            self.cross,
+        )
 
     def secondary(self):
-        self.script("train_secondary.py", "--work", self.work, "--state", os.path.join(self.state, "secondary"),
-                    "--out", self.tables, "--cross", self.cross)
+        self.script(
+            "secondary.py",
+            "--work",
+            self.work,
+            "--state",
+            os.path.join(self.state, "secondary"),
+            "--out",
+            self.tables,
+            "--cross",
+            self.cross,
+        )
 
     def sequence(self):
-        self.script("train_sequence.py", "seqSS", "seqSS15", "--source", self.source,
-                    "--state", os.path.join(self.state, "sequence"), "--out", self.tables)
+        self.script(
+            "training.sequence",
+            "seqSS",
+            "seqSS15",
+            "--source",
+            self.source,
+            "--state",
+            os.path.join(self.state, "sequence"),
+            "--out",
+            self.tables,
+        )
 
     def chi1(self):
         # chi1.tab is calibrated on the groups that the program itself forms.
-        self.script("train_chi1.py", "--database", os.path.join(self.tables, "orvix.tab"), "--work", self.work,
-                    "--proteins", os.path.join(self.work, "proteins.tsv"),
-                    "--labels", os.path.join(self.work, "labels.tsv.gz"),
-                    "--program", os.path.join(os.path.dirname(self.tool), "orvixn"), "--tables", self.tables,
-                    "--cross", self.cross, "--state", os.path.join(self.state, "chi1"), "--out", self.tables)
+        self.script(
+            "training.chi1",
+            "--database",
+            os.path.join(self.tables, "orvix.tab"),
+            "--work",
+            self.work,
+            "--proteins",
+            os.path.join(self.work, "proteins.tsv"),
+            "--labels",
+            os.path.join(self.work, "labels.tsv.gz"),
+            "--program",
+            os.path.join(os.path.dirname(self.tool), "orvixn"),
+            "--tables",
+            self.tables,
+            "--cross",
+            self.cross,
+            "--state",
+            os.path.join(self.state, "chi1"),
+            "--out",
+            self.tables,
+        )
 
     def pack(self):
         small, packed = os.path.join(self.out, "tab"), os.path.join(self.out, "packed")
@@ -153,24 +220,48 @@ class Build:
     def examples(self):
         directory = os.path.join(ROOT, "examples")
         os.makedirs(directory, exist_ok=True)
-        manifest = {row["id"]: row for row in dataset.read_tsv(os.path.join(self.source, "manifest.tsv"))}
+        manifest = {
+            row["id"]: row for row in dataset.read_tsv(os.path.join(self.source, "manifest.tsv"))
+        }
         for name, (pid, title) in EXAMPLES.items():
             info = manifest[pid]
-            origin = [f"{title}", f"Shifts: BMRB {info['bmrb']}, as re-referenced by RefDB" if info["referencing"] == "RefDB"
-                      else f"Shifts: BMRB {info['bmrb']}", f"Coordinates: PDB {info['pdb']} chain {info['pdb_chain']}"]
+            referencing = ", as re-referenced by RefDB" if info["referencing"] == "RefDB" else ""
+            origin = [
+                title,
+                f"Shifts: BMRB {info['bmrb']}{referencing}",
+                f"Coordinates: PDB {info['pdb']} chain {info['pdb_chain']}",
+            ]
             write_example(self.source, pid, origin, os.path.join(directory, name + ".tab"))
             coordinates = os.path.join(self.work, "example.pdb")
             with gzip.open(os.path.join(self.source, "proteins", pid + ".pdb.gz"), "rb") as packed:
                 with open(coordinates, "wb") as plain:
                     shutil.copyfileobj(packed, plain)
-            self.data("reference", coordinates, os.path.join(directory, name + ".pdb"), *origin,
-                      "Backbone and chi1 atoms, numbered as the shift table")
+            self.data(
+                "reference",
+                coordinates,
+                os.path.join(directory, name + ".pdb"),
+                *origin,
+                "Backbone and chi1 atoms, numbered as the shift table",
+            )
 
 
-STEPS = (("clean", Build.clean), ("tables", Build.tables_), ("structures", Build.structures), ("chains", Build.chains),
-         ("triplets", Build.triplets), ("features", Build.features), ("shifts", Build.shifts), ("database", Build.database),
-         ("unlabelled", Build.unlabelled), ("surface", Build.surface),
-         ("secondary", Build.secondary), ("sequence", Build.sequence), ("chi1", Build.chi1), ("pack", Build.pack), ("examples", Build.examples))
+STEPS = {
+    "clean": Build.clean,
+    "tables": Build.tables_,
+    "structures": Build.structures,
+    "chains": Build.chains,
+    "triplets": Build.triplets,
+    "features": Build.features,
+    "shifts": Build.shifts,
+    "database": Build.database,
+    "unlabelled": Build.unlabelled,
+    "surface": Build.surface,
+    "secondary": Build.secondary,
+    "sequence": Build.sequence,
+    "chi1": Build.chi1,
+    "pack": Build.pack,
+    "examples": Build.examples,
+}
 
 
 def write_archive(path, directory, names):
@@ -193,8 +284,21 @@ def write_protein_list(work, path):
     with open(path, "w") as out:
         out.write("source\tbmrb\tstructure\tkind\tcluster\tshifts\tresidues\tfilled_from\n")
         for row in dataset.read_tsv(os.path.join(work, "proteins.tsv")):
-            out.write("\t".join((row["source"], row["bmrb"], row["pdb"], row["kind"], row["cluster30"], row["n_shift"],
-                                 row["n_use"], row["merged"])) + "\n")
+            out.write(
+                "\t".join(
+                    (
+                        row["source"],
+                        row["bmrb"],
+                        row["pdb"],
+                        row["kind"],
+                        row["cluster30"],
+                        row["n_shift"],
+                        row["n_use"],
+                        row["merged"],
+                    )
+                )
+                + "\n"
+            )
 
 
 def write_chain_list(work, path):
@@ -225,22 +329,35 @@ def write_example(source, pid, remarks, path):
         out.write("\nDATA FIRST_RESID 1\n")
         for k in range(0, len(seq), 50):
             chunk = seq[k : k + 50]
-            out.write("DATA SEQUENCE " + " ".join(chunk[j : j + 10] for j in range(0, len(chunk), 10)) + "\n")
+            out.write(
+                "DATA SEQUENCE "
+                + " ".join(chunk[j : j + 10] for j in range(0, len(chunk), 10))
+                + "\n"
+            )
         out.write("\nVARS   RESID RESNAME ATOMNAME SHIFT\nFORMAT %4d %1s %4s %8.3f\n\n")
         for resid, letter, atom, ppm in rows:
             out.write(f"{resid:4d} {letter} {atom:>4s} {ppm:8.3f}\n")
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("source", help="directory with manifest.tsv, residues.tsv.gz, proteins/, reference/")
+    parser = argparse.ArgumentParser(
+        description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter
+    )
+    parser.add_argument(
+        "source", help="directory with manifest.tsv, residues.tsv.gz, proteins/, reference/"
+    )
     parser.add_argument("--work", required=True, help="directory for intermediate files")
     parser.add_argument("--out", default=os.path.join(ROOT, "data"), help="data directory to write")
-    parser.add_argument("--tool", default=os.path.join(ROOT, "build", "release", "bin", "orvix-data"))
+    parser.add_argument(
+        "--tool", default=os.path.join(ROOT, "build", "release", "bin", "orvix-data")
+    )
+    parser.add_argument(
+        "--backbones", type=int, default=0, help="most residues of chains without side chains"
+    )
     parser.add_argument("--steps", default="", help="comma separated; default all")
     parser.add_argument("--again", default="", help="run this step and all after it anew")
     args = parser.parse_args()
-    names = [name for name, _ in STEPS]
+    names = list(STEPS)
     wanted = args.steps.split(",") if args.steps else names
     for name in wanted + ([args.again] if args.again else []):
         if name not in names:
@@ -252,7 +369,7 @@ def main():
             if os.path.exists(os.path.join(marks, name)):
                 os.remove(os.path.join(marks, name))
     build = Build(args)
-    for name, step in STEPS:
+    for name, step in STEPS.items():
         mark = os.path.join(marks, name)
         if name not in wanted or os.path.exists(mark):
             continue

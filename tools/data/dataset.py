@@ -1,8 +1,9 @@
-"""Proteins with shifts and structure: reading of a source directory, reading and writing of a work directory.
+"""Proteins with shifts and structure: reading of a source directory, reading and writing of a work
+directory.
 
-A source directory holds `manifest.tsv`, `residues.tsv.gz` and, per record, `proteins/<id>.shifts.tsv` and
-`proteins/<id>.pdb.gz` (see docs/building-data.md). `load_records` reads it; cleaning.py makes of it what
-`write_work` and `load_work` keep.
+A source directory holds `manifest.tsv`, `residues.tsv.gz` and, per record,
+`proteins/<id>.shifts.tsv` and `proteins/<id>.pdb.gz` (see docs/building-data.md). `load_records`
+reads it; cleaning.py makes of it what `write_work` and `load_work` keep.
 """
 
 import csv
@@ -16,15 +17,23 @@ ATOMS = ("N", "HA", "C", "CA", "CB", "HN")
 N, HA, C, CA, CB, HN = range(6)
 LETTERS = "ACDEFGHIKLMNPQRSTVWY"
 MISSING_ANGLE = 9999.0
+OXIDISED_CB = 34.0  # ppm; a cysteine whose CB lies here or above is taken as bonded
 
-KIND_QUALITY = {"archive-file": 1.0, "archive-derived": 0.98, "processed": 0.88, "backbone-only": 0.85, "predicted": 0.7,
-                "related": 0.8}
+KIND_QUALITY = {
+    "archive-file": 1.0,
+    "archive-derived": 0.98,
+    "processed": 0.88,
+    "backbone-only": 0.85,
+    "predicted": 0.7,
+    "related": 0.8,
+}
 FLAG_QUALITY = {"solid-state": 0.7, "paramagnetic": 0.8, "micelle": 0.8, "deuterated?": 0.97}
 
 
 @dataclasses.dataclass
 class Protein:
-    """One protein. Arrays run over the residues 1..len(seq); NaN marks a missing value, angles are degrees."""
+    """One protein. Arrays run over the residues 1..len(seq); NaN marks a missing value, angles are
+    degrees."""
 
     id: str
     seq: str
@@ -75,12 +84,32 @@ def number(text):
     return float(text) if text not in ("", ".", None) else np.nan
 
 
+def read_blosum(source):
+    """BLOSUM62 score of two letters."""
+    rows = list(read_tsv(os.path.join(source, "reference", "blosum62.tsv")))
+    return {(r["res1"], c): float(r[c]) for r in rows for c in r if c != "res1"}
+
+
 def empty_record(pid, seq, info):
     """A protein of which nothing is known yet."""
     n = len(seq)
-    nan = lambda: np.full(n, np.nan)  # noqa: E731
-    return Protein(pid, seq, info, np.full((n, 6), np.nan), nan(), nan(), nan(), nan(), np.full(n, "", dtype="<U1"),
-                   np.zeros(n, bool), np.zeros(n, bool), nan(), np.zeros(n, bool), np.zeros(n, bool), np.zeros(6))
+    return Protein(
+        pid,
+        seq,
+        info,
+        shift=np.full((n, 6), np.nan),
+        phi=np.full(n, np.nan),
+        psi=np.full(n, np.nan),
+        omega=np.full(n, np.nan),
+        chi1=np.full(n, np.nan),
+        dssp=np.full(n, "", dtype="<U1"),
+        oxidised=np.zeros(n, bool),
+        mismatch=np.zeros(n, bool),
+        bfactor=np.full(n, np.nan),
+        use_phipsi=np.zeros(n, bool),
+        use_chi1=np.zeros(n, bool),
+        offsets=np.zeros(6),
+    )
 
 
 def set_shifts(p, i, row):
@@ -94,9 +123,10 @@ def set_shifts(p, i, row):
         p.shift[i, CB] = np.nan
     elif p.seq[i] == "P":
         p.shift[i, HN] = np.nan
-    # a cysteine that the coordinates show alone may be bonded in solution; its CB decides, as in a run
+    # a cysteine that the coordinates show alone may be bonded in solution; its CB decides, as in a
+    # run
     if p.seq[i] == "C" and not np.isnan(p.shift[i, CB]):
-        p.oxidised[i] = p.shift[i, CB] >= 34.0
+        p.oxidised[i] = p.shift[i, CB] >= OXIDISED_CB
 
 
 def _bfactors(path, length):
@@ -147,7 +177,9 @@ def load_records(source):
         i = int(row["resid"]) - 1
         if p is None or not 0 <= i < len(p.seq):
             continue
-        p.phi[i], p.psi[i], p.omega[i], p.chi1[i] = (number(row[c]) for c in ("phi", "psi", "omega", "chi1"))
+        p.phi[i], p.psi[i], p.omega[i], p.chi1[i] = (
+            number(row[c]) for c in ("phi", "psi", "omega", "chi1")
+        )
         p.dssp[i] = row["dssp8"] if row["dssp8"] not in (".", "") else ""
         set_shifts(p, i, row)
     return records
@@ -157,11 +189,17 @@ def load_records(source):
 
 
 def source_word(p):
-    """Name of a protein in the database, 18 characters: shift entry and structure code. One width, so none holds another."""
+    """Name of a protein in the database, 18 characters: shift entry and structure code. One width,
+    so none holds another."""
     entry, _, code = p.id.partition("_")
     number = entry.lstrip("b")
     head = f"b{int(number):05d}" if number.isdigit() else entry[:6]
     return f"{head:_<6s}_{code.upper()}".ljust(18, "_")
+
+
+def chain_word(chain):
+    """Name in the database of a chain without shifts."""
+    return f"s_{chain}".ljust(18, "_")
 
 
 def write_table(path, p, shift=None, title=None):
@@ -172,7 +210,11 @@ def write_table(path, p, shift=None, title=None):
         letters = p.letters
         for k in range(0, len(letters), 50):
             chunk = letters[k : k + 50]
-            out.write("DATA SEQUENCE " + " ".join(chunk[j : j + 10] for j in range(0, len(chunk), 10)) + "\n")
+            out.write(
+                "DATA SEQUENCE "
+                + " ".join(chunk[j : j + 10] for j in range(0, len(chunk), 10))
+                + "\n"
+            )
         out.write("\nVARS   RESID RESNAME ATOMNAME SHIFT\nFORMAT %4d %1s %4s %8.3f\n\n")
         for i, letter in enumerate(letters):
             for a, name in enumerate(ATOMS):
@@ -186,25 +228,43 @@ def write_work(proteins, source, work):
     for sub in ("tables", "coords", "ref", "features"):
         os.makedirs(os.path.join(work, sub), exist_ok=True)
     with open(os.path.join(work, "proteins.tsv"), "w") as out:
-        out.write("id\tsource\tcluster30\tgroup90\tsplit\tprimary\tweight\tkind\tn_shift\tn_use\tbmrb\tpdb\tmerged\ttitle\n")
+        out.write(
+            "id\tsource\tcluster30\tgroup90\tsplit\tprimary\tweight\tkind\t"
+            "n_shift\tn_use\tbmrb\tpdb\tmerged\ttitle\n"
+        )
         for p in proteins:
             known = int(np.sum(~np.isnan(p.shift)))
             weight = KIND_QUALITY[p.info["structure_kind"]]
             if p.info["structure_kind"] == "related":
                 weight = round(weight * float(p.info["identity"]), 3)
-            row = (p.id, source_word(p), p.info["cluster30"], p.info["group90"], p.info["split"], 1, weight,
-                   p.info["structure_kind"], known, int(p.use_phipsi.sum()), p.info["bmrb"],
-                   p.info["pdb"] + p.info["pdb_chain"], ",".join(p.merged) or ".", p.info["title"])
+            row = (
+                p.id,
+                source_word(p),
+                p.info["cluster30"],
+                p.info["group90"],
+                p.info["split"],
+                1,
+                weight,
+                p.info["structure_kind"],
+                known,
+                int(p.use_phipsi.sum()),
+                p.info["bmrb"],
+                p.info["pdb"] + p.info["pdb_chain"],
+                ",".join(p.merged) or ".",
+                p.info["title"],
+            )
             out.write("\t".join(map(str, row)) + "\n")
-    angle = lambda v: MISSING_ANGLE if np.isnan(v) else v  # noqa: E731
+    columns = ("phi", "psi", "omega", "chi1")
     with gzip.GzipFile(os.path.join(work, "labels.tsv.gz"), "wb", mtime=0) as raw:
         raw.write(b"id\tresid\tletter\tdssp8\tss\tuse_phipsi\tuse_chi1\tphi\tpsi\tomega\tchi1\n")
         for p in proteins:
             ss, letters = p.ss, p.letters
+            angles = np.nan_to_num(np.stack([getattr(p, c) for c in columns]), nan=MISSING_ANGLE)
             for i in range(len(p.seq)):
-                raw.write(f"{p.id}\t{i + 1}\t{letters[i]}\t{p.dssp[i] or '.'}\t{ss[i]}\t{int(p.use_phipsi[i])}\t"
-                          f"{int(p.use_chi1[i])}\t{angle(p.phi[i]):g}\t{angle(p.psi[i]):g}\t{angle(p.omega[i]):g}\t"
-                          f"{angle(p.chi1[i]):g}\n".encode())
+                cells = [p.id, str(i + 1), letters[i], p.dssp[i] or ".", ss[i]]
+                cells += [str(int(p.use_phipsi[i])), str(int(p.use_chi1[i]))]
+                cells += [f"{value:g}" for value in angles[:, i]]
+                raw.write(("\t".join(cells) + "\n").encode())
     for p in proteins:
         write_table(os.path.join(work, "tables", p.id + ".tab"), p)
         if p.info["structure_kind"] == "related":
@@ -223,14 +283,15 @@ def load_work(work):
         proteins[row["id"]][1].append(row)
     out = []
     for pid, (info, rows) in proteins.items():
-        n = len(rows)
-        angle = lambda c: np.array([np.nan if float(r[c]) > 999 else float(r[c]) for r in rows])  # noqa: E731
-        flag = lambda c: np.array([r[c] == "1" for r in rows])  # noqa: E731
         info["structure_kind"] = info["kind"]
-        p = Protein(pid, "".join(r["letter"].upper() for r in rows), info, np.full((n, 6), np.nan), angle("phi"),
-                    angle("psi"), angle("omega"), angle("chi1"), np.array([r["dssp8"].strip(".") for r in rows]),
-                    np.array([r["letter"] == "c" for r in rows]), np.zeros(n, bool), np.full(n, np.nan),
-                    flag("use_phipsi"), flag("use_chi1"), np.zeros(6))
+        p = empty_record(pid, "".join(r["letter"].upper() for r in rows), info)
+        for name in ("phi", "psi", "omega", "chi1"):
+            angles = np.array([float(r[name]) for r in rows])
+            setattr(p, name, np.where(angles > 999, np.nan, angles))
+        p.dssp = np.array([r["dssp8"].strip(".") for r in rows])
+        p.oxidised = np.array([r["letter"] == "c" for r in rows])
+        p.use_phipsi = np.array([r["use_phipsi"] == "1" for r in rows])
+        p.use_chi1 = np.array([r["use_chi1"] == "1" for r in rows])
         with open(os.path.join(work, "tables", pid + ".tab")) as stream:
             for line in stream:
                 words = line.split()
@@ -238,42 +299,4 @@ def load_work(work):
                     atom = "HA" if words[2] == "HA2" else words[2]
                     p.shift[int(words[0]) - 1, ATOMS.index(atom)] = float(words[3])
         out.append(p)
-    return out
-
-
-def load_features(work, variant):
-    """The feature dump `variant` of a work directory joined with its labels, as a dict of arrays over residues.
-
-    `chains` lists (start, stop) index ranges of consecutive residues that all have an input vector.
-    """
-    base = os.path.join(work, "features", variant)
-    matrix = np.fromfile(base + ".f32", dtype="<f4").reshape(-1, 32)
-    proteins = {row["id"]: row for row in read_tsv(os.path.join(work, "proteins.tsv"))}
-    labels = {(row["id"], row["resid"]): row for row in read_tsv(os.path.join(work, "labels.tsv.gz"))}
-    rows = [row for row in read_tsv(base + ".tsv") if row["row"] != "-1"]
-    out = {
-        "id": np.array([r["id"] for r in rows]),
-        "resid": np.array([int(r["resid"]) for r in rows]),
-        "letter": np.array([r["letter"] for r in rows]),
-        "missing": np.array([int(r["missing"]) for r in rows]),
-        "x": matrix[[int(r["row"]) for r in rows]],
-    }
-    for name in ("phi", "psi", "chi1"):
-        out[name] = np.array([float(r[name]) for r in rows])
-    empty = {"ss": ".", "use_phipsi": "0", "use_chi1": "0"}
-    joined = [labels.get((r["id"], r["resid"]), empty) for r in rows]
-    out["ss"] = np.array([{"H": 0, "E": 1, "C": 2}.get(j["ss"], 255) for j in joined], dtype=np.uint8)
-    out["use_phipsi"] = np.array([int(j["use_phipsi"]) for j in joined], dtype=bool)
-    out["use_chi1"] = np.array([int(j["use_chi1"]) for j in joined], dtype=bool)
-    out["cluster30"] = np.array([int(proteins[r["id"]]["cluster30"]) for r in rows])
-    out["split"] = np.array([int(proteins[r["id"]]["split"] == "dev") for r in rows])
-    out["primary"] = np.array([int(proteins[r["id"]]["primary"]) for r in rows])
-    out["kind"] = np.array([proteins[r["id"]]["kind"] for r in rows])
-    out["weight"] = np.array([float(proteins[r["id"]]["weight"]) for r in rows])
-    chains, start = [], 0
-    for i in range(1, len(rows) + 1):
-        if i == len(rows) or out["id"][i] != out["id"][i - 1] or out["resid"][i] != out["resid"][i - 1] + 1:
-            chains.append((start, i))
-            start = i
-    out["chains"] = chains
     return out

@@ -1,8 +1,10 @@
-"""Shared parts of the network trainers: members, input folding, weight tables, the phi/psi grid, resumable training.
+"""Shared parts of the network trainers: members, input folding, weight tables, the phi/psi grid,
+resumable training.
 
-A member is the three-layer perceptron that the program evaluates: a square tanh layer at the width of the
-input, a tanh layer of the hidden width, a linear output layer. It is trained on standardised inputs; the
-standardisation is folded into the first layer when the weights are written, so the program sees raw inputs.
+A member is the three-layer perceptron that the program evaluates: a square tanh layer at the width
+of the input, a tanh layer of the hidden width, a linear output layer. It is trained on standardised
+inputs; the standardisation is folded into the first layer when the weights are written, so the
+program sees raw inputs.
 """
 import os
 import time
@@ -11,20 +13,14 @@ import numpy as np
 import torch
 from torch import nn
 
-import box_share
-import dataset
+from data import boxes
+from data.log import log
 
 torch.set_num_threads(int(os.environ.get("OMP_NUM_THREADS", "2")))
 
-BOX_SHARE = np.array(box_share.BOX_SHARE)
+BOX_SHARE = np.array(boxes.BOX_SHARE)
 BOX_PRIOR = np.maximum(0.03, np.sqrt(BOX_SHARE)).astype(np.float32)
 BOX_CENTRES = np.arange(-170.0, 180.0, 20.0)
-
-PROFILE_LETTERS = "ACDEFGHIKLMNPQRSTVWY"
-
-
-def log(text):
-    print(time.strftime("%H:%M:%S"), text, flush=True)
 
 
 class Member(nn.Module):
@@ -41,7 +37,8 @@ class Member(nn.Module):
         self.register_buffer("scale", torch.ones(inputs))
 
     def standardise_on(self, sample, floor=1e-3):
-        """Takes the input's mean and spread from a sample of windows; columns that never vary stay as they are."""
+        """Takes the input's mean and spread from a sample of windows; columns that never vary stay
+        as they are."""
         sd = sample.std(0)
         self.mean.copy_(sample.mean(0))
         self.scale.copy_(torch.where(sd > floor, sd, torch.ones_like(sd)))
@@ -52,7 +49,10 @@ class Member(nn.Module):
 
     def layers(self, output_scale=None):
         """(weights, biases) of the three layers as the program needs them, in double precision."""
-        d = lambda p: p.detach().double().numpy()
+
+        def d(parameter):
+            return parameter.detach().double().numpy()
+
         mean, scale = d(self.mean), d(self.scale)
         wi = np.zeros((self.inputs, self.inputs))
         bi = np.zeros(self.inputs)
@@ -85,29 +85,56 @@ def write_layer(path, members, note):
         out.write("VARS " + " ".join(str(c) for c in range(1, columns + 1)) + " b\n")
         out.write("FORMAT" + " %f" * (columns + 1) + "\n\n")
         for weights, biases in members:
-            threshold = 2e-5 * (np.sqrt(np.mean(weights[np.any(weights != 0, 1)] ** 2)) if np.any(weights) else 1.0)
+            threshold = 2e-5 * (
+                np.sqrt(np.mean(weights[np.any(weights != 0, 1)] ** 2)) if np.any(weights) else 1.0
+            )
             for row, bias in zip(weights, biases):
                 if bias == 0.0 and not np.any(row):
                     out.write(empty)
                 else:
-                    out.write(" ".join(_number(v, threshold) for v in row) + " " + _number(bias, 1e-7) + "\n")
+                    out.write(
+                        " ".join(_number(v, threshold) for v in row)
+                        + " "
+                        + _number(bias, 1e-7)
+                        + "\n"
+                    )
     os.replace(path + ".part", path)
 
 
 def write_level(directory, name, level, members, output_scale=None):
-    """Writes the three layer tables of one level: `members` are trained Member objects, in ensemble order."""
+    """Writes the three layer tables of one level: `members` are trained Member objects, in ensemble
+    order."""
     os.makedirs(directory, exist_ok=True)
     layers = [m.layers(output_scale) for m in members]
     for index, suffix in enumerate(("WI", "WL1", "WL2")):
         path = os.path.join(directory, "%s.level%d.%s.tab" % (name, level, suffix))
-        write_layer(path, [l[index] for l in layers], "%s level %d %s" % (name, level, suffix))
+        write_layer(path, [of[index] for of in layers], "%s level %d %s" % (name, level, suffix))
 
 
-def fit(net, state_path, epoch_batches, loss_of, validate, epochs, rate, decay=0.0, patience=8, label="", seed=0):
+def set_rate(optimiser, rate, epoch, epochs):
+    """The learning rate falls along a cosine, to a fiftieth."""
+    for group in optimiser.param_groups:
+        group["lr"] = rate * (0.02 + 0.98 * 0.5 * (1 + np.cos(np.pi * epoch / epochs)))
+
+
+def fit(
+    net,
+    state_path,
+    epoch_batches,
+    loss_of,
+    validate,
+    epochs,
+    rate,
+    decay=0.0,
+    patience=8,
+    label="",
+    seed=0,
+):
     """Trains `net` with early stopping; resumes from, and finishes into, `state_path`.
 
-    epoch_batches(rng) yields batches, loss_of(net, batch) gives the loss, validate(net) a figure to be minimised.
-    The rate falls along a cosine. Returns the best validation figure; `net` holds the weights that gave it.
+    epoch_batches(rng) yields batches, loss_of(net, batch) gives the loss, validate(net) a figure to
+    be minimised. The rate falls along a cosine. Returns the best validation figure; `net` holds the
+    weights that gave it.
     """
     done = state_path + ".done.pt"
     if os.path.exists(done):
@@ -121,12 +148,16 @@ def fit(net, state_path, epoch_batches, loss_of, validate, epochs, rate, decay=0
         saved = torch.load(partial)
         net.load_state_dict(saved["net"])
         optimiser.load_state_dict(saved["optimiser"])
-        start, best, best_score, best_epoch = saved["next"], saved["best"], saved["score"], saved["best_epoch"]
+        start, best, best_score, best_epoch = (
+            saved["next"],
+            saved["best"],
+            saved["score"],
+            saved["best_epoch"],
+        )
     last_save = time.time()
     begun = time.time()
     for epoch in range(start, epochs):
-        for group in optimiser.param_groups:
-            group["lr"] = rate * (0.02 + 0.98 * 0.5 * (1 + np.cos(np.pi * epoch / epochs)))
+        set_rate(optimiser, rate, epoch, epochs)
         torch.manual_seed(seed * 1000 + epoch)
         net.train()
         total, count = 0.0, 0
@@ -143,13 +174,32 @@ def fit(net, state_path, epoch_batches, loss_of, validate, epochs, rate, decay=0
             best_score, best_epoch = score, epoch
             best = {k: v.clone() for k, v in net.state_dict().items()}
         if epoch % 5 == 4 or epoch + 1 == epochs:
-            log("%s epoch %d train %.5f held-out %.5f best %.5f (%d) %.0fs"
-                % (label, epoch + 1, total / max(1, count), score, best_score, best_epoch + 1, time.time() - begun))
+            log(
+                "%s epoch %d train %.5f held-out %.5f best %.5f (%d) %.0fs"
+                % (
+                    label,
+                    epoch + 1,
+                    total / max(1, count),
+                    score,
+                    best_score,
+                    best_epoch + 1,
+                    time.time() - begun,
+                )
+            )
         if epoch - best_epoch >= patience:
             break
         if time.time() - last_save > 60:
-            torch.save({"net": net.state_dict(), "optimiser": optimiser.state_dict(), "next": epoch + 1, "best": best,
-                        "score": best_score, "best_epoch": best_epoch}, partial)
+            torch.save(
+                {
+                    "net": net.state_dict(),
+                    "optimiser": optimiser.state_dict(),
+                    "next": epoch + 1,
+                    "best": best,
+                    "score": best_score,
+                    "best_epoch": best_epoch,
+                },
+                partial,
+            )
             last_save = time.time()
     net.load_state_dict(best)
     torch.save({"best": best, "score": best_score}, done)
@@ -158,38 +208,8 @@ def fit(net, state_path, epoch_batches, loss_of, validate, epochs, rate, decay=0
     return best_score
 
 
-SMALL_FOLDS = 20  # parts of the proteins by whole clusters; folds of a cross-validation are unions of them
-FOLDS = 4
-
-
-def small_folds(work, clusters):
-    """The small fold of each of `clusters` (numbers); the same in all trainers."""
-    rows = list(dataset.read_tsv(os.path.join(work, "proteins.tsv")))
-    names = np.repeat([int(r["cluster30"]) for r in rows], [max(1, int(r["n_use"])) for r in rows])
-    fold_of = dict(zip(names, cluster_folds(names, SMALL_FOLDS, 1)))
-    return np.array([fold_of[int(c)] for c in clusters])
-
-
-def fold_tables(cross, f):
-    """Directory of the networks that never saw fold f."""
-    return os.path.join(cross, "fold%d" % f)
-
-
-def cluster_folds(clusters, folds, seed):
-    """Assigns whole clusters to folds of about equal residue counts; returns the fold of each residue."""
-    rng = np.random.default_rng(seed)
-    names, sizes = np.unique(clusters, return_counts=True)
-    order = np.lexsort((rng.random(len(names)), -np.minimum(sizes, 200)))
-    load, fold_of = np.zeros(folds), {}
-    for i in order:
-        f = int(np.argmin(load))
-        fold_of[names[i]] = f
-        load[f] += sizes[i]
-    return np.array([fold_of[c] for c in clusters])
-
-
 def margin_mean(vectors):
-    """The program's ensemble mean: weights are the margin between the largest and the middle value."""
+    """The program's ensemble mean, weighted by the margin of the largest value over the next."""
     weights = [v.sort(1).values[:, 2:3] - v.sort(1).values[:, 1:2] for v in vectors]
     total = sum(weights)
     return sum(v * w for v, w in zip(vectors, weights)) / total.clamp(min=1e-9)
@@ -214,34 +234,3 @@ def q3(values, labels):
         of = labels == k
         parts.append("%s %.1f" % (name, 100 * (best[of] == k).float().mean() if of.any() else 0))
     return " ".join(parts) + " (n %d)" % len(labels)
-
-
-def window_index(chains, reach, padded):
-    """Rows of each residue's window of 2*reach+1 residues, -1 for a place beyond the chain's end.
-
-    Without `padded` only residues with a whole window are listed. Returns (centres, windows).
-    """
-    centres, windows = [], []
-    for start, stop in chains:
-        lead = 0 if padded else reach
-        for i in range(start + lead, stop - lead):
-            centres.append(i)
-            windows.append([j if start <= j < stop else -1 for j in range(i - reach, i + reach + 1)])
-    return np.array(centres, dtype=np.int64), np.array(windows, dtype=np.int64).reshape(len(centres), 2 * reach + 1)
-
-
-def read_dump(work, name):
-    """Feature dump of proteins without labels: residue vectors `x`, names, and index ranges of whole stretches."""
-    base = os.path.join(work, "features", name)
-    matrix = np.fromfile(base + ".f32", dtype="<f4").reshape(-1, 32)
-    rows = [r for r in dataset.read_tsv(base + ".tsv") if r["row"] != "-1"]
-    ids, resid = np.array([r["id"] for r in rows]), np.array([int(r["resid"]) for r in rows])
-    breaks = np.flatnonzero((ids[1:] != ids[:-1]) | (np.diff(resid) != 1)) + 1
-    edges = [0, *breaks.tolist(), len(rows)]
-    return {"id": ids, "resid": resid, "x": matrix[[int(r["row"]) for r in rows]],
-            "chains": list(zip(edges[:-1], edges[1:]))}
-
-
-def load_features(work, name):
-    """Feature dump of one variant, through the data side's reader."""
-    return dataset.load_features(work, name)

@@ -1,7 +1,9 @@
-"""Share of residues by 20 degree box of the phi/psi plane (rows phi, columns psi, from -180), as the program has it.
+"""Share of residues by 20 degree box of the phi/psi plane (rows phi, columns psi, from -180), as
+the program has it.
 
-The program multiplies a network's output by the square root of the share, or by 0.03 where that is smaller, and calls
-a prediction far from a reference bad by 60 degrees where the share is at least 0.06, else by 80.
+The program multiplies a network's output by the square root of the share, or by 0.03 where that is
+smaller, and calls a prediction far from a reference bad by 60 degrees where the share is at least
+0.06, else by 80.
 """
 
 _TIMES_1E5 = (

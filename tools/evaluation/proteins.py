@@ -1,45 +1,51 @@
-#!/usr/bin/python3
 """Runs the real program on known proteins and holds its predictions against their structures.
 
-    tools/evaluate.py WORK PROGRAM TABLES OUT [--folds] [--split dev] [--source SOURCE [--as-given]] [--options=-noproton]
+    tools/run.py evaluation.proteins WORK PROGRAM TABLES OUT
+        [--folds] [--split dev] [--source SOURCE [--as-given]] [--options=-noproton]
 
-WORK is the directory that tools/build_data.py leaves (proteins.tsv, labels.tsv.gz, tables/), PROGRAM the built
-orvixn, TABLES a table directory, OUT a directory for the results (a protein that is already there is not run again).
-Every protein is run with the database rows of its relatives excluded (WORK/related.tsv: itself, its sequence cluster,
-and chains with a local alignment to it). Proteins with the angles of a relative (kind `related`) are never run.
+WORK is the directory that data.build leaves (proteins.tsv, labels.tsv.gz, tables/), PROGRAM the
+built orvixn, TABLES a table directory, OUT a directory for the results (a protein that is already
+there is not run again). Every protein is run with the database rows of its relatives excluded
+(WORK/related.tsv: itself, its sequence cluster, and chains with a local alignment to it). Proteins
+with the angles of a relative (kind `related`) are never run.
 
-With --folds TABLES holds fold0, fold1, ...: tables of networks that never saw the proteins of that fold, and every
-protein is run with those of its fold. Without, whether the networks know the protein is up to the caller.
-With --source files of the archive are told apart by the method of the structure. The tables of WORK were cleaned with
-the structure at hand (offsets, outliers); with --as-given the program gets the shifts as SOURCE has them.
+With --folds TABLES holds fold0, fold1, ...: tables of networks that never saw the proteins of that
+fold, and every protein is run with those of its fold. Without, whether the networks know the
+protein is up to the caller. With --source files of the archive are told apart by the method of the
+structure. The tables of WORK were cleaned with the structure at hand (offsets, outliers); with
+--as-given the program gets the shifts as SOURCE has them.
 
-"Served" are Strong, Generous and Dyn, as a share of the residues with a prediction (any class but None). "Wrong" are
-Strong and Generous that the program's own rule calls too far from a reference; rmsd is that of the others. The shares
-by the number of shifts are those of the residue itself; "enough" and "few" go by the shifts of the residue and its two
-neighbours (at least 10 or not). chi1 figures are for residues with 9 and more of these, unless they say "all
-residues". All +- are bootstrap errors over whole sequence clusters.
+"Served" are Strong, Generous and Dyn, as a share of the residues with a prediction (any class but
+None). "Wrong" are Strong and Generous that the program's own rule calls too far from a reference;
+rmsd is that of the others. The shares by the number of shifts are those of the residue itself;
+"enough" and "few" go by the shifts of the residue and its two neighbours (at least 10 or not). chi1
+figures are for residues with 9 and more of these, unless they say "all residues". All +- are
+bootstrap errors over whole sequence clusters.
 """
 import argparse
 import collections
 import concurrent.futures
-import csv
-import gzip
 import os
 import subprocess
 
 import numpy as np
 
-import evaluate_counts
+from data import dataset
+from data.dataset import read_tsv
+from data.folds import FOLDS, fold_tables, small_folds
+from evaluation import counts
 
 SAMPLES = 500
 SHIFT_GROUPS = ("6 shifts", "5 shifts", "4 shifts", "3 shifts", "fewer than 3", "enough", "few")
-SUMMARY = (("served", "% served"), ("wrong", "% wrong, all"), ("phi", "rmsd phi, all"), ("psi", "rmsd psi, all"),
-           ("Q3 shifts", "Q3 shifts"), ("chi1 called", "chi1 % called"), ("right", "chi1 % right of the called"))
-
-
-def rows_of(path):
-    with (gzip.open(path, "rt") if path.endswith(".gz") else open(path)) as table:
-        yield from csv.DictReader(table, delimiter="\t", quoting=csv.QUOTE_NONE)
+SUMMARY = (
+    ("served", "% served"),
+    ("wrong", "% wrong, all"),
+    ("phi", "rmsd phi, all"),
+    ("psi", "rmsd psi, all"),
+    ("Q3 shifts", "Q3 shifts"),
+    ("chi1 called", "chi1 % called"),
+    ("right", "chi1 % right of the called"),
+)
 
 
 def run_protein(args, protein, excluded):
@@ -47,16 +53,21 @@ def run_protein(args, protein, excluded):
     if os.path.exists(os.path.join(out, "predAll.tab")):
         return
     os.makedirs(out, exist_ok=True)
-    command = [args.program, "-tabDir", os.path.abspath(protein["tables"]),
-               "-in", os.path.abspath(os.path.join(args.shifts, protein["id"] + ".tab")),
-               "-excl", excluded] + args.options.split()
+    command = [
+        args.program,
+        "-tabDir",
+        os.path.abspath(protein["tables"]),
+        "-in",
+        os.path.abspath(os.path.join(args.shifts, protein["id"] + ".tab")),
+        "-excl",
+        excluded,
+    ] + args.options.split()
     with open(os.path.join(out, "log"), "w") as log:
         subprocess.run(command, cwd=out, stdout=log, stderr=log, check=False)
 
 
 def write_given(args, proteins):
     """Shift tables of the proteins as they stand in the source."""
-    import dataset
     args.shifts = os.path.join(args.out, "tables")
     os.makedirs(args.shifts, exist_ok=True)
     records = dataset.load_records(args.source)
@@ -74,7 +85,9 @@ def totals(proteins):
     for p in proteins:
         for name, value in p["count"].items():
             counts[place[p["cluster30"]], column[name]] += value
-    draws = np.random.default_rng(1).multinomial(len(clusters), [1.0 / len(clusters)] * len(clusters), SAMPLES)
+    draws = np.random.default_rng(1).multinomial(
+        len(clusters), [1.0 / len(clusters)] * len(clusters), SAMPLES
+    )
     if len(clusters) == 1:
         draws = draws * np.nan  # one cluster says nothing about the error
     sums = np.vstack([np.ones(len(clusters)), draws]) @ counts
@@ -86,13 +99,14 @@ def share(part, whole):
 
 
 def surest_right(total, group, part):
-    """Share right among the `part` of the residues whose largest probability is highest; equal ones count in part."""
+    """Share right among the `part` of the residues whose largest probability is highest; equal ones
+    count in part."""
     head = "chi1 top %s " % group
     tops = sorted((name for name in total if name.startswith(head)), reverse=True)
     if not tops:
         return np.full(SAMPLES + 1, np.nan)
     n = np.array([total[name] for name in tops])
-    right = np.array([total["chi1 top right " + name[len("chi1 top "):]] for name in tops])
+    right = np.array([total["chi1 top right " + name[len("chi1 top ") :]] for name in tops])
     wanted = part * n.sum(0)
     taken = np.clip(wanted - (np.cumsum(n, 0) - n), 0.0, n)
     return share((np.divide(taken, n, out=np.zeros_like(n), where=n > 0) * right).sum(0), wanted)
@@ -108,7 +122,9 @@ def figures(total):
         n, wrong = total["n " + name], total["wrong " + name]
         f["% wrong, " + name] = share(wrong, n)
         for angle in ("phi", "psi"):
-            f["rmsd %s, %s" % (angle, name)] = np.sqrt(share(total[angle + "2 " + name], n - wrong) / 100.0)
+            f["rmsd %s, %s" % (angle, name)] = np.sqrt(
+                share(total[angle + "2 " + name], n - wrong) / 100.0
+            )
     f["% 60 degrees and more off, all"] = share(total["beyond 60 all"], total["n all"])
     for group in SHIFT_GROUPS:
         f["% predicted, " + group] = share(total["searched " + group], total["residues " + group])
@@ -116,15 +132,21 @@ def figures(total):
         f["Q3, " + group] = share(total["ss right shifts " + group], total["ss shifts " + group])
     for name in ("all", "shifts", "sequence", "true H", "true E", "true C"):
         f["Q3 " + name] = share(total["ss right " + name], total["ss " + name])
-    f["segment overlap"] = share(sum(total["sov " + s] for s in "HEC"), sum(total["sov length " + s] for s in "HEC"))
+    f["segment overlap"] = share(
+        sum(total["sov " + s] for s in "HEC"), sum(total["sov length " + s] for s in "HEC")
+    )
     for state in "HEC":
         f["segment overlap " + state] = share(total["sov " + state], total["sov length " + state])
     for group, note in (("enough", ""), ("all", ", all residues")):
         f["chi1 % called" + note] = share(total["chi1 called " + group], total["chi1 " + group])
-        f["chi1 % right of the called" + note] = share(total["chi1 right " + group], total["chi1 called " + group])
+        f["chi1 % right of the called" + note] = share(
+            total["chi1 right " + group], total["chi1 called " + group]
+        )
         f["chi1 % best guess right" + note] = surest_right(total, group, 1.0)
         for part in (0.5, 0.3):
-            f["chi1 %% right of the surest %.0f %%%s" % (100 * part, note)] = surest_right(total, group, part)
+            f["chi1 %% right of the surest %.0f %%%s" % (100 * part, note)] = surest_right(
+                total, group, part
+            )
     return f
 
 
@@ -136,7 +158,9 @@ def error(values):
 def cell(values):
     if np.isnan(values[0]):
         return "-"
-    return "%.1f" % values[0] if np.isnan(error(values)) else "%.1f+-%.1f" % (values[0], error(values))
+    return (
+        "%.1f" % values[0] if np.isnan(error(values)) else "%.1f+-%.1f" % (values[0], error(values))
+    )
 
 
 def print_summaries(title, parts, errors):
@@ -146,30 +170,50 @@ def print_summaries(title, parts, errors):
         total = totals(proteins)
         f = figures(total)
         cells = [cell(f[key] if errors else f[key][:1]) for _, key in SUMMARY]
-        print("%-22s %8d %8d %s" % (name, len(proteins), total["residues all"][0],
-                                    "".join("%13s" % c for c in cells)))
+        print(
+            "%-22s %8d %8d %s"
+            % (name, len(proteins), total["residues all"][0], "".join("%13s" % c for c in cells))
+        )
 
 
 def print_shift_groups(total, f):
     columns = ("% predicted", "% served", "% wrong", "rmsd phi", "rmsd psi", "Q3")
-    print("\n%-14s residues %s  (Q3 of the residues decided by shifts)" % (
-        "shifts", "".join("%13s" % c for c in columns)))
+    print(
+        "\n%-14s residues %s  (Q3 of the residues decided by shifts)"
+        % ("shifts", "".join("%13s" % c for c in columns))
+    )
     for group in SHIFT_GROUPS:
         cells = [cell(f["%s, %s" % (column, group)]) for column in columns]
-        print("%-14s %8d %s" % (group, total["residues " + group][0],
-                                "".join("%13s" % c for c in cells)))
+        print(
+            "%-14s %8d %s"
+            % (group, total["residues " + group][0], "".join("%13s" % c for c in cells))
+        )
 
 
 def print_calibration(total):
-    print("\nsecondary structure, right by tenth of confidence: " + " ".join(
-        "%d:%.0f%%(%d)" % (t, share(total["ss right tenth %d" % t], total["ss tenth %d" % t])[0],
-                           total["ss tenth %d" % t][0]) for t in range(10) if total["ss tenth %d" % t][0]))
-    print("\nchi1, all residues: share for which the rotamer of a probability is the true one (number of "
-          "probabilities); Q: the three together")
+    print(
+        "\nsecondary structure, right by tenth of confidence: "
+        + " ".join(
+            "%d:%.0f%%(%d)"
+            % (
+                t,
+                share(total["ss right tenth %d" % t], total["ss tenth %d" % t])[0],
+                total["ss tenth %d" % t][0],
+            )
+            for t in range(10)
+            if total["ss tenth %d" % t][0]
+        )
+    )
+    print(
+        "\nchi1, all residues: share for which the rotamer of a probability is the true one "
+        "(number of probabilities); Q: the three together"
+    )
     for tenth in range(10):
         cells = []
-        for q in ("Q",) + tuple(evaluate_counts.ROTAMERS):
-            n, true, mean = (total["tenth %s%s %d" % (what, q, tenth)] for what in ("", "right ", "sum "))
+        for q in ("Q",) + tuple(counts.ROTAMERS):
+            n, true, mean = (
+                total["tenth %s%s %d" % (what, q, tenth)] for what in ("", "right ", "sum ")
+            )
             if q == "Q" and n[0]:
                 cells.append("mean %.3f" % (share(mean, n)[0] / 100.0))
             if n[0]:
@@ -178,41 +222,60 @@ def print_calibration(total):
     print("\nchi1 by type: residues, % called, % right of the called")
     for letter in "CDEFHIKLMNQRSTVWY":
         n, called = total["chi1 " + letter], total["chi1 called " + letter]
-        print("  %s %6d %6.1f %6.1f" % (letter, n[0], share(called, n)[0],
-                                        share(total["chi1 right " + letter], called)[0]))
+        print(
+            "  %s %6d %6.1f %6.1f"
+            % (letter, n[0], share(called, n)[0], share(total["chi1 right " + letter], called)[0])
+        )
 
 
 def parts_by(proteins, key):
-    return [(value, [p for p in proteins if p[key] == value]) for value in sorted({p[key] for p in proteins})]
+    return [
+        (value, [p for p in proteins if p[key] == value])
+        for value in sorted({p[key] for p in proteins})
+    ]
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser = argparse.ArgumentParser(
+        description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter
+    )
     for name in ("work", "program", "tables", "out"):
         parser.add_argument(name)
-    parser.add_argument("--folds", action="store_true", help="TABLES holds a directory for each fold")
-    parser.add_argument("--split", help="split of the proteins to run, or a comma list of ids (dev, with --folds all)")
+    parser.add_argument(
+        "--folds", action="store_true", help="TABLES holds a directory for each fold"
+    )
+    parser.add_argument(
+        "--split",
+        help="split of the proteins to run, or a comma list of ids (dev, with --folds all)",
+    )
     parser.add_argument("--source", help="directory of the source proteins")
-    parser.add_argument("--as-given", action="store_true", help="the shifts as the source has them, not cleaned")
+    parser.add_argument(
+        "--as-given", action="store_true", help="the shifts as the source has them, not cleaned"
+    )
     parser.add_argument("--options", default="", help="more options for the program")
     parser.add_argument("--jobs", type=int, default=2)
     args = parser.parse_args()
     args.program = os.path.abspath(args.program)
 
     split = args.split or ("" if args.folds else "dev")
-    proteins = [p for p in rows_of(os.path.join(args.work, "proteins.tsv")) if p["kind"] != "related"
-                and (not split or p["split"] == split or p["id"] in split.split(","))]
+    proteins = [
+        p
+        for p in read_tsv(os.path.join(args.work, "proteins.tsv"))
+        if p["kind"] != "related"
+        and (not split or p["split"] == split or p["id"] in split.split(","))
+    ]
     if not proteins:
         parser.error("no protein of the split " + split)
     for p in proteins:
         p["tables"] = args.tables
     if args.folds:
-        import networks_common  # needs torch, which a plain evaluation can do without
-        folds = networks_common.small_folds(args.work, [p["cluster30"] for p in proteins]) % networks_common.FOLDS
+        folds = small_folds(args.work, [p["cluster30"] for p in proteins]) % FOLDS
         for p, fold in zip(proteins, folds):
-            p["fold"], p["tables"] = str(fold), networks_common.fold_tables(args.tables, fold)
+            p["fold"], p["tables"] = str(fold), fold_tables(args.tables, fold)
     if args.source:
-        method = {row["id"]: row["method"] for row in rows_of(os.path.join(args.source, "manifest.tsv"))}
+        method = {
+            row["id"]: row["method"] for row in read_tsv(os.path.join(args.source, "manifest.tsv"))
+        }
         for p in proteins:
             p["kind"] += " " + method[p["id"]] if p["kind"] == "archive-file" else ""
     args.shifts = os.path.join(args.work, "tables")
@@ -221,19 +284,26 @@ def main():
             parser.error("--as-given needs --source")
         write_given(args, proteins)
     truth = collections.defaultdict(dict)
-    for row in rows_of(os.path.join(args.work, "labels.tsv.gz")):
+    for row in read_tsv(os.path.join(args.work, "labels.tsv.gz")):
         truth[row["id"]][int(row["resid"])] = row
-    related = {row["id"]: row["sources"] for row in rows_of(os.path.join(args.work, "related.tsv"))}
+    related = {
+        row["id"]: row["sources"] for row in read_tsv(os.path.join(args.work, "related.tsv"))
+    }
 
     with concurrent.futures.ThreadPoolExecutor(args.jobs) as pool:
         list(pool.map(lambda p: run_protein(args, p, related[p["id"]]), proteins))
     for p in proteins:
-        p["count"] = evaluate_counts.count_run(os.path.join(args.out, p["id"]), truth[p["id"]])
+        p["count"] = counts.count_run(os.path.join(args.out, p["id"]), truth[p["id"]])
     failed = [p["id"] for p in proteins if p["count"]["failed"]]
-    print("%d proteins, %d failed%s" % (len(proteins), len(failed), "".join(" " + name for name in failed)))
+    print(
+        "%d proteins, %d failed%s"
+        % (len(proteins), len(failed), "".join(" " + name for name in failed))
+    )
     if args.folds:
         print_summaries("fold", parts_by(proteins, "fold"), errors=False)
-    print_summaries("kind of structure", parts_by(proteins, "kind") + [("all", proteins)], errors=True)
+    print_summaries(
+        "kind of structure", parts_by(proteins, "kind") + [("all", proteins)], errors=True
+    )
     total = totals(proteins)
     f = figures(total)
     print_shift_groups(total, f)

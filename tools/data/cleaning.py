@@ -1,31 +1,36 @@
 """Reading and cleaning of the proteins from which the data directory is made.
 
-A source directory holds `manifest.tsv`, `residues.tsv.gz` and, per record, `proteins/<id>.shifts.tsv` and
-`proteins/<id>.pdb.gz` (see docs/building-data.md).  `load_records` reads it, `clean` turns the records into one
-`Protein` per distinct protein:
+A source directory holds `manifest.tsv`, `residues.tsv.gz` and, per record,
+`proteins/<id>.shifts.tsv` and `proteins/<id>.pdb.gz` (see docs/building-data.md).  `load_records`
+reads it, `clean` turns the records into one `Protein` per distinct protein:
 
-* a robust linear model of the shifts, given sequence, torsion angles and secondary structure, is fitted to all
+* a robust linear model of the shifts, given sequence, torsion angles and secondary structure, is
+fitted to all
   records; everything below is judged on the residuals of that model;
-* a referencing offset per record and nucleus (shrunken median residual) is taken off, and the isotope shift of
+* a referencing offset per record and nucleus (shrunken median residual) is taken off, and the
+isotope shift of
   perdeuterated samples where the residuals show its pattern;
-* single shifts that lie far off are dropped, nuclei and records that do not fit their structure as a whole too;
-* records of the same protein are joined: the best one is kept, and atoms that it lacks are filled in from the others
+* single shifts that lie far off are dropped, nuclei and records that do not fit their structure as
+a whole too; * records of the same protein are joined: the best one is kept, and atoms that it lacks
+are filled in from the others
   where both agree on the atoms that they share;
-* residues whose coordinates are doubtful are marked, so that neither database nor training uses their angles.
+* residues whose coordinates are doubtful are marked, so that neither database nor training uses
+their angles.
 
-Proteins without coordinates take part with the angles of a close relative (relatives.py), for training alone.
+Proteins without coordinates take part with the angles of a close relative (relatives.py), for
+training alone.
 """
 
 import argparse
+import collections
 import difflib
 import os
 import sys
 
 import numpy as np
 
-import dataset
-import relatives
-from dataset import ATOMS, CA, CB, FLAG_QUALITY, KIND_QUALITY, LETTERS
+from data import dataset, regression, relatives
+from data.dataset import ATOMS, CA, CB, FLAG_QUALITY, KIND_QUALITY, LETTERS
 
 # Typical residual spread of the expected-shift model (ppm); the start value of all robust scales.
 TYPICAL_SPREAD = np.array([2.4, 0.27, 1.1, 0.95, 1.05, 0.42])
@@ -33,79 +38,45 @@ TYPICAL_SPREAD = np.array([2.4, 0.27, 1.1, 0.95, 1.05, 0.42])
 OFFSET_SPREAD = np.array([0.6, 0.05, 0.35, 0.35, 0.35, 0.08])
 
 
-def fourier(angle, order):
-    """[n, 2 order] cos and sin terms; 0 where the angle is missing."""
-    a = np.radians(angle)
-    terms = [f(k * a) for k in range(1, order + 1) for f in (np.cos, np.sin)]
-    return np.nan_to_num(np.stack(terms, axis=-1))
-
-
-def surface(phi, psi, order=4):
-    """Products of the Fourier terms of phi and psi, constant left out: a smooth function on the torus."""
-    one = np.ones((len(phi), 1))
-    a = np.concatenate([one, fourier(phi, order)], axis=1)
-    b = np.concatenate([one, fourier(psi, order)], axis=1)
-    return (a[:, :, None] * b[:, None, :]).reshape(len(phi), -1)[:, 1:]
-
-
-def one_hot(codes, size):
-    out = np.zeros((len(codes), size))
-    ok = codes >= 0
-    out[np.nonzero(ok)[0], codes[ok]] = 1.0
-    return out
-
-
 _CODE = {letter: i for i, letter in enumerate(LETTERS + "c")}
-
-
-def neighbour(values, step, fill):
-    out = np.full_like(values, fill)
-    if step > 0:
-        out[:-step] = values[step:]
-    else:
-        out[-step:] = values[:step]
-    return out
 
 
 def structure_terms(p):
     """Regressors of one protein: (residue, previous, next one-hot; structure terms [L, m])."""
     codes = np.array([_CODE.get(x, -1) for x in p.letters])
     plain = np.array([_CODE.get(x, -1) for x in p.seq])
-    res, prev, nxt = one_hot(codes, 21), one_hot(neighbour(plain, -1, -1), 20), one_hot(neighbour(plain, 1, -1), 20)
+    res, prev, nxt = (
+        regression.one_hot(codes, 21),
+        regression.one_hot(regression.neighbour(plain, -1, -1), 20),
+        regression.one_hot(regression.neighbour(plain, 1, -1), 20),
+    )
     state = np.array([{"H": 0, "E": 1, "C": 2}.get(s, -1) for s in p.ss])
-    states = one_hot(state, 3)
+    states = regression.one_hot(state, 3)
     rotamer = np.where(np.isnan(p.chi1), -1, ((p.chi1 % 360) // 120)).astype(int)
-    by_residue = (res[:, :, None] * np.concatenate([states, one_hot(rotamer, 3)], axis=1)[:, None, :]).reshape(len(res), -1)
-    # residue classes with a surface of their own: beta-branched, aromatic, small polar, glycine, proline
-    classes = np.stack([np.isin(list(p.seq), list(c)) for c in ("ITV", "FHWY", "DNST", "G", "P")], axis=1).astype(float)
-    small = surface(p.phi, p.psi, 2)
+    by_residue = (
+        res[:, :, None]
+        * np.concatenate([states, regression.one_hot(rotamer, 3)], axis=1)[:, None, :]
+    ).reshape(len(res), -1)
+    # residue classes with a surface of their own: beta-branched, aromatic, small polar, glycine,
+    # proline
+    classes = np.stack(
+        [np.isin(list(p.seq), list(c)) for c in ("ITV", "FHWY", "DNST", "G", "P")], axis=1
+    ).astype(float)
+    small = regression.surface(p.phi, p.psi, 2)
     by_class = (classes[:, :, None] * small[:, None, :]).reshape(len(res), -1)
     terms = [
-        surface(p.phi, p.psi),
-        fourier(neighbour(p.psi, -1, np.nan), 3),
-        fourier(neighbour(p.phi, -1, np.nan), 2),
-        fourier(neighbour(p.phi, 1, np.nan), 3),
-        fourier(neighbour(p.psi, 1, np.nan), 2),
-        one_hot(neighbour(state, -1, -1), 3),
-        one_hot(neighbour(state, 1, -1), 3),
+        regression.surface(p.phi, p.psi),
+        regression.fourier(regression.neighbour(p.psi, -1, np.nan), 3),
+        regression.fourier(regression.neighbour(p.phi, -1, np.nan), 2),
+        regression.fourier(regression.neighbour(p.phi, 1, np.nan), 3),
+        regression.fourier(regression.neighbour(p.psi, 1, np.nan), 2),
+        regression.one_hot(regression.neighbour(state, -1, -1), 3),
+        regression.one_hot(regression.neighbour(state, 1, -1), 3),
         states,
         by_residue,
         by_class,
     ]
     return res, prev, nxt, np.concatenate(terms, axis=1)
-
-
-def ridge(x, y, penalty, weights=None, rounds=4):
-    """Ridge regression with Huber weights; `penalty` per column. Returns (coefficients, robust residual spread)."""
-    w = np.ones(len(y)) if weights is None else weights.copy()
-    base = w.copy()
-    for _ in range(rounds):
-        xw = x * w[:, None]
-        beta = np.linalg.solve(x.T @ xw + np.diag(penalty), xw.T @ y)
-        r = y - x @ beta
-        spread = 1.4826 * np.median(np.abs(r))
-        w = base * np.minimum(1.0, 1.8 * spread / np.maximum(np.abs(r), 1e-9))
-    return beta, spread
 
 
 class ExpectedShifts:
@@ -114,9 +85,13 @@ class ExpectedShifts:
     def fit(self, proteins, weights=None):
         blocks = [structure_terms(p) for p in proteins]
         x = np.concatenate([np.concatenate(b, axis=1) for b in blocks])
-        valid = np.concatenate([~np.isnan(p.phi) & ~np.isnan(p.psi) & ~p.mismatch for p in proteins])
+        valid = np.concatenate(
+            [~np.isnan(p.phi) & ~np.isnan(p.psi) & ~p.mismatch for p in proteins]
+        )
         y = np.concatenate([p.shift for p in proteins])
-        w = np.concatenate([np.full(len(p.seq), 1.0 if weights is None else weights[p.id]) for p in proteins])
+        w = np.concatenate(
+            [np.full(len(p.seq), 1.0 if weights is None else weights[p.id]) for p in proteins]
+        )
         self.columns = x.shape[1]
         penalty = np.full(self.columns, 8.0)
         penalty[:21] = 0.05
@@ -124,7 +99,7 @@ class ExpectedShifts:
         self.beta, self.spread = np.zeros((6, self.columns)), TYPICAL_SPREAD.copy()
         for a in range(6):
             ok = valid & ~np.isnan(y[:, a])
-            self.beta[a], self.spread[a] = ridge(x[ok], y[ok, a], penalty, w[ok])
+            self.beta[a], self.spread[a] = regression.ridge(x[ok], y[ok, a], penalty, w[ok])
         return self
 
     def predict(self, p):
@@ -139,7 +114,11 @@ def shrunken_offset(residuals, spread, prior):
     n = len(residuals)
     if n < 8:
         return 0.0, np.inf
-    error = 1.2533 * max(spread, 1.4826 * np.median(np.abs(residuals - np.median(residuals)))) / np.sqrt(n)
+    error = (
+        1.2533
+        * max(spread, 1.4826 * np.median(np.abs(residuals - np.median(residuals))))
+        / np.sqrt(n)
+    )
     return float(np.median(residuals)) * prior**2 / (prior**2 + error**2), error
 
 
@@ -152,11 +131,16 @@ def deuterium_shifts(source):
 
 
 def correct_isotope(p, residuals, table, log):
-    """Takes the isotope shift of deuterium off CA and CB where the residuals follow its residue pattern."""
+    """Takes the isotope shift of deuterium off CA and CB where the residuals follow its residue
+    pattern."""
     x, r, places = [], [], []
     for i, letter in enumerate(p.seq):
         for a, name in ((CA, "CA"), (CB, "CB")):
-            if (letter, name) in table and not np.isnan(residuals[i, a]) and abs(residuals[i, a]) < 4:
+            if (
+                (letter, name) in table
+                and not np.isnan(residuals[i, a])
+                and abs(residuals[i, a]) < 4
+            ):
                 x.append(table[letter, name])
                 r.append(residuals[i, a])
                 places.append(a)
@@ -164,7 +148,7 @@ def correct_isotope(p, residuals, table, log):
     if min(np.sum(places == CA), np.sum(places == CB)) < 25:
         return False
     design = np.stack([x, places == CA, places == CB], axis=1).astype(float)
-    beta, spread = ridge(design, r, np.full(3, 1e-6))
+    beta, spread = regression.ridge(design, r, np.full(3, 1e-6))
     error = spread * np.sqrt(np.linalg.inv(design.T @ design)[0, 0])
     if beta[0] < 0.5 or beta[0] < 4 * error:
         return False
@@ -204,7 +188,11 @@ def _merge(base, other, log):
             agreement[k] = np.median(np.abs(difference - np.median(difference))) / TYPICAL_SPREAD[k]
     if agreement and max(agreement.values()) > 0.25:
         return
-    if not agreement and other.info["bmrb"] != base.info["bmrb"] and np.mean(base.oxidised[ia] == other.oxidised[ib]) < 1:
+    if (
+        not agreement
+        and other.info["bmrb"] != base.info["bmrb"]
+        and np.mean(base.oxidised[ia] == other.oxidised[ib]) < 1
+    ):
         return
     gaps = np.isnan(a) & ~np.isnan(b)
     if gaps.sum() < 10:
@@ -227,7 +215,8 @@ def mark_doubtful(p, residuals, spread):
         middle = np.nanmedian(b)
         wide = 1.4826 * np.nanmedian(np.abs(b - middle))
         use &= ~(b > middle + 6.0 * max(wide, 3.0))
-    # a stretch whose shifts contradict its angles: another conformation in solution, or wrong coordinates
+    # a stretch whose shifts contradict its angles: another conformation in solution, or wrong
+    # coordinates
     z2 = np.minimum((residuals / spread) ** 2, 16.0)
     known_z = ~np.isnan(z2)
     for i in range(len(p.seq)):
@@ -247,7 +236,8 @@ def mark_doubtful(p, residuals, spread):
 
 
 def _tails(p):
-    """Residues before the first and after the last stretch of regular structure, two residues of margin left."""
+    """Residues before the first and after the last stretch of regular structure, two residues of
+    margin left."""
     out = np.zeros(len(p.seq), bool)
     regular = np.nonzero((p.ss == "H") | (p.ss == "E"))[0]
     if len(regular):
@@ -256,10 +246,12 @@ def _tails(p):
     return out
 
 
-def clean(source, log=lambda text: None, rounds=3):
-    """Reads and cleans a source directory: (proteins, model), one protein for each group of equal proteins."""
+def load(source, log):
+    """All records that can take part, by id: with coordinates of their own, and with those of a
+    relative."""
     records = dataset.load_records(source)
     records.update(relatives.load(source, records, log))
+    relatives.join_clusters(records, log)
     for pid in list(records):
         p = records[pid]
         if p.info["structure_kind"] == "related":
@@ -270,74 +262,108 @@ def clean(source, log=lambda text: None, rounds=3):
         elif float(p.info["identity"]) < 0.95 or np.sum(~np.isnan(p.phi) & ~np.isnan(p.psi)) < 15:
             log(f"{pid}: left out, too little structure")
             del records[pid]
-    weights = {pid: KIND_QUALITY[p.info["structure_kind"]] for pid, p in records.items()}
-    # equal proteins share the weight of one
-    group_size = {}
-    for p in records.values():
-        group_size[p.info["group90"]] = group_size.get(p.info["group90"], 0) + 1
-    for pid, p in records.items():
-        weights[pid] /= group_size[p.info["group90"]]
+    return records
 
-    isotope = deuterium_shifts(source)
-    ratio = {}
+
+def record_weights(records):
+    """Weight of each record in the model, by id; equal proteins share the weight of one."""
+    group_size = collections.Counter(p.info["group90"] for p in records.values())
+    return {
+        pid: KIND_QUALITY[p.info["structure_kind"]] / group_size[p.info["group90"]]
+        for pid, p in records.items()
+    }
+
+
+def known(values):
+    return values[~np.isnan(values)]
+
+
+def settle_referencing(records, isotope, log, rounds):
+    """Fits the model and takes referencing offsets and isotope shifts off the records; returns the
+    model."""
+    weights = record_weights(records)
     for turn in range(rounds):
         # what is judged against another protein's structure has no say in the model
-        model = ExpectedShifts().fit([p for p in records.values() if p.info["structure_kind"] != "related"], weights)
-        for pid, p in records.items():
+        own = [p for p in records.values() if p.info["structure_kind"] != "related"]
+        model = ExpectedShifts().fit(own, weights)
+        for p in records.values():
             residuals = p.shift - model.predict(p)
-            if turn == 1 and "isotope" not in p.notes and correct_isotope(p, residuals, isotope, log):
+            if (
+                turn == 1
+                and "isotope" not in p.notes
+                and correct_isotope(p, residuals, isotope, log)
+            ):
                 residuals = p.shift - model.predict(p)
             for a in range(6):
-                r = residuals[:, a]
-                r = r[~np.isnan(r)]
-                offset, _ = shrunken_offset(r, model.spread[a], OFFSET_SPREAD[a])
+                offset, _ = shrunken_offset(
+                    known(residuals[:, a]), model.spread[a], OFFSET_SPREAD[a]
+                )
                 p.shift[:, a] -= offset
                 p.offsets[a] += offset
-    for pid, p in records.items():
-        residuals = p.shift - model.predict(p)
-        far = np.abs(residuals) > 5.5 * model.spread
-        p.shift[far] = np.nan
-        residuals[far] = np.nan
-        spreads = []
-        for a in range(6):
-            r = residuals[:, a]
-            r = r[~np.isnan(r)]
-            if len(r) >= 12:
-                s = 1.4826 * np.median(np.abs(r - np.median(r))) / model.spread[a]
-                if s > 2.2:
-                    log(f"{pid}: {ATOMS[a]} dropped, spread {s:.1f} times the usual")
-                    p.shift[:, a] = np.nan
-                else:
-                    spreads.append(s)
-        ratio[pid] = float(np.mean(spreads)) if spreads else 9.0
-        mark_doubtful(p, residuals, model.spread)
-    for pid in [pid for pid, value in ratio.items() if value > 1.7]:
-        log(f"{pid}: left out, shifts do not fit the structure (spread {ratio[pid]:.2f} times the usual)")
-        del records[pid]
+    return model
 
+
+def drop_outliers(p, model, log):
+    """Drops single shifts and whole nuclei that do not fit; returns the mean spread in units of the
+    usual one."""
+    residuals = p.shift - model.predict(p)
+    far = np.abs(residuals) > 5.5 * model.spread
+    p.shift[far] = np.nan
+    residuals[far] = np.nan
+    spreads = []
+    for a in range(6):
+        r = known(residuals[:, a])
+        if len(r) >= 12:
+            s = 1.4826 * np.median(np.abs(r - np.median(r))) / model.spread[a]
+            if s > 2.2:
+                log(f"{p.id}: {ATOMS[a]} dropped, spread {s:.1f} times the usual")
+                p.shift[:, a] = np.nan
+            else:
+                spreads.append(s)
+    mark_doubtful(p, residuals, model.spread)
+    return float(np.mean(spreads)) if spreads else 9.0
+
+
+def join_group(members, ratio, model, log):
+    """The best record of a protein, with shifts that it lacks from the others."""
+    members.sort(key=lambda p: (-_quality(p, ratio[p.id]), p.id))
+    best = members[0]
+    for other in members[1:]:
+        if ratio[other.id] < 1.4:
+            _merge(best, other, log)
+    residuals = best.shift - model.predict(best)
+    mark_doubtful(best, residuals, model.spread)
+    best.info["ratio"] = ratio[best.id]
+    for i, letter in enumerate(best.seq):
+        if letter == "C" and not np.isnan(best.shift[i, CB]):
+            best.oxidised[i] = best.shift[i, CB] >= dataset.OXIDISED_CB
+    return best
+
+
+def clean(source, log=lambda text: None, rounds=3):
+    """Reads and cleans a source directory: (proteins, model), one protein for each group of equal
+    proteins."""
+    records = load(source, log)
+    model = settle_referencing(records, deuterium_shifts(source), log, rounds)
+    ratio = {pid: drop_outliers(p, model, log) for pid, p in records.items()}
+    for pid in [pid for pid, value in ratio.items() if value > 1.7]:
+        log(
+            f"{pid}: left out, shifts do not fit the structure "
+            f"(spread {ratio[pid]:.2f} times the usual)"
+        )
+        del records[pid]
     groups = {}
     for p in records.values():
         groups.setdefault(p.info["group90"], []).append(p)
-    proteins = []
-    for members in groups.values():
-        members.sort(key=lambda p: (-_quality(p, ratio[p.id]), p.id))
-        best = members[0]
-        for other in members[1:]:
-            if ratio[other.id] < 1.4:
-                _merge(best, other, log)
-        residuals = best.shift - model.predict(best)
-        mark_doubtful(best, residuals, model.spread)
-        best.info["ratio"] = ratio[best.id]
-        for i, letter in enumerate(best.seq):
-            if letter == "C" and not np.isnan(best.shift[i, CB]):
-                best.oxidised[i] = best.shift[i, CB] >= 34.0
-        proteins.append(best)
+    proteins = [join_group(members, ratio, model, log) for members in groups.values()]
     proteins.sort(key=lambda p: p.id)
     return proteins, model
 
 
 def main():
-    parser = argparse.ArgumentParser(description="Cleans the source proteins into a work directory.")
+    parser = argparse.ArgumentParser(
+        description="Cleans the source proteins into a work directory."
+    )
     parser.add_argument("source", help="directory with manifest.tsv, residues.tsv.gz and proteins/")
     parser.add_argument("work", help="work directory to write")
     args = parser.parse_args()
@@ -347,7 +373,10 @@ def main():
     dataset.write_work(proteins, args.source, args.work)
     residues = sum(int(p.use_phipsi.sum()) for p in proteins)
     print(f"{len(proteins)} proteins, {residues} residues with trusted phi/psi", file=sys.stderr)
-    print("residual spread " + " ".join(f"{a} {s:.3f}" for a, s in zip(ATOMS, model.spread)), file=sys.stderr)
+    print(
+        "residual spread " + " ".join(f"{a} {s:.3f}" for a, s in zip(ATOMS, model.spread)),
+        file=sys.stderr,
+    )
 
 
 if __name__ == "__main__":

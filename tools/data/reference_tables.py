@@ -1,13 +1,15 @@
-"""Makes the small reference tables of the data directory from published values and the cleaned proteins.
+"""Makes the small reference tables of the data directory from published values and the cleaned
+proteins.
 
     reference_tables.py SOURCE WORK OUT
 
 SOURCE holds reference/*.tsv, WORK is the work directory of cleaning.py, OUT receives the tables.
 
-The random coil shifts are the published ones. The adjustments and neighbour effects are fitted: all residues share
-one smooth function of the torsion angles around them, and what is left for the residue, the one before and the one
-after goes to the tables, drawn towards the published neighbour effects. So a secondary shift means the same
-conformation whatever the residue. A constant per nucleus finally brings the referencing check to zero on average.
+The random coil shifts are the published ones. The adjustments and neighbour effects are fitted: all
+residues share one smooth function of the torsion angles around them, and what is left for the
+residue, the one before and the one after goes to the tables, drawn towards the published neighbour
+effects. So a secondary shift means the same conformation whatever the residue. A constant per
+nucleus finally brings the referencing check to zero on average.
 """
 
 import argparse
@@ -15,20 +17,21 @@ import os
 
 import numpy as np
 
-import alignment
-import cleaning
-import dataset
-from dataset import ATOMS, C, CA, CB, HA, HN, LETTERS, N
+from data import cleaning, dataset, regression
+from data.dataset import ATOMS, C, CA, CB, HA, HN, LETTERS, N
 
 ROWS = LETTERS + "cph"  # oxidised cysteine, and the two further names that a sequence may hold
+OTHER_LETTERS = "BJOUZ"
 PARENT = {"c": "C", "p": "P", "h": "H"}
 MISSING = 9999.0
-# Value of each nucleus expected at CA - CB = 0 by the referencing check, for differences below and from 0 on.
+# Value of each nucleus expected at CA - CB = 0 by the referencing check, for differences below and
+# from 0 on.
 CHECK = {CA: (0.094, 0.459), HA: (0.089, -0.008), C: (-0.272, 0.226)}
 
-# Weights of the averaging of missing shifts, found by predicting shifts that were hidden from triplets of proteins of
-# other sequence clusters: share of the two neighbours, weight of the residue distance by position, price of a missing
-# shift in mean squares, and factors of the six atoms.
+# Weights of the averaging of missing shifts, found by predicting shifts that were hidden from
+# triplets of proteins of other sequence clusters: share of the two neighbours, weight of the
+# residue distance by position, price of a missing shift in mean squares, and factors of the six
+# atoms.
 NEIGHBOUR_SHARE = 0.4
 POSITION_WEIGHT = (0.35, 1.05, 0.49)
 MISSING_PRICE = 4.1
@@ -45,6 +48,11 @@ def lacks(letter, atom):
     return (letter == "G" and atom == CB) or (letter in "Pp" and atom in (N, HN))
 
 
+def of(letter):
+    """The letter of the 20 that a row's letter stands for."""
+    return PARENT.get(letter, letter)
+
+
 def published(source):
     coil = np.full((len(ROWS), 6), MISSING)
     for row in dataset.read_tsv(os.path.join(source, "reference", "random_coil_wishart1995.tsv")):
@@ -55,7 +63,9 @@ def published(source):
     for letter in "ph":
         coil[ROWS.index(letter)] = coil[ROWS.index(PARENT[letter])]
     before, after = np.zeros((20, 6)), np.zeros((20, 6))
-    for row in dataset.read_tsv(os.path.join(source, "reference", "random_coil_potenci2018_neighbours.tsv")):
+    for row in dataset.read_tsv(
+        os.path.join(source, "reference", "random_coil_potenci2018_neighbours.tsv")
+    ):
         name = "HN" if row["atom"] == "H" else row["atom"]
         if name in ATOMS:
             before[LETTERS.index(row["res1"]), ATOMS.index(name)] = float(row["at_i-1"])
@@ -66,13 +76,22 @@ def published(source):
 def common_terms(p):
     """Structure terms that all residues share; glycine and proline have a surface of their own."""
     state = np.array([{"H": 0, "E": 1, "C": 2}.get(s, -1) for s in p.ss])
-    shifted = lambda values, step: cleaning.neighbour(values, step, np.nan)  # noqa: E731
-    small = cleaning.surface(p.phi, p.psi, 2)
+
+    def shifted(values, step):
+        return regression.neighbour(values, step, np.nan)
+
+    small = regression.surface(p.phi, p.psi, 2)
     own = [small * np.array([[float(s == letter)] for s in p.seq]) for letter in "GP"]
     parts = [
-        cleaning.surface(p.phi, p.psi), cleaning.fourier(shifted(p.psi, -1), 3), cleaning.fourier(shifted(p.phi, -1), 2),
-        cleaning.fourier(shifted(p.phi, 1), 3), cleaning.fourier(shifted(p.psi, 1), 2), cleaning.one_hot(state, 3),
-        cleaning.one_hot(cleaning.neighbour(state, -1, -1), 3), cleaning.one_hot(cleaning.neighbour(state, 1, -1), 3), *own,
+        regression.surface(p.phi, p.psi),
+        regression.fourier(shifted(p.psi, -1), 3),
+        regression.fourier(shifted(p.phi, -1), 2),
+        regression.fourier(shifted(p.phi, 1), 3),
+        regression.fourier(shifted(p.psi, 1), 2),
+        regression.one_hot(state, 3),
+        regression.one_hot(regression.neighbour(state, -1, -1), 3),
+        regression.one_hot(regression.neighbour(state, 1, -1), 3),
+        *own,
     ]
     return np.concatenate(parts, axis=1)
 
@@ -87,22 +106,35 @@ def fit_adjustments(proteins, coil, before, after):
         x.append(common_terms(p)[ok])
         y.append(p.shift[ok])
         letters.append(codes[ok])
-        prev.append(cleaning.neighbour(plain, -1, -1)[ok])
-        nxt.append(cleaning.neighbour(plain, 1, -1)[ok])
+        prev.append(regression.neighbour(plain, -1, -1)[ok])
+        nxt.append(regression.neighbour(plain, 1, -1)[ok])
         weight.append(np.full(ok.sum(), float(p.info["weight"])))
-    x, y, letters, prev, nxt, weight = (np.concatenate(v) for v in (x, y, letters, prev, nxt, weight))
+    x, y, letters, prev, nxt, weight = (
+        np.concatenate(v) for v in (x, y, letters, prev, nxt, weight)
+    )
     own = np.zeros((len(ROWS), 6))
     fit_before, fit_after = before.copy(), after.copy()
     for a in range(6):
         ok = ~np.isnan(y[:, a]) & (coil[letters, a] < 999)
-        design = np.concatenate([cleaning.one_hot(letters[ok], 21), cleaning.one_hot(prev[ok], 20),
-                                 cleaning.one_hot(nxt[ok], 20), x[ok]], axis=1)
+        design = np.concatenate(
+            [
+                regression.one_hot(letters[ok], 21),
+                regression.one_hot(prev[ok], 20),
+                regression.one_hot(nxt[ok], 20),
+                x[ok],
+            ],
+            axis=1,
+        )
         # the published values are taken off first, so that the penalty draws towards them
-        known = coil[letters, a] + np.where(prev >= 0, before[prev, a], 0) + np.where(nxt >= 0, after[nxt, a], 0)
+        known = (
+            coil[letters, a]
+            + np.where(prev >= 0, before[prev, a], 0)
+            + np.where(nxt >= 0, after[nxt, a], 0)
+        )
         penalty = np.full(design.shape[1], 8.0)
         penalty[:21] = 2.0
         penalty[21:61] = 30.0
-        beta, _ = cleaning.ridge(design, y[ok, a] - known[ok], penalty, weight[ok])
+        beta, _ = regression.ridge(design, y[ok, a] - known[ok], penalty, weight[ok])
         own[:21, a] = beta[:21]
         fit_before[:, a] += beta[21:41]
         fit_after[:, a] += beta[41:61]
@@ -122,8 +154,28 @@ def secondary_shifts(p, tables):
     return np.where(reference < 999.0, p.shift - reference, np.nan)
 
 
+def read_tables(folder):
+    """(random coil, own, previous, next) [rows, 6] of a table directory, in the form of `main`."""
+    tables = []
+    for name in ("randcoil", "rcadj", "rcprev", "rcnext"):
+        values = (
+            np.full((len(ROWS), 6), MISSING) if name == "randcoil" else np.zeros((len(ROWS), 6))
+        )
+        columns = None
+        with open(os.path.join(folder, name + ".tab")) as stream:
+            for line in stream:
+                words = line.split()
+                if line.startswith("VARS"):
+                    columns = words[1:]
+                elif columns and len(words) == len(columns) and words[0] in ROWS:
+                    row = dict(zip(columns, words))
+                    values[ROWS.index(row["RESNAME"])] = [float(row[a]) for a in ATOMS]
+        tables.append(values)
+    return tuple(tables)
+
+
 def estimated_offsets(secondary, letters):
-    """Referencing offsets as the run estimates them: atom -> (offset, residues), for one protein."""
+    """Referencing offsets of a protein as the run estimates them: atom -> (offset, residues)."""
     d = secondary[:, CA] - secondary[:, CB]
     base = ~np.isnan(d) & ~np.isin(list(letters), list("PCc"))
     out = {}
@@ -143,7 +195,9 @@ def estimated_offsets(secondary, letters):
 def settle_constants(proteins, tables):
     """Moves the constants of `own` until the referencing check finds nothing on average."""
     own = tables[1]
-    sized = [p for p in proteins if np.sum(~np.isnan(p.shift[:, CA]) & ~np.isnan(p.shift[:, CB])) > 40]
+    sized = [
+        p for p in proteins if np.sum(~np.isnan(p.shift[:, CA]) & ~np.isnan(p.shift[:, CB])) > 40
+    ]
 
     def average():
         totals = {a: [0.0, 0] for a in CHECK}
@@ -162,7 +216,8 @@ def settle_constants(proteins, tables):
 
 
 def limits(proteins, tables, share=0.2, least=60):
-    """[rows, 6, 2] percentiles of the real secondary shifts; a residue with few values leans on those of all."""
+    """[rows, 6, 2] percentiles of the real secondary shifts; a residue with few values leans on
+    those of all."""
     values = {}
     for p in proteins:
         secondary = secondary_shifts(p, tables)
@@ -175,7 +230,7 @@ def limits(proteins, tables, share=0.2, least=60):
         pooled = np.concatenate([v - np.median(v) for (_, b), v in values.items() if b == a])
         low, high = np.percentile(pooled, [share, 100 - share])
         for r, letter in enumerate(ROWS):
-            mine = np.array(values.get((PARENT.get(letter, letter) if letter in "ph" else letter, a), [0.0]))
+            mine = np.array(values.get((of(letter) if letter in "ph" else letter, a), [0.0]))
             middle = np.median(mine)
             w = len(mine) / (len(mine) + 10 * least)
             own = np.percentile(mine, [share, 100 - share]) - middle
@@ -184,11 +239,12 @@ def limits(proteins, tables, share=0.2, least=60):
 
 
 def search_scales(proteins, tables, factor=0.8):
-    """[20, 6] divisors of the search in ppm: spread of the difference of two shifts of equal conformation.
+    """[20, 6] divisors of the search in ppm: spread of the difference of two shifts of equal
+    conformation.
 
-    The difference of two residues that agree in the angles around them has the spread of what is left after the common
-    structure terms, times the square root of two. The factor was found by running known proteins; 0.6 to 1.3 differ
-    little.
+    The difference of two residues that agree in the angles around them has the spread of what is
+    left after the common structure terms, times the square root of two. The factor was found by
+    running known proteins; 0.6 to 1.3 differ little.
     """
     x, y, codes = [], [], []
     for p in proteins:
@@ -200,13 +256,15 @@ def search_scales(proteins, tables, factor=0.8):
     scales = np.zeros((20, 6))
     for a in range(6):
         ok = ~np.isnan(y[:, a])
-        beta, spread = cleaning.ridge(x[ok], y[ok, a], np.full(x.shape[1], 8.0))
+        beta, spread = regression.ridge(x[ok], y[ok, a], np.full(x.shape[1], 8.0))
         rest = np.abs(y[ok, a] - x[ok] @ beta)
         for k in range(20):
             mine = rest[codes[ok] == k]
             n = len(mine)
             own = 1.4826 * np.median(mine) if n else spread
-            scales[k, a] = factor * np.sqrt(2.0) * np.sqrt((n * own**2 + 100 * spread**2) / (n + 100))
+            scales[k, a] = (
+                factor * np.sqrt(2.0) * np.sqrt((n * own**2 + 100 * spread**2) / (n + 100))
+            )
     return scales
 
 
@@ -223,55 +281,109 @@ def write(path, remarks, columns, formats, rows):
 
 
 def write_atoms(path, remarks, letters, values):
-    write(path, remarks, ("RESNAME",) + ATOMS, ["%4s"] + ["%9.3f"] * 6,
-          [[letter, *values[i]] for i, letter in enumerate(letters)])
+    write(
+        path,
+        remarks,
+        ("RESNAME",) + ATOMS,
+        ["%4s"] + ["%9.3f"] * 6,
+        [[letter, *values[i]] for i, letter in enumerate(letters)],
+    )
 
 
 def write_blosum(source, path):
-    rows = list(dataset.read_tsv(os.path.join(source, "reference", "blosum62.tsv")))
-    columns = [c for c in rows[0] if c != "res1"]
-    write(path, ["BLOSUM62 substitution scores, half bits", BLOSUM_SOURCE], ["RESNAME"] + columns,
-          ["%4s"] + ["%4d"] * len(columns), [[r["res1"]] + [int(r[c]) for c in columns] for r in rows])
+    score = dataset.read_blosum(source)
+    columns = [b for a, b in score if a == "A"]
+    rows = [[a] + [int(score[a, b]) for b in columns] for a in columns]
+    rows.append(["p"] + [int(score["P", b]) for b in columns])
+    # Letters of sequences that stand for no single residue of the 20: no score for or against any.
+    rows += [[letter] + [0] * len(columns) for letter in OTHER_LETTERS]
+    remarks = [
+        "BLOSUM62 substitution scores, half bits",
+        BLOSUM_SOURCE,
+        f"p as P; {' '.join(OTHER_LETTERS)}: unknown, zeros",
+    ]
+    write(path, remarks, ["RESNAME"] + columns, ["%4s"] + ["%4d"] * len(columns), rows)
 
 
 def write_homology(source, path):
-    """Distance of residues: its square is the mean of the two self scores less the mutual score, mean over pairs 1."""
-    score = alignment.blosum(source)
-    base = lambda x: PARENT.get(x, x)  # noqa: E731
-    square = np.array([[0.5 * (score[base(x), base(x)] + score[base(y), base(y)]) - score[base(x), base(y)] for y in ROWS]
-                       for x in ROWS])
+    """Distance of residues: its square is the mean of the two self scores less the mutual score,
+    mean over pairs 1."""
+    score = dataset.read_blosum(source)
+    square = np.array(
+        [
+            [0.5 * (score[of(x), of(x)] + score[of(y), of(y)]) - score[of(x), of(y)] for y in ROWS]
+            for x in ROWS
+        ]
+    )
     distance = np.sqrt(square / square[:20, :20].mean())
     # a cysteine in the other state is no longer the same residue
     reduced, oxidised = ROWS.index("C"), ROWS.index("c")
     distance[reduced, oxidised] = distance[oxidised, reduced] = 0.5
-    write(path, ["Distance of residues in the averaging of missing shifts", "From BLOSUM62, " + BLOSUM_SOURCE],
-          ["RESNAME", *ROWS], ["%4s"] + ["%7.4f"] * len(ROWS), [[r, *distance[i]] for i, r in enumerate(ROWS)])
+    write(
+        path,
+        [
+            "Distance of residues in the averaging of missing shifts",
+            "From BLOSUM62, " + BLOSUM_SOURCE,
+        ],
+        ["RESNAME", *ROWS],
+        ["%4s"] + ["%7.4f"] * len(ROWS),
+        [[r, *distance[i]] for i, r in enumerate(ROWS)],
+    )
+
+
+def with_aliases(values):
+    """Values of the 20 residues [20, 6], followed by those of the further rows."""
+    return np.concatenate([values, values[[LETTERS.index(PARENT[x]) for x in ROWS[20:]]]])
 
 
 def write_weights(proteins, tables, path):
     values = np.concatenate([secondary_shifts(p, tables)[p.use_phipsi] for p in proteins])
     spread = np.nanstd(values, axis=0)
     atom = ATOM_FACTOR / spread**2
-    rows = [["R1", *(NEIGHBOUR_SHARE * atom), POSITION_WEIGHT[0]], ["R2", *atom, POSITION_WEIGHT[1]],
-            ["R3", *(NEIGHBOUR_SHARE * atom), POSITION_WEIGHT[2]], ["AVG", *spread**2, MISSING_PRICE]]
-    write(path, ["Weights of the averaging of missing shifts", "R1 to R3: per squared ppm and position; W: of the residue distance",
-                 "AVG: variance of the secondary shifts (ppm squared); W: price of a missing shift in these variances"],
-          ["RESNAME", *ATOMS, "W"], ["%4s"] + ["%9.4f"] * 7, rows)
+    rows = [
+        ["R1", *(NEIGHBOUR_SHARE * atom), POSITION_WEIGHT[0]],
+        ["R2", *atom, POSITION_WEIGHT[1]],
+        ["R3", *(NEIGHBOUR_SHARE * atom), POSITION_WEIGHT[2]],
+        ["AVG", *spread**2, MISSING_PRICE],
+    ]
+    write(
+        path,
+        [
+            "Weights of the averaging of missing shifts",
+            "R1 to R3: per squared ppm and position; W: of the residue distance",
+            "AVG: variance of the secondary shifts (ppm squared); "
+            "W: price of a missing shift in these variances",
+        ],
+        ["RESNAME", *ATOMS, "W"],
+        ["%4s"] + ["%9.4f"] * 7,
+        rows,
+    )
 
 
 def write_isotope(source, path):
     table = cleaning.deuterium_shifts(source)
     rows = []
     for letter in ROWS:
-        parent = PARENT.get(letter, letter)
+        parent = of(letter)
         rows.append([letter, table.get((parent, "CA"), 0.0), table.get((parent, "CB"), 0.0)])
-    write(path, ["Isotope shift of CA and CB in perdeuterated residues (ppm), added to the reference shift",
-                 "Sum rule -0.29, -0.13, -0.07 ppm per deuteron one, two, three bonds away", ISOTOPE_SOURCE],
-          ["RESNAME", "CA", "CB"], ["%4s", "%8.3f", "%8.3f"], rows)
+    write(
+        path,
+        [
+            "Isotope shift of CA and CB in perdeuterated residues (ppm), "
+            "added to the reference shift",
+            "Sum rule -0.29, -0.13, -0.07 ppm per deuteron one, two, three bonds away",
+            ISOTOPE_SOURCE,
+        ],
+        ["RESNAME", "CA", "CB"],
+        ["%4s", "%8.3f", "%8.3f"],
+        rows,
+    )
 
 
 def main():
-    parser = argparse.ArgumentParser(description="Makes the reference tables of the data directory.")
+    parser = argparse.ArgumentParser(
+        description="Makes the reference tables of the data directory."
+    )
     parser.add_argument("source")
     parser.add_argument("work")
     parser.add_argument("out")
@@ -280,21 +392,40 @@ def main():
     proteins = dataset.load_work(args.work)
     coil, before, after = published(args.source)
     own, before, after = fit_adjustments(proteins, coil, before, after)
-    extend = lambda v: np.concatenate([v, v[[LETTERS.index(PARENT[x]) for x in ROWS[20:]]]])  # noqa: E731
-    tables = (coil, own, extend(before), extend(after))
+    tables = (coil, own, with_aliases(before), with_aliases(after))
     rest = settle_constants(proteins, tables)
-    counts = f"{len(proteins)} proteins, {sum(int(p.use_phipsi.sum()) for p in proteins)} residues of known structure"
-    path = lambda name: os.path.join(args.out, name)  # noqa: E731
-    write_atoms(path("randcoil.tab"), ["Random coil shifts (ppm) of X in GGXAGG, 25 C, pH 5; 9999 = no reference",
-                                       RANDOM_COIL_SOURCE, "c: oxidised cysteine; p, h: further names of P and H"], ROWS, coil)
+    residues = sum(int(p.use_phipsi.sum()) for p in proteins)
+    counts = f"{len(proteins)} proteins, {residues} residues of known structure"
+
+    def path(name):
+        return os.path.join(args.out, name)
+
+    write_atoms(
+        path("randcoil.tab"),
+        [
+            "Random coil shifts (ppm) of X in GGXAGG, 25 C, pH 5; 9999 = no reference",
+            RANDOM_COIL_SOURCE,
+            "c: oxidised cysteine; p, h: further names of P and H",
+        ],
+        ROWS,
+        coil,
+    )
     fitted = [f"Fitted to {counts}", f"Neighbour effects drawn towards those of {NEIGHBOUR_SOURCE}"]
     write_atoms(path("rcadj.tab"), ["Adjustment (ppm) by the residue itself", *fitted], ROWS, own)
-    write_atoms(path("rcprev.tab"), ["Adjustment (ppm) by the residue before", *fitted], ROWS, tables[2])
-    write_atoms(path("rcnext.tab"), ["Adjustment (ppm) by the residue after", *fitted], ROWS, tables[3])
+    write_atoms(
+        path("rcprev.tab"), ["Adjustment (ppm) by the residue before", *fitted], ROWS, tables[2]
+    )
+    write_atoms(
+        path("rcnext.tab"), ["Adjustment (ppm) by the residue after", *fitted], ROWS, tables[3]
+    )
     bounds = limits(proteins, tables)
-    write(path("sslimit.tab"), ["Limits of secondary shifts (ppm)", f"About the 0.2 and 99.8 percentiles of {counts}"],
-          ["RESNAME"] + [f"{a}_{m}" for a in ATOMS for m in ("MIN", "MAX")], ["%4s"] + ["%8.3f"] * 12,
-          [[letter, *bounds[i].ravel()] for i, letter in enumerate(ROWS)])
+    write(
+        path("sslimit.tab"),
+        ["Limits of secondary shifts (ppm)", f"About the 0.2 and 99.8 percentiles of {counts}"],
+        ["RESNAME"] + [f"{a}_{m}" for a in ATOMS for m in ("MIN", "MAX")],
+        ["%4s"] + ["%8.3f"] * 12,
+        [[letter, *bounds[i].ravel()] for i, letter in enumerate(ROWS)],
+    )
     write_blosum(args.source, path("BLOSUM62.tab"))
     write_homology(args.source, path("homology.tab"))
     write_weights(proteins, tables, path("weight.tab"))

@@ -1,18 +1,19 @@
 """Counts of one finished run held against the known structure; evaluate.py adds them up.
 
-`truth` maps residue numbers to rows of labels.tsv.gz. Names of counts are words, joined by blanks; counts of several
-proteins can be added.
+`truth` maps residue numbers to rows of labels.tsv.gz. Names of counts are words, joined by blanks;
+counts of several proteins can be added.
 """
 import collections
 import itertools
 import os
 
-from box_share import too_far
+from data.boxes import too_far
 
 TRUSTED = ("Strong", "Generous")
 ROTAMERS = {"Q_Gm": "g-", "Q_Gp": "g+", "Q_T": "t"}
-# Shifts of a residue and its two neighbours together (CS_COUNT of pred.tab, of 18; every glycine and proline lacks
-# one or two). The chi1 networks see those of the three residues alone, half of which count as enough there.
+# Shifts of a residue and its two neighbours together (CS_COUNT of pred.tab, of 18; every glycine
+# and proline lacks one or two). The chi1 networks see those of the three residues alone, half of
+# which count as enough there.
 ENOUGH = 10
 CHI1_ENOUGH = 9
 
@@ -25,7 +26,12 @@ def read_rows(path):
             words = line.split()
             if line.startswith("VARS"):
                 names = words[1:]
-            elif names and words and words[0] not in ("FORMAT", "REMARK", "DATA") and len(words) == len(names):
+            elif (
+                names
+                and words
+                and words[0] not in ("FORMAT", "REMARK", "DATA")
+                and len(words) == len(names)
+            ):
                 row = dict(zip(names, words))
                 rows[int(row["RESID"])] = row
     return rows
@@ -47,7 +53,10 @@ def rotamer(chi1, letter):
 def shift_groups(structure_row):
     """Names of the groups of a residue by the shifts it has."""
     own, around = int(structure_row["CS_CNT_R2"]), int(structure_row["CS_CNT"])
-    return ("%d shifts" % own if own >= 3 else "fewer than 3", "enough" if around >= ENOUGH else "few")
+    return (
+        "%d shifts" % own if own >= 3 else "fewer than 3",
+        "enough" if around >= ENOUGH else "few",
+    )
 
 
 def count_angles(count, summary, structure, truth):
@@ -90,7 +99,7 @@ def segments(states, state):
 
 
 def count_overlap(count, observed, predicted):
-    """Segment overlap as defined by Zemla, Venclovas, Fidelis and Rost (1999) Proteins 34:220-223."""
+    """Segment overlap (Zemla, Venclovas, Fidelis and Rost (1999) Proteins 34:220-223)."""
     for state in "HEC":
         theirs = segments(predicted, state)
         for start, stop in segments(observed, state):
@@ -157,8 +166,10 @@ def count_run(directory, truth):
     """Counts of the run in `directory`; a run without its result tables counts as failed."""
     count = collections.Counter()
     try:
-        summary, structure, rotamers = (read_rows(os.path.join(directory, name + ".tab"))
-                                        for name in ("pred", "predSS", "predChi1"))
+        summary, structure, rotamers = (
+            read_rows(os.path.join(directory, name + ".tab"))
+            for name in ("pred", "predSS", "predChi1")
+        )
     except OSError:
         count["failed"] += 1
         return count

@@ -1,0 +1,1 @@
+"""What the program predicts, held against what is known."""
