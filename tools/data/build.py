@@ -21,6 +21,8 @@ minutes.
     secondary   secondary.py: ss, ss.center, ss.prev, ss.next, ss5
     sequence    training.sequence: seqSS, seqSS15
     chi1        training.chi1: chi1_* networks, chi1.tab
+    figures     evaluation.proteins through the folds; the runs stay in WORK/runs
+    shiftmodel  training.shift_model: expected shifts of a conformation, for the referencing check
     pack        what ships: data/tab and data/packed
     examples    the bundled examples
 
@@ -55,6 +57,10 @@ SMALL = (
     "weight",
     "BLOSUM62",
     "chi1",
+    "shiftmodel",
+    "shiftmodel.level1.WI",
+    "shiftmodel.level1.WL1",
+    "shiftmodel.level1.WL2",
 )
 # Networks of one archive, so that a change in one kind leaves the others alone.
 ARCHIVES = {
@@ -75,13 +81,15 @@ EXAMPLES = {
 class Build:
     def __init__(self, args):
         self.source, self.work, self.out, self.tool = args.source, args.work, args.out, args.tool
-        self.backbones = args.backbones
+        self.program = os.path.join(os.path.dirname(self.tool), "orvixn")
+        self.backbones, self.jobs = args.backbones, args.jobs
         self.tables = os.path.join(self.work, "tab")
         self.state = os.path.join(self.work, "training")
         self.cross = os.path.join(self.work, "cross")
 
-    def script(self, name, *args):
-        subprocess.run([sys.executable, os.path.join(TOOLS, "run.py"), name, *args], check=True)
+    def script(self, name, *args, stdout=None):
+        command = [sys.executable, os.path.join(TOOLS, "run.py"), name, *args]
+        subprocess.run(command, check=True, stdout=stdout)
 
     def data(self, *args):
         subprocess.run([self.tool, *args], check=True)
@@ -186,7 +194,9 @@ class Build:
             "--labels",
             os.path.join(self.work, "labels.tsv.gz"),
             "--program",
-            os.path.join(os.path.dirname(self.tool), "orvixn"),
+            self.program,
+            "--jobs",
+            str(self.jobs),
             "--tables",
             self.tables,
             "--cross",
@@ -195,6 +205,33 @@ class Build:
             os.path.join(self.state, "chi1"),
             "--out",
             self.tables,
+        )
+
+    def figures(self):
+        with open(os.path.join(self.work, "figures.txt.part"), "w") as out:
+            self.script(
+                "evaluation.proteins",
+                self.work,
+                self.program,
+                self.cross,
+                os.path.join(self.work, "runs"),
+                "--folds",
+                "--source",
+                self.source,
+                "--jobs",
+                str(self.jobs),
+                stdout=out,
+            )
+        os.replace(out.name, os.path.join(self.work, "figures.txt"))
+
+    def shiftmodel(self):
+        runs = os.path.join(self.work, "runs")
+        self.script(
+            "training.shift_model",
+            self.work,
+            self.tables,
+            self.tables,
+            *(("--runs", runs) if os.path.exists(runs) else ()),
         )
 
     def pack(self):
@@ -259,6 +296,8 @@ STEPS = {
     "secondary": Build.secondary,
     "sequence": Build.sequence,
     "chi1": Build.chi1,
+    "figures": Build.figures,
+    "shiftmodel": Build.shiftmodel,
     "pack": Build.pack,
     "examples": Build.examples,
 }
@@ -354,6 +393,7 @@ def main():
     parser.add_argument(
         "--backbones", type=int, default=0, help="most residues of chains without side chains"
     )
+    parser.add_argument("--jobs", type=int, default=2, help="runs of the program at a time")
     parser.add_argument("--steps", default="", help="comma separated; default all")
     parser.add_argument("--again", default="", help="run this step and all after it anew")
     args = parser.parse_args()

@@ -1,7 +1,7 @@
 """Runs the real program on known proteins and holds its predictions against their structures.
 
     tools/run.py evaluation.proteins WORK PROGRAM TABLES OUT
-        [--folds] [--split dev] [--source SOURCE [--as-given]] [--options=-noproton]
+        [--folds] [--split dev] [--source SOURCE [--as-given]] [--known LIST] [--options=-noproton]
 
 WORK is the directory that data.build leaves (proteins.tsv, labels.tsv.gz, tables/), PROGRAM the
 built orvixn, TABLES a table directory, OUT a directory for the results (a protein that is already
@@ -12,8 +12,10 @@ with the angles of a relative (kind `related`) are never run.
 With --folds TABLES holds fold0, fold1, ...: tables of networks that never saw the proteins of that
 fold, and every protein is run with those of its fold. Without, whether the networks know the
 protein is up to the caller. With --source files of the archive are told apart by the method of the
-structure. The tables of WORK were cleaned with the structure at hand (offsets, outliers); with
---as-given the program gets the shifts as SOURCE has them.
+structure, and X-ray structures at 2.3 A or better, all and those with at least 80 % of the six
+shifts, get figures of their own. With --known so do the proteins of an earlier list and the others.
+The tables of WORK were cleaned with the structure at hand (offsets, outliers); with --as-given the
+program gets the shifts as SOURCE has them.
 
 "Served" are Strong, Generous and Dyn, as a share of the residues with a prediction (any class but
 None). "Wrong" are Strong and Generous that the program's own rule calls too far from a reference;
@@ -33,7 +35,7 @@ import numpy as np
 from data import dataset
 from data.dataset import read_tsv
 from data.folds import FOLDS, fold_tables, small_folds
-from evaluation import counts
+from evaluation import counts, subsets
 
 SAMPLES = 500
 SHIFT_GROUPS = ("6 shifts", "5 shifts", "4 shifts", "3 shifts", "fewer than 3", "enough", "few")
@@ -235,7 +237,7 @@ def parts_by(proteins, key):
     ]
 
 
-def main():
+def arguments():
     parser = argparse.ArgumentParser(
         description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter
     )
@@ -252,20 +254,27 @@ def main():
     parser.add_argument(
         "--as-given", action="store_true", help="the shifts as the source has them, not cleaned"
     )
+    parser.add_argument("--known", help="proteins.tsv of an earlier data directory")
     parser.add_argument("--options", default="", help="more options for the program")
     parser.add_argument("--jobs", type=int, default=2)
     args = parser.parse_args()
+    if args.as_given and not args.source:
+        parser.error("--as-given needs --source")
     args.program = os.path.abspath(args.program)
+    return args
 
+
+def choose_proteins(args):
+    """The proteins to run, with the tables of each."""
     split = args.split or ("" if args.folds else "dev")
+    names = split.split(",")
     proteins = [
         p
         for p in read_tsv(os.path.join(args.work, "proteins.tsv"))
-        if p["kind"] != "related"
-        and (not split or p["split"] == split or p["id"] in split.split(","))
+        if p["kind"] != "related" and (not split or p["split"] == split or p["id"] in names)
     ]
     if not proteins:
-        parser.error("no protein of the split " + split)
+        raise SystemExit("no protein of the split " + split)
     for p in proteins:
         p["tables"] = args.tables
     if args.folds:
@@ -273,38 +282,29 @@ def main():
         for p, fold in zip(proteins, folds):
             p["fold"], p["tables"] = str(fold), fold_tables(args.tables, fold)
     if args.source:
-        method = {
-            row["id"]: row["method"] for row in read_tsv(os.path.join(args.source, "manifest.tsv"))
-        }
+        about = subsets.describe_structures(args.source)
         for p in proteins:
-            p["kind"] += " " + method[p["id"]] if p["kind"] == "archive-file" else ""
-    args.shifts = os.path.join(args.work, "tables")
-    if args.as_given:
-        if not args.source:
-            parser.error("--as-given needs --source")
-        write_given(args, proteins)
+            p["kind"] += " " + about[p["id"]][0] if p["kind"] == "archive-file" else ""
+    return proteins
+
+
+def run_all(args, proteins):
+    """Runs the proteins that have not been run, and sets the counts of all."""
     truth = collections.defaultdict(dict)
     for row in read_tsv(os.path.join(args.work, "labels.tsv.gz")):
         truth[row["id"]][int(row["resid"])] = row
-    related = {
-        row["id"]: row["sources"] for row in read_tsv(os.path.join(args.work, "related.tsv"))
-    }
-
+    table = read_tsv(os.path.join(args.work, "related.tsv"))
+    related = {row["id"]: row["sources"] for row in table}
     with concurrent.futures.ThreadPoolExecutor(args.jobs) as pool:
         list(pool.map(lambda p: run_protein(args, p, related[p["id"]]), proteins))
     for p in proteins:
         p["count"] = counts.count_run(os.path.join(args.out, p["id"]), truth[p["id"]])
     failed = [p["id"] for p in proteins if p["count"]["failed"]]
-    print(
-        "%d proteins, %d failed%s"
-        % (len(proteins), len(failed), "".join(" " + name for name in failed))
-    )
-    if args.folds:
-        print_summaries("fold", parts_by(proteins, "fold"), errors=False)
-    print_summaries(
-        "kind of structure", parts_by(proteins, "kind") + [("all", proteins)], errors=True
-    )
-    total = totals(proteins)
+    names = "".join(" " + name for name in failed)
+    print("%d proteins, %d failed%s" % (len(proteins), len(failed), names))
+
+
+def print_all(total):
     f = figures(total)
     print_shift_groups(total, f)
     print("\n%d residues with trusted phi and psi" % total["residues all"][0])
@@ -312,6 +312,24 @@ def main():
         if name.split(", ")[-1] not in SHIFT_GROUPS and not np.isnan(values[0]):
             print("%-46s %7.2f +- %.2f" % (name, values[0], error(values)))
     print_calibration(total)
+
+
+def main():
+    args = arguments()
+    proteins = choose_proteins(args)
+    args.shifts = os.path.join(args.work, "tables")
+    if args.as_given:
+        write_given(args, proteins)
+    run_all(args, proteins)
+    if args.folds:
+        print_summaries("fold", parts_by(proteins, "fold"), errors=False)
+    kinds = parts_by(proteins, "kind") + [("all", proteins)]
+    print_summaries("kind of structure", kinds, errors=True)
+    cleaned = os.path.join(args.work, "tables")
+    parts = subsets.subsets(proteins, args.source, cleaned, args.known)
+    if parts:
+        print_summaries("part", parts, errors=True)
+    print_all(totals(proteins))
 
 
 if __name__ == "__main__":

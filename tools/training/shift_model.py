@@ -1,6 +1,6 @@
 """Trains the shift model of the data directory: expected secondary shifts of a known conformation.
 
-    tools/run.py training.shift_model WORK TABLES OUT [--runs RUNS --vectors FILE]
+    tools/run.py training.shift_model WORK TABLES OUT [--runs RUNS --examples FILE]
 
 A run that has predicted the backbone holds the measured shifts against what the model expects of
 it, which tells referencing errors apart from structure. The model sees five residues as a
@@ -34,6 +34,7 @@ from training import networks as nc
 NAME = "shiftmodel"
 REACH = 2
 MEMBERS = 3
+EXAMPLE_LETTERS = "GPcVKH"
 LIVE, HIDDEN = 64, 48
 # Entries of a residue: letter, bonded cysteine, states, sine and cosine of phi and psi, whether
 # these are known, rotamers, whether there is a residue.
@@ -287,34 +288,26 @@ def evaluate_layers(members, x):
     return total / len(members)
 
 
-def write_vectors(path, data, folder, count=6):
-    """Residues with their windows and what the written network gives for them."""
+def example_rows(data):
+    """A first and a last residue, and one each of some letters inside their chains."""
+    beyond = len(data.letter)
+    first = np.flatnonzero(data.windows[:, 1] == beyond)[0]
+    last = np.flatnonzero(data.windows[:, 3] == beyond)[0]
+    inside = np.flatnonzero((data.windows < beyond).all(1) & data.usable)
+    some = [inside[data.letter[inside] == letter][:1] for letter in EXAMPLE_LETTERS]
+    return [first, last, *np.concatenate(some)]
+
+
+def write_examples(path, data, folder):
+    """Windows of residues with their input and what the written network gives for them."""
     members = read_layers(folder)
-    chosen = []
-    ends = np.flatnonzero(data.windows[:, 0] == len(data.letter))
-    whole = np.flatnonzero((data.windows < len(data.letter)).all(1) & data.usable)
-    picks = [int(ends[0]), int(np.flatnonzero(data.windows[:, 4] == len(data.letter))[0])]
-    for letter in "GPcV"[: count - 2]:
-        picks += np.flatnonzero(data.letter[whole] == letter)[:1].tolist()
-    picks = picks[:2] + [int(whole[k]) for k in picks[2:]]
-    for row in picks:
-        x = data.x[data.windows[row]].astype(float)
-        residues = [
-            None
-            if place == len(data.letter)
-            else {
-                "letter": str(data.letter[place]),
-                "states": entry[STATES : STATES + 3].tolist(),
-                "phi": angle_of(entry, 0),
-                "psi": angle_of(entry, 1),
-                "rotamers": entry[ROTAMERS : ROTAMERS + 3].tolist(),
-            }
-            for place, entry in zip(data.windows[row], x)
-        ]
-        # The angles as they are given here, to the digit.
-        inputs = np.concatenate([entries_of(r) for r in residues])
+    examples = []
+    for row in example_rows(data):
+        places = data.windows[row]
+        residues = [residue_of(data, place) for place in places]
+        inputs = np.concatenate([entries_of(residue) for residue in residues])
         output = evaluate_layers(members, inputs)
-        chosen.append(
+        examples.append(
             {
                 "residues": residues,
                 "input": [round(float(v), 9) for v in inputs],
@@ -322,8 +315,21 @@ def write_vectors(path, data, folder, count=6):
             }
         )
     with open(path, "w") as out:
-        json.dump({"model": NAME, "windows": chosen}, out, indent=1)
-        out.write("\n")
+        out.write(json.dumps({"model": NAME, "windows": examples}) + "\n")
+
+
+def residue_of(data, place):
+    """What the examples tell of a residue; None beyond the chain."""
+    if place == len(data.letter):
+        return None
+    entry = data.x[place]
+    return {
+        "letter": str(data.letter[place]),
+        "states": entry[STATES : STATES + 3].tolist(),
+        "phi": angle_of(entry, 0),
+        "psi": angle_of(entry, 1),
+        "rotamers": entry[ROTAMERS : ROTAMERS + 3].tolist(),
+    }
 
 
 def angle_of(entry, k):
@@ -352,8 +358,7 @@ def main():
     parser.add_argument("tables", help="directory of the reference tables")
     parser.add_argument("out")
     parser.add_argument("--runs", default="", help="results of the program by protein")
-    parser.add_argument("--new", default="", help="proteins.tsv of the networks behind RUNS")
-    parser.add_argument("--vectors", default="", help="file for the test vectors")
+    parser.add_argument("--examples", default="", help="file for windows with input and output")
     parser.add_argument("--state", default="", help="directory of the training states")
     parser.add_argument("--seed", type=int, default=7)
     args = parser.parse_args()
@@ -370,26 +375,13 @@ def main():
         # Where the program is sure of the angles.
         sure = data.tested & (data.predicted[:-1, KNOWN : KNOWN + 2] > 0).all(1)
         report(data, "predicted", data.y - predicted, np.flatnonzero(sure))
-        if args.new:
-            seen = {p["source"] for p in dataset.read_tsv(args.new)}
-            mine = {
-                p["id"]: p["source"] in seen
-                for p in dataset.read_tsv(os.path.join(args.work, "proteins.tsv"))
-            }
-            fresh = np.array([not mine[i] for i in data.id])
-            report(data, "predicted, new", data.y - predicted, np.flatnonzero(sure & fresh))
-            report(
-                data, "true, new", data.y - true, np.flatnonzero(data.usable & data.tested & fresh)
-            )
-        residual, basis = (
-            np.where(sure[:, None], data.y - predicted, np.nan),
-            "predicted conformations",
-        )
+        residual = np.where(sure[:, None], data.y - predicted, np.nan)
+        basis = "predicted conformations"
     write_spreads(os.path.join(args.out, NAME + ".tab"), *spread_table(data, residual), basis)
     nets = train_shipped(data, folder, args.seed)
     nc.write_level(args.out, NAME, 1, nets, SCALE.astype(np.float64))
-    if args.vectors:
-        write_vectors(args.vectors, data, args.out)
+    if args.examples:
+        write_examples(args.examples, data, args.out)
     log("done")
 
 
