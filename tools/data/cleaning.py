@@ -25,12 +25,12 @@ import argparse
 import collections
 import difflib
 import os
-import sys
 
 import numpy as np
 
 from data import dataset, regression, relatives
 from data.dataset import ATOMS, CA, CB, FLAG_QUALITY, KIND_QUALITY, LETTERS
+from data.log import log
 
 # Typical residual spread of the expected-shift model (ppm); the start value of all robust scales.
 TYPICAL_SPREAD = np.array([2.4, 0.27, 1.1, 0.95, 1.05, 0.42])
@@ -372,11 +372,8 @@ def main():
         proteins, model = clean(args.source, lambda text: print(text, file=log_file))
     dataset.write_work(proteins, args.source, args.work)
     residues = sum(int(p.use_phipsi.sum()) for p in proteins)
-    print(f"{len(proteins)} proteins, {residues} residues with trusted phi/psi", file=sys.stderr)
-    print(
-        "residual spread " + " ".join(f"{a} {s:.3f}" for a, s in zip(ATOMS, model.spread)),
-        file=sys.stderr,
-    )
+    log(f"{len(proteins)} proteins, {residues} residues with trusted phi/psi")
+    log("residual spread " + " ".join(f"{a} {s:.3f}" for a, s in zip(ATOMS, model.spread)))
 
 
 if __name__ == "__main__":

@@ -19,6 +19,7 @@ import numpy as np
 
 from data import cleaning, dataset, regression
 from data.dataset import ATOMS, C, CA, CB, HA, HN, LETTERS, N
+from data.log import log
 
 ROWS = LETTERS + "cph"  # oxidised cysteine, and the two further names that a sequence may hold
 OTHER_LETTERS = "BJOUZ"
@@ -435,7 +436,7 @@ def main():
         out.write("letter\t" + "\t".join(ATOMS) + "\n")
         for letter, row in zip(LETTERS, scales):
             out.write(letter + "".join(f"\t{v:.3f}" for v in row) + "\n")
-    print("mean offset left: " + ", ".join(f"{ATOMS[a]} {v:+.3f}" for a, v in rest.items()))
+    log("mean offset left: " + ", ".join(f"{ATOMS[a]} {v:+.3f}" for a, v in rest.items()))
 
 
 if __name__ == "__main__":
