@@ -159,6 +159,7 @@ def level2_task(vectors, usable, maps, choose, args):
     to some boxes."""
 
     def inputs_of(variant, windows, _):
+        windows = torch.from_numpy(windows)
         x = torch.empty(len(windows), 5 * maps[0].shape[1])
         for v in np.unique(variant):
             k = np.flatnonzero(variant == v)
@@ -353,6 +354,7 @@ def computed_level1_maps(computed, members, boxes, copy_number):
     """Mean level 1 maps of the chains with computed shifts, narrowed to `boxes`; 0 where there is
     no window."""
     centres, windows = windows_of(computed, computed.unrelated, False)
+    torch.manual_seed(copy_number)  # the noise is the same whether or not the training was resumed
     out = torch.zeros(computed.pad + 1, len(boxes))
     with torch.no_grad():
         for k in range(0, len(centres), 8192):
