@@ -218,6 +218,8 @@ class Build:
                 "--folds",
                 "--source",
                 self.source,
+                "--known",
+                os.path.join(ROOT, "data", "proteins.tsv"),
                 "--jobs",
                 str(self.jobs),
                 stdout=out,
