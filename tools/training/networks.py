@@ -21,6 +21,7 @@ torch.set_num_threads(int(os.environ.get("OMP_NUM_THREADS", "2")))
 BOX_SHARE = np.array(boxes.BOX_SHARE)
 BOX_PRIOR = np.maximum(0.03, np.sqrt(BOX_SHARE)).astype(np.float32)
 BOX_CENTRES = np.arange(-170.0, 180.0, 20.0)
+SAVE_SECONDS = 60  # between two states of a training under way
 
 
 class Member(nn.Module):
@@ -188,7 +189,7 @@ def fit(
             )
         if epoch - best_epoch >= patience:
             break
-        if time.time() - last_save > 60:
+        if time.time() - last_save > SAVE_SECONDS:
             torch.save(
                 {
                     "net": net.state_dict(),
