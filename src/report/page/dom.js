@@ -9,10 +9,15 @@ function fill(node, attributes, children) {
     else if (name.startsWith("on")) node.addEventListener(name.slice(2), value);
     else node.setAttribute(name, value === true ? "" : String(value));
   }
-  for (const child of children.flat()) {
+  for (const child of children.flat(Infinity)) {
     if (child !== null && child !== undefined) node.append(child);
   }
   return node;
+}
+
+/** Puts children (nodes, texts, lists of them, null for none) at the end of `node`. */
+export function add(node, ...children) {
+  return fill(node, null, children);
 }
 
 /** An HTML element; `text` sets its text, `onclick` and the like add listeners. */

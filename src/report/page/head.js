@@ -1,7 +1,7 @@
 import { atoms, classes, classMeaning } from "./model.js";
 import { classIcon } from "./marks.js";
 import { dateText, percent, plural, verdictOf } from "./words.js";
-import { download, el } from "./dom.js";
+import { add, download, el } from "./dom.js";
 
 /** Head of the page, restraint files and provenance. */
 
@@ -27,8 +27,8 @@ function classCounts(model) {
     el("div", { class: "class-bar", "aria-hidden": "true" },
       present.map((word) => el("span", { class: `class-${word}`, style: `flex-grow:${model.counts[word]}` }))),
     el("ul", { class: "class-list" }, present.map((word) =>
-      el("li", {}, classIcon(word), el("b", { text: model.counts[word] }), ` ${word}`,
-        el("small", { text: `${percent(model.counts[word], model.residues.length)}, ${classMeaning[word]}` })))));
+      el("li", {}, classIcon(word), el("span", {}, el("b", { text: model.counts[word] }), ` ${word}`,
+        el("small", { text: `${percent(model.counts[word], model.residues.length)}, ${classMeaning[word]}` }))))));
 }
 
 function completeness(model) {
@@ -72,7 +72,7 @@ export function restraintFiles(container, model) {
     container.append(el("p", { class: "hint", text: "This page holds no restraint files." }));
     return;
   }
-  container.append(
+  add(container,
     el("p", { text: "Dihedral restraints of the residues of class Strong, the same files that orvix export writes." }),
     el("div", { class: "toolbar" }, files.map((file) =>
       el("button", { type: "button", "data-format": file.format, onclick: () => download(file.file, file.text) },

@@ -1,7 +1,7 @@
 import { classes, classMeaning } from "./model.js";
 import { dateText, fixed, percent, plural } from "./words.js";
 import { SortableTable, compareValues, searchField } from "./sortable_table.js";
-import { byId, el } from "./dom.js";
+import { add, byId, el } from "./dom.js";
 
 /** The page over many predictions. */
 
@@ -35,7 +35,9 @@ function drawStrip(canvas, protein, colours) {
       const colour = colourOf(text[place]);
       if (!colour) continue;
       pen.fillStyle = colour;
-      pen.fillRect(place * step, top * ratio, Math.max(1, step + 0.2), height * ratio);
+      // Whole pixels, so that no seams show between residues.
+      const start = Math.floor(place * step);
+      pen.fillRect(start, top * ratio, Math.max(1, Math.ceil((place + 1) * step) - start), height * ratio);
     }
   };
   line(protein.structure ?? "", (letter) => (letter === "L" ? null : colours[`structure-${letter}`]), 0, 5);
@@ -114,7 +116,7 @@ function columnsOf(strips) {
     { key: "title", text: "Title", value: (p) => p.title, show: (p) => el("span", { class: "title-cell", text: p.title }) },
     { key: "residues", text: "Residues", number: true, value: (p) => p.residues, show: (p) => String(p.residues) },
     {
-      key: "strip", text: "Classes, below; helix and strand, above", show: (p) => strips.add(p),
+      key: "strip", text: "Along the chain", title: "above: helix and strand; below: classes", show: (p) => strips.add(p),
     },
     shareColumn("strong", "Strong", "share of residues of class Strong", (p) => share(p, ["Strong"])),
     shareColumn("warn", "Warn", "share of residues of class Warn", (p) => share(p, ["Warn"])),
@@ -146,14 +148,14 @@ function head(record) {
   }
   const residues = countAll(counts);
   const failed = record.failures?.length ?? 0;
-  byId("head").append(
+  add(byId("head"),
     el("p", { class: "kicker", text: "Backbone predictions from chemical shifts" }),
     el("h1", { text: record.directory || "Predictions" }),
     el("p", { class: "lead", text: `${plural(proteins.length, "protein")} with ${plural(residues, "residue")}; ` +
       `${plural(failed, "input")} failed.` }),
     el("ul", { class: "class-list wide" }, classes.filter((word) => counts[word] > 0).map((word) =>
-      el("li", {}, el("span", { class: `swatch class-${word}` }), el("b", { text: percent(counts[word], residues) }), ` ${word}`,
-        el("small", { text: classMeaning[word] })))),
+      el("li", {}, el("span", { class: `swatch class-${word}` }), el("span", {}, el("b", { text: percent(counts[word], residues) }), ` ${word}`,
+        el("small", { text: classMeaning[word] }))))),
     record.written ? el("p", { class: "hint", text: `Written ${dateText(record.written)} by ${record.program?.name ?? ""} ${record.program?.version ?? ""}.` }) : null);
 }
 
@@ -195,7 +197,7 @@ function start() {
   const apply = () => table.filter((protein) =>
     (wanted === "" || `${protein.name} ${protein.title}`.toLowerCase().includes(wanted)) &&
     (!flagged || protein.serious > 0 || Object.values(protein.offsets ?? {}).some((one) => one?.significant)));
-  byId("proteins-frame").append(
+  add(byId("proteins-frame"),
     el("div", { class: "toolbar" },
       searchField("Find protein", (text) => { wanted = text; apply(); }),
       el("label", { class: "check" },

@@ -1,5 +1,5 @@
 import { classMeaning, classes, readModel } from "./model.js";
-import { classIcon, referenceShape } from "./marks.js";
+import { classIcon } from "./marks.js";
 import { pageHead, restraintFiles, settingsTable } from "./head.js";
 import { clearPrintTracks, printTracks, TrackView } from "./tracks.js";
 import { ResidueSheet } from "./sheet.js";
@@ -12,14 +12,14 @@ import { byId, el, svg } from "./dom.js";
 
 function legend(model) {
   const swatch = (name, text) => el("li", {}, el("span", { class: `swatch ${name}` }), text);
-  const star = svg("svg", { class: "icon", width: 14, height: 14, viewBox: "-7 -7 14 14", "aria-hidden": "true" },
-    svg("path", { class: "reference", d: referenceShape(50) }));
+  const dash = svg("svg", { class: "icon", width: 14, height: 14, viewBox: "-7 -7 14 14", "aria-hidden": "true" },
+    svg("path", { class: "reference", d: "M-6,-1.2H6V1.2H-6Z" }));
   const warning = svg("svg", { class: "icon", width: 14, height: 14, viewBox: "-7 -7 14 14", "aria-hidden": "true" },
     svg("path", { class: "outlier-sign", d: d3.symbol().type(d3.symbolTriangle).size(50)() }));
   return el("ul", { class: "legend" },
     classes.filter((word) => model.counts[word] > 0 && word !== "None")
       .map((word) => el("li", { title: classMeaning[word] }, classIcon(word), word)),
-    model.hasReference ? el("li", {}, star, "reference") : null,
+    model.hasReference ? el("li", {}, dash, "reference") : null,
     swatch("structure-H", "helix"), swatch("structure-E", "strand"), swatch("structure-L", "coil"),
     swatch("rotamer-gm", "χ1 g−"), swatch("rotamer-gp", "χ1 g+"), swatch("rotamer-t", "χ1 t"),
     el("li", {}, warning, "outlier"));

@@ -10,7 +10,7 @@ const boxWidth = 360 / boxes;
 
 /** Draws the frame of a phi/psi plane of `size` pixels; returns its layers and scales. */
 export function anglePlane(node, size) {
-  const margin = { left: 44, right: 8, top: 8, bottom: 36 };
+  const margin = { left: 44, right: 16, top: 8, bottom: 36 };
   const x = d3.scaleLinear([-180, 180], [margin.left, size - margin.right]);
   const y = d3.scaleLinear([-180, 180], [size - margin.bottom, margin.top]);
   const ticks = d3.range(-180, 181, 60);
@@ -127,11 +127,11 @@ export function mapPlot(residue, size, marked) {
     .on("pointerleave", () => { marked(null); hideTip(); });
   if (residue.phi !== null && residue.psi !== null) {
     front.append("path").attr("class", `mark answer class-${classOf(residue)}`)
-      .attr("d", classShape(classOf(residue), 110)).attr("transform", `translate(${x(residue.phi)},${y(residue.psi)})`);
+      .attr("d", classShape(classOf(residue), 150)).attr("transform", `translate(${x(residue.phi)},${y(residue.psi)})`);
   }
   const reference = residue.reference;
   if (reference && reference.phi !== null && reference.psi !== null) {
-    front.append("path").attr("class", "reference").attr("d", referenceShape(110))
+    front.append("path").attr("class", "reference").attr("d", referenceShape(70))
       .attr("transform", `translate(${x(reference.phi)},${y(reference.psi)})`);
   }
   return node;

@@ -9,7 +9,12 @@ const shapes = {
   Warn: d3.symbolTriangle,
   Dyn: d3.symbolSquare,
   Bad: d3.symbolCross,
-  None: d3.symbolWye,
+  None: {
+    draw(context, size) {
+      const half = Math.sqrt(size) * 0.6;
+      context.rect(-half, -half / 4, 2 * half, half / 2);
+    },
+  },
 };
 
 /** Path data of a class's mark with an area of `size` square pixels. */

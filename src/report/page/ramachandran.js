@@ -1,6 +1,7 @@
-import { classOf, residueName } from "./model.js";
-import { classFilter, classOfMark, classShape, referenceShape } from "./marks.js";
+import { angleDifference, classOf, residueName } from "./model.js";
+import { classBadge, classFilter, classOfMark, classShape, referenceShape } from "./marks.js";
 import { anglePlane } from "./map_plot.js";
+import { fixed } from "./words.js";
 import { residueTip } from "./tracks.js";
 import { el, hideTip, showTip, svg } from "./dom.js";
 
@@ -10,6 +11,37 @@ import { el, hideTip, showTip, svg } from "./dom.js";
 function shortWay(from, to) {
   const turn = (a, b) => (b - a > 180 ? b - 360 : b - a < -180 ? b + 360 : b);
   return { phi: turn(from.phi, to.phi), psi: turn(from.psi, to.psi) };
+}
+
+function shortTable(id, caption, heads, rows) {
+  return el("div", { class: "table-frame" }, el("table", { id }, el("caption", { text: caption }),
+    el("thead", {}, el("tr", {}, heads.map((text, place) => el("th", { scope: "col", class: place > 1 ? "number" : null, text })))),
+    el("tbody", {}, rows.map((cells) => el("tr", {}, cells.map((cell, place) => el("td", { class: place > 1 ? "number" : null }, cell)))))));
+}
+
+/** Residues that deserve a look: far from the reference, and positive phi where it is rare. */
+function lookAt(model, predicted, select) {
+  const link = (residue) => el("button", { type: "button", class: "link", onclick: () => select(residue.resid), text: residueName(residue) });
+  const trusted = predicted.filter((residue) => !["Warn", "Dyn", "None"].includes(classOf(residue)));
+  const parts = [];
+  if (model.hasReference) {
+    const far = trusted.filter((r) => (r.reference?.phi ?? null) !== null && (r.reference?.psi ?? null) !== null)
+      .map((residue) => ({
+        residue,
+        phi: Math.abs(angleDifference(residue.phi, residue.reference.phi)),
+        psi: Math.abs(angleDifference(residue.psi, residue.reference.psi)),
+      }))
+      .sort((a, b) => Math.hypot(b.phi, b.psi) - Math.hypot(a.phi, a.psi)).slice(0, 7);
+    parts.push(shortTable("farthest", "Farthest from the reference, of the trusted classes",
+      ["Residue", "Class", "off in φ", "off in ψ"],
+      far.map((one) => [link(one.residue), classBadge(classOf(one.residue)), fixed(one.phi, 0, "°"), fixed(one.psi, 0, "°")])));
+  }
+  const rare = trusted.filter((residue) => residue.phi > 0 && !["G", "N", "D"].includes(String(residue.resname).toUpperCase()));
+  parts.push(rare.length === 0
+    ? el("p", { class: "hint", text: "No trusted residue but glycine, asparagine and aspartate has a positive φ." })
+    : shortTable("positive-phi", "Positive φ, other than glycine, asparagine and aspartate", ["Residue", "Class", "φ", "ψ"],
+      rare.slice(0, 12).map((residue) => [link(residue), classBadge(classOf(residue)), fixed(residue.phi, 0, "°"), fixed(residue.psi, 0, "°")])));
+  return el("div", { class: "look-at" }, parts);
 }
 
 export function ramachandran(container, model, select) {
@@ -48,5 +80,5 @@ export function ramachandran(container, model, select) {
       el("input", { type: "checkbox", id: "show-links", onchange: (event) => links.attr("hidden", event.target.checked ? null : "") }),
       "join each residue with its reference"));
   }
-  container.append(el("div", { class: "map-frame" }, node));
+  container.append(el("div", { class: "columns" }, el("div", { class: "map-frame" }, node), lookAt(model, predicted, select)));
 }

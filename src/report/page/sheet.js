@@ -4,7 +4,7 @@ import {
 import { classBadge, classIcon, referenceShape } from "./marks.js";
 import { fixed, plural, withSpread } from "./words.js";
 import { mapPlot, matchRows } from "./map_plot.js";
-import { byId, el, svg } from "./dom.js";
+import { add, byId, el, svg } from "./dom.js";
 
 /** A residue's sheet, beside the page where there is room for it, else over it. */
 
@@ -206,7 +206,8 @@ export class ResidueSheet {
       : [el("p", { class: "hint", text: model.hasMaps
         ? "No map: the residue has no prediction."
         : "This record holds no maps and matches; predict again with a current version to see them." })];
-    this.box.replaceChildren(
+    this.box.replaceChildren();
+    add(this.box,
       el("header", {},
         heading, classBadge(word),
         el("div", { class: "sheet-buttons" },
@@ -218,7 +219,7 @@ export class ResidueSheet {
       residue.chi1?.turned && residue.chi1.angle !== null
         ? el("p", { class: "hint", text: `Valine's χ1 is turned by −120° as in the tables; N-CA-CB-CG1 is ${fixed(angleDifference(residue.chi1.angle, -120), 0)}°.` })
         : null,
-      ...evidence,
+      evidence,
       shiftTable(model, residue),
       residue.matches ? matchTable(residue, (rank) => this.mark(rank)) : null);
     heading.focus({ preventScroll: true });

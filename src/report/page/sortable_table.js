@@ -23,7 +23,7 @@ export class SortableTable {
     this.shown = () => true;
     this.count = el("output", { class: "range" });
     this.body = el("tbody");
-    this.heads = columns.map((column) => el("th", { scope: "col", class: column.number ? "number" : null, "data-key": column.key },
+    this.heads = columns.map((column) => el("th", { scope: "col", class: column.number ? "number" : null, "data-key": column.key, title: column.value ? null : column.title },
       column.value
         ? el("button", { type: "button", title: column.title ?? `Sort by ${column.text}`, onclick: () => this.sortBy(column), text: column.text })
         : column.text));

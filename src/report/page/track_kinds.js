@@ -1,5 +1,5 @@
 import { angleDifference, atoms, classOf, referenceChi1, rotamers, spreadBars, structureRuns } from "./model.js";
-import { classOfMark, classShape, referenceShape } from "./marks.js";
+import { classOfMark, classShape } from "./marks.js";
 
 /**
  * The tracks along the sequence. A track has a caption, a height in pixels and `draw(layer, scene)`,
@@ -16,6 +16,12 @@ function barWidth(step) {
 
 function keyed(layer, selector, data, element) {
   return layer.selectAll(selector).data(data, (d) => d.key).join(element);
+}
+
+/** The mark of the reference: a dash that leaves the answer's own mark to be seen. */
+function dash(step) {
+  const half = Math.min(7, Math.max(1.2, step * 0.46));
+  return `M${-half},-1H${half}V1H${-half}Z`;
 }
 
 function valueAxis(layer, y, values, scene, format = d3.format("d")) {
@@ -121,7 +127,7 @@ function angleTrack(angle, caption) {
         .map((residue) => ({ key: residue.resid, angle: residue.reference[angle] }));
       keyed(marks, "path.reference", references, "path")
         .attr("class", "reference").attr("data-resid", (d) => d.key)
-        .attr("d", referenceShape(size * 0.8))
+        .attr("d", dash(scene.step))
         .attr("transform", (d) => `translate(${scene.x(d.key)},${y(d.angle)})`);
     },
   };
@@ -138,7 +144,7 @@ function rotamerOf(angle) {
 
 const chi1 = {
   id: "chi1",
-  caption: "χ1 rotamer probabilities, outlined: predicted, star: reference",
+  caption: "χ1 rotamer probabilities, full colour: predicted rotamer",
   height: 58,
   draw(layer, scene) {
     const y = d3.scaleLinear([0, 1], [58, 8]);
@@ -169,7 +175,7 @@ const chi1 = {
       .attr("y", (d) => y(d.high)).attr("height", (d) => Math.max(0, y(d.low) - y(d.high)));
     keyed(marks, "path.reference", references, "path")
       .attr("class", "reference").attr("data-resid", (d) => d.key)
-      .attr("d", referenceShape(Math.min(36, Math.max(8, scene.step * 3))))
+      .attr("d", dash(scene.step))
       .attr("transform", (d) => `translate(${scene.x(d.key)},${y(d.at)})`);
   },
 };
@@ -205,7 +211,7 @@ function shiftTrack(atom) {
     draw(layer, scene) {
       const values = scene.model.residues.map((residue) => Math.abs(residue.secondary_shifts[atom] ?? 0));
       const widest = d3.max(values) || 1;
-      const y = d3.scaleLinear([-widest, widest], [52, 0]);
+      const y = d3.scaleLinear([-1.2 * widest, 1.2 * widest], [52, 0]);
       const tick = d3.ticks(0, widest, 2).filter((value) => value > 0).pop() ?? widest;
       valueAxis(layer, y, [-tick, 0, tick], scene, d3.format("~g"));
       const marks = marksOf(layer, scene);
@@ -221,12 +227,12 @@ function shiftTrack(atom) {
         .attr("data-resid", (d) => d.key)
         .attr("x", (d) => scene.x(d.key) - width / 2).attr("width", width)
         .attr("y", (d) => y(Math.max(0, d.value))).attr("height", (d) => Math.abs(y(d.value) - y(0)));
-      const shape = (d) => d3.symbol().type(d.outlier.serious ? d3.symbolCross : d3.symbolTriangle).size(34)();
+      const shape = (d) => d3.symbol().type(d.outlier.serious ? d3.symbolCross : d3.symbolTriangle).size(30)();
       keyed(marks, "path.outlier-sign", data.filter((d) => d.outlier), "path")
         .attr("class", "outlier-sign").attr("data-resid", (d) => d.key).attr("d", shape)
         .attr("transform", (d) => {
-          const end = y(d.value) + (d.value > 0 ? 5 : -5);
-          return `translate(${scene.x(d.key) + width / 2 + 5},${end})${d.value < 0 ? " rotate(180)" : ""}`;
+          const end = y(d.value) + (d.value > 0 ? -5 : 5);
+          return `translate(${scene.x(d.key)},${end})${d.value < 0 ? " rotate(180)" : ""}`;
         });
     },
   };

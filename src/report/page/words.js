@@ -19,7 +19,7 @@ export function percent(part, whole) {
 }
 
 export function plural(count, word, words = `${word}s`) {
-  return `${count} ${count === 1 ? word : words}`;
+  return `${count.toLocaleString("en")} ${count === 1 ? word : words}`;
 }
 
 /** "a, b and c" */
@@ -138,6 +138,7 @@ export function verdictOf(model) {
     note: "The shifts look sound, with remarks",
     good: "The shifts look sound",
   }[level];
+  statements.sort((a, b) => rank[a.level] - rank[b.level]);
   return { level, headline, statements };
 }
 
