@@ -113,7 +113,7 @@ function columnsOf(strips) {
       key: "name", text: "Protein", value: (p) => p.name,
       show: (p) => (p.report ? el("a", { href: address(p.report), text: p.name }) : p.name),
     },
-    { key: "title", text: "Title", value: (p) => p.title, show: (p) => el("span", { class: "title-cell", text: p.title }) },
+    { key: "title", text: "Title", value: (p) => p.title, show: (p) => el("span", { class: "title-cell", title: p.title, text: p.title }) },
     { key: "residues", text: "Residues", number: true, value: (p) => p.residues, show: (p) => String(p.residues) },
     {
       key: "strip", text: "Along the chain", title: "above: helix and strand; below: classes", show: (p) => strips.add(p),
