@@ -28,7 +28,7 @@ function facts(residue) {
   if (chi1) {
     const value = chi1.rotamer ? `${chi1.rotamer.replace("-", "−")}, ${withSpread(chi1.angle, chi1.spread)}` : "no call";
     const shares = chi1.g_minus === null
-      ? "" : rotamers.map((one) => `${one.label} ${fixed(chi1[one.key], 2)}`).join(" · ");
+      ? "" : rotamers.map((one) => `${one.label}\u00a0${fixed(chi1[one.key], 2)}`).join(" · ");
     const observed = versus(chi1.angle, referenceChi1(residue));
     list.push(fact("χ1", value, [shares, observed].filter(Boolean).join("; ")));
   }

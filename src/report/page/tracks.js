@@ -281,7 +281,7 @@ export class TrackView {
 }
 
 /** Tracks for paper: all residues, in even rows of at most `most` residues. */
-export function printTracks(container, model, most = 90, width = 700) {
+export function printTracks(container, model, most = 90, width = 780) {
   const residues = model.residues;
   const rows = Math.max(1, Math.ceil(residues.length / most));
   const size = Math.ceil(residues.length / rows);
