@@ -45,8 +45,8 @@ def made_residue(rng, resid, letter, place, count, reference):
     word = residue_class(place, count)
     predicted = word != "None"
     helix = (place // 12) % 2 == 0
-    # One answer in ten lies at the end of the circle.
-    centre = 170 if place % 10 == 9 else -63 if helix else -115
+    # One answer in ten lies at each end of the circle.
+    centre = {9: 170, 4: -172}.get(place % 10, -63 if helix else -115)
     phi = round(max(-180.0, min(180.0, centre + rng.gauss(0, 6))), 3)
     psi = round((-42 if helix else 132) + rng.gauss(0, 9), 3)
     secondary = {atom: round(rng.gauss(0, 1.2), 3) for atom in ATOMS}

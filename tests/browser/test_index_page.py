@@ -47,6 +47,9 @@ class IndexPage(BrowserCase):
                 self.assertEqual(unquote(links[protein["name"]][len(folder):]), protein["report"])
 
     def test_hostile_names_are_text(self):
+        parts = self.js("const a = document.querySelector('tr[data-name=\"javascript:alert(1)\"] a');"
+                        " return [a.protocol, a.search, a.hash]")
+        self.assertEqual(parts, ["file:", "", ""])
         self.assertIsNone(self.js("return window.broken ?? null"))
         titles = self.texts('#proteins tr[data-name="javascript:alert(1)"] .title-cell')
         self.assertEqual(titles, [HOSTILE])

@@ -58,7 +58,9 @@ class ProteinPage(BrowserCase):
                        for r in self.residues if r[angle] is not None)
             self.assertEqual(self.count(f'#tracks-plot [data-track="{angle}"] line.spread'), bars)
             if angle == "phi":
-                self.assertGreater(bars, len(self.known(lambda r: r["phi"])), "no bar across the end of the circle")
+                for side in (-1, 1):
+                    self.assertTrue(any(r["phi"] is not None and side * r["phi"] + r["phi_spread"] > 180
+                                        for r in self.residues), "no bar across an end of the circle")
         self.assertEqual(self.count('[data-track="chi1"] rect.rotamer'), 3 * len(self.known(lambda r: r["chi1"])))
         self.assertEqual(self.count('[data-track="chi1"] rect.called'),
                          sum(1 for r in self.residues if r["chi1"] and r["chi1"]["rotamer"]))
@@ -194,8 +196,11 @@ class ProteinPage(BrowserCase):
         self.js("""const plot = document.getElementById('tracks-plot'); const b = plot.getBoundingClientRect();
             const turn = (ctrl) => plot.dispatchEvent(new WheelEvent('wheel',
               {deltaY: -400, ctrlKey: ctrl, clientX: b.left + b.width / 2, clientY: b.top + 50, bubbles: true, cancelable: true}));
-            turn(false); window.plain = document.querySelectorAll('#tracks-plot rect.cell').length; turn(true);""")
-        self.assertEqual(self.js("return window.plain"), everyone)
+            window.turned = (ctrl) => { turn(ctrl); requestAnimationFrame(() => requestAnimationFrame(() => { window.drawn = ctrl; })); };
+            window.turned(false);""")
+        self.wait(lambda: self.js("return window.drawn === false"))
+        self.assertEqual(shown(), everyone, "the wheel alone must scroll the page")
+        self.js("window.turned(true)")
         self.wait(lambda: shown() < everyone)
 
     def test_everything_by_keyboard(self):

@@ -4,7 +4,9 @@ import { atoms, classOf, residueName, structures } from "./model.js";
 
 export function fixed(value, digits, unit = "") {
   if (value === null || value === undefined) return "–";
-  return value.toFixed(digits).replace("-", "−") + unit;
+  const text = value.toFixed(digits);
+  // Rounded to nothing, a number has no sign.
+  return (Number(text) === 0 ? text.replace("-", "") : text.replace("-", "−")) + unit;
 }
 
 /** "−114 ± 15°" */
