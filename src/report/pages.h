@@ -4,9 +4,9 @@
 
 namespace orvix::report {
 
-/// What stands in a page, exactly once, where its record goes: inside of a script element of the type
-/// application/json. In the record every `<` is written as `\u003c`, so that no text of it ends the
-/// element.
+/// What stands in a page, exactly once, where its record goes: inside of a script element of the
+/// type application/json. In the record every `<` is written as `\u003c`, so that no text of it
+/// ends the element.
 inline constexpr std::string_view recordMark = "@ORVIX_RECORD@";
 
 /// The page of one protein, for a record of the schema orvix-report. The build makes it of `page/`.
