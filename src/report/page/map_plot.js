@@ -106,9 +106,12 @@ export function mapPlot(residue, size, marked) {
 
   if (residue.phi !== null && residue.psi !== null) {
     const copies = [-360, 0, 360].flatMap((phi) => [-360, 0, 360].map((psi) => [phi, psi]));
-    front.selectAll("ellipse.spread").data(copies).join("ellipse")
-      .attr("class", `spread class-${classOf(residue)}`)
-      .attr("cx", (d) => x(residue.phi + d[0])).attr("cy", (d) => y(residue.psi + d[1]))
+    // Twice: a light ring below keeps the coloured one apart from the map.
+    const rings = ["halo", `spread class-${classOf(residue)}`]
+      .flatMap((look) => copies.map(([phi, psi]) => ({ look, phi: residue.phi + phi, psi: residue.psi + psi })));
+    front.selectAll("ellipse").data(rings).join("ellipse")
+      .attr("class", (ring) => ring.look)
+      .attr("cx", (ring) => x(ring.phi)).attr("cy", (ring) => y(ring.psi))
       .attr("rx", x(residue.phi_spread ?? 0) - x(0)).attr("ry", y(0) - y(residue.psi_spread ?? 0));
   }
   const rows = matchRows(residue).filter((row) => row.phi !== null && row.psi !== null);

@@ -200,7 +200,7 @@ export class ResidueSheet {
     const author = residue.author_resid !== null && residue.author_resid !== undefined && String(residue.author_resid) !== String(residue.resid)
       ? `numbered ${residue.author_resid} in the deposited file` : "";
     const notes = [stateNote(residue), author].filter(Boolean).join("; ");
-    const size = Math.max(240, Math.min(440, this.box.clientWidth - 40));
+    const size = Math.max(240, Math.min(470, this.box.clientWidth - 40));
     const evidence = residue.map || residue.matches
       ? [el("div", { class: "map-frame" }, mapPlot(residue, size, (rank) => this.mark(rank))), mapLegend(residue)]
       : [el("p", { class: "hint", text: model.hasMaps
