@@ -22,6 +22,9 @@ void addImportOptions(CLI::App& command, importing::ImportOptions& options,
         ->capture_default_str();
     add("--sequence", options.sequenceFile, "FILE",
         "Whole sequence, FASTA or one residue name a line; goes before the file's");
+    add("--shift-numbers", options.shiftNumbers, "N",
+        "Add N to the residue numbers of FILE (default: found by the residue names)")
+        ->check(CLI::Range(-99999, 99999));
     add("--max-ambiguity", options.maxAmbiguity, "N",
         "Leave out shifts with a higher ambiguity code (default: keep all)")
         ->check(CLI::Range(1, 9));

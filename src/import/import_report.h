@@ -52,6 +52,11 @@ class ImportReport {
     /// A fact that goes in front of all others.
     void noteFirst(const std::string& text) { notes_.insert(notes_.begin(), text); }
 
+    /// A fact that goes behind the first one.
+    void noteSecond(const std::string& text) {
+        notes_.insert(notes_.begin() + (notes_.empty() ? 0 : 1), text);
+    }
+
     /// A choice or state of the file that can spoil the result.
     void warn(const std::string& text) { warnings_.push_back(text); }
 

@@ -11,16 +11,15 @@ namespace orvix::importing {
 
 namespace {
 
-// "012" and "+12" are 12.
-std::string numberKey(const std::string& text) {
-    int number = 0;
-    return parseNumber(text, number) ? std::to_string(number) : text;
-}
-
 // Numbers with holes: at most so many letters X may be put in.
 constexpr int mostGaps = 1000;
 
 }  // namespace
+
+std::string numberKey(const std::string& text) {
+    int number = 0;
+    return parseNumber(text, number) ? std::to_string(number) : text;
+}
 
 ResidueNumbers::ResidueNumbers(RowSelection& selection, const ResidueNames& names,
                                const ImportOptions& options, const std::string& path,
@@ -30,32 +29,25 @@ ResidueNumbers::ResidueNumbers(RowSelection& selection, const ResidueNames& name
     byAuthorNumber_ = std::all_of(rows.begin(), rows.end(),
                                   [](const ShiftRow& row) { return isMissing(row.number); });
     residues_ = selection.entity.residues;
-    if (residues_.empty()) {
-        residuesFromRows(rows);
+    fromRows_ = residues_.empty();
+    if (fromRows_) {
+        residuesFromRows(rows, options.shiftNumbers.value_or(0));
     }
     for (const SequenceResidue& residue : residues_) {
         letters_.push_back(names_.letter(residue.name));
     }
-    const bool authorsKnown =
-        std::any_of(residues_.begin(), residues_.end(),
-                    [](const SequenceResidue& residue) { return !residue.authorNumber.empty(); });
-    if (!selection.entity.numbered || (byAuthorNumber_ && !authorsKnown)) {
-        align(rows);
+    place(rows, selection.entity.numbered, options);
+    for (const std::string& text : twice_) {
+        report_.warn("two residues of the sequence have the number " + text +
+                     "; the first one is used");
     }
-    int at = 0;
-    for (const SequenceResidue& residue : residues_) {
-        const std::string& key = byAuthorNumber_ ? residue.authorNumber : residue.number;
-        if (!isMissing(key) && !index_.emplace(numberKey(key), at).second) {
-            report_.warn("two residues of the sequence have the number " + key +
-                         "; the first one is used");
-        }
-        ++at;
-    }
-    if (!byAuthorNumber_) {
-        collectAuthorNumbers(rows);
-    }
+    collectAuthorNumbers(rows);
     number(options);
     reportResidues(rows);
+}
+
+const std::string& ResidueNumbers::rowNumber(const ShiftRow& row) const {
+    return byAuthorNumber_ ? row.authorNumber : row.number;
 }
 
 int ResidueNumbers::residueOf(const ShiftRow& row) const {
@@ -89,35 +81,22 @@ std::map<int, std::string> ResidueNumbers::authorNumbers() const {
     return known;
 }
 
-void ResidueNumbers::residuesFromRows(const std::vector<ShiftRow>& rows) {
+void ResidueNumbers::residuesFromRows(const std::vector<ShiftRow>& rows, int shift) {
     std::map<int, std::string> found;
     for (const ShiftRow& row : rows) {
         int value = 0;
-        if (parseNumber(byAuthorNumber_ ? row.authorNumber : row.number, value)) {
-            std::string& name = found[value];
+        if (parseNumber(rowNumber(row), value)) {
+            std::string& name = found[value + shift];
             if (isMissing(name)) {
                 name = row.residueName;
             }
         }
     }
     for (const auto& [value, name] : found) {
-        SequenceResidue residue{isMissing(name) ? "X" : name, std::to_string(value), {}};
-        if (byAuthorNumber_) {
-            std::swap(residue.number, residue.authorNumber);
-        }
-        residues_.push_back(std::move(residue));
+        residues_.push_back({isMissing(name) ? "X" : name, std::to_string(value), {}});
     }
     if (residues_.empty()) {
         throw InputRejected(path_ + ": no row has a residue number that can be used");
-    }
-    if (byAuthorNumber_) {
-        numberFromOne(residues_);
-        const int first = found.begin()->first;
-        for (SequenceResidue& residue : residues_) {
-            int value = 0;
-            parseNumber(residue.authorNumber, value);
-            residue.number = std::to_string(value - first + 1);
-        }
     }
     requireSaneLength(residues_, path_);
     const int span = found.rbegin()->first - found.begin()->first + 1;
@@ -126,59 +105,6 @@ void ResidueNumbers::residuesFromRows(const std::vector<ShiftRow>& rows) {
                  std::to_string(found.rbegin()->first) + ", with " +
                  std::to_string(span - static_cast<int>(found.size())) +
                  " unknown residues; give the whole sequence with --sequence");
-}
-
-void ResidueNumbers::align(const std::vector<ShiftRow>& rows) {
-    std::map<int, char> known;
-    for (const ShiftRow& row : rows) {
-        int value = 0;
-        const char letter = names_.letter(row.residueName).letter;
-        if (letter != 'X' && parseNumber(byAuthorNumber_ ? row.authorNumber : row.number, value)) {
-            known.emplace(value, letter);
-        }
-    }
-    // A part of the residues is enough and bounds the work; it is taken evenly.
-    constexpr std::size_t mostCompared = 400;
-    const std::size_t step = known.size() / mostCompared + 1;
-    std::map<int, int> fits;  // offset to residues that fit
-    std::size_t place = 0;
-    int compared = 0;
-    for (const auto& [value, letter] : known) {
-        if (place++ % step != 0) {
-            continue;
-        }
-        ++compared;
-        for (std::size_t i = 0; i < residues_.size(); ++i) {
-            if (letters_[i].letter == letter) {
-                ++fits[value - static_cast<int>(i)];
-            }
-        }
-    }
-    // Of equals the one that leaves the sequence numbered from 1, or nearly so.
-    int offset = 1;
-    int best = 0;
-    for (const auto& [candidate, count] : fits) {
-        if (count > best || (count == best && std::abs(candidate - 1) < std::abs(offset - 1))) {
-            offset = candidate;
-            best = count;
-        }
-    }
-    if (compared > 0 && best == 0) {
-        throw InputRejected(path_ + ": no residue name of the shifts occurs in the sequence");
-    }
-    for (std::size_t i = 0; i < residues_.size(); ++i) {
-        const std::string value = std::to_string(offset + static_cast<int>(i));
-        (byAuthorNumber_ ? residues_[i].authorNumber : residues_[i].number) = value;
-    }
-    const std::string text =
-        "the rows are placed on the sequence by their residue names: its first letter is residue " +
-        std::to_string(offset) + " of the file, " + std::to_string(best) + " of " +
-        std::to_string(compared) + " residues fit";
-    if (best == compared && compared > 0) {
-        report_.note(text);
-    } else {
-        report_.warn(text);
-    }
 }
 
 void ResidueNumbers::collectAuthorNumbers(const std::vector<ShiftRow>& rows) {
@@ -200,6 +126,18 @@ void ResidueNumbers::collectAuthorNumbers(const std::vector<ShiftRow>& rows) {
     }
     for (auto& [at, text] : found) {
         residues_[static_cast<std::size_t>(at)].authorNumber = text;
+    }
+    for (const ShiftRow& row : rows) {
+        const int at = residueOf(row);
+        if (at != none) {
+            rowNumberOf_.emplace(at, isMissing(rowNumber(row)) ? row.authorNumber : rowNumber(row));
+        }
+    }
+    if (moved_) {
+        for (const auto& [at, text] : rowNumberOf_) {
+            std::string& author = residues_[static_cast<std::size_t>(at)].authorNumber;
+            author = isMissing(author) ? text : author;
+        }
     }
     int at = 0;
     for (const SequenceResidue& residue : residues_) {
@@ -308,7 +246,11 @@ void ResidueNumbers::reportResidues(const std::vector<ShiftRow>& rows) {
     for (std::size_t i = 0; i < residues_.size(); ++i) {
         const SequenceResidue& residue = residues_[i];
         const ResidueLetter letter = letters_[i];
-        const std::string own = byAuthorNumber_ ? residue.authorNumber : residue.number;
+        const auto row = rowNumberOf_.find(static_cast<int>(i));
+        const std::string own = row != rowNumberOf_.end() ? row->second
+                                : byAuthorNumber_ && !isMissing(residue.authorNumber)
+                                    ? residue.authorNumber
+                                    : residue.number;
         const std::string place = own + " " + residue.name;
         if (letter.kind != Kind::standard) {
             report_.add(

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <map>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -19,6 +20,8 @@ struct ImportOptions {
     std::string numbering = "seq";  ///< "seq": place in the sequence; "auth": the authors' numbers
     std::string sequenceFile;       ///< FASTA or CYANA `.seq`; overrules the file's own sequence
     int maxAmbiguity = 0;           ///< rows with a higher ambiguity code are dropped; 0: none
+    /// Added to the residue numbers of the rows; empty: found by the residue names where needed.
+    std::optional<int> shiftNumbers;
 };
 
 /// One row of the input table.
@@ -30,6 +33,13 @@ struct ImportedShift {
     double value = 0.0;       ///< ppm
 };
 
+/// How the residue names of the rows fit the sequence that the table has.
+struct NameFit {
+    int fitting = 0;
+    int compared = 0;  ///< residues with a known name on both sides
+    std::string text;  ///< one line, which also tells how the rows were placed
+};
+
 /// A shift file as the run wants it.
 struct ImportedTable {
     std::string title;     ///< may be empty; one line
@@ -38,6 +48,7 @@ struct ImportedTable {
     int firstResidue = 1;
     std::vector<ImportedShift> shifts;        ///< by residue, then N HA HA2 HA3 C CA CB HN
     std::map<int, std::string> authorNumber;  ///< table number to the authors', where known
+    NameFit fit;
     ImportReport report;
 };
 

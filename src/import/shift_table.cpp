@@ -201,6 +201,7 @@ class TableBuilder {
             "written: " + std::to_string(table.shifts.size()) + " shifts, sequence " +
             std::to_string(table.firstResidue) + " to " +
             std::to_string(table.firstResidue + static_cast<int>(table.sequence.size()) - 1));
+        table.fit = numbers.fit();
         table.report = std::move(file_.report);
         return table;
     }

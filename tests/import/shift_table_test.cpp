@@ -53,13 +53,15 @@ TEST(ShiftTable, OneValueForEachAtom) {
 }
 
 TEST(ShiftTable, AmbiguityRangesAndForeignResidues) {
-    const std::string text = entityFrame("1", {"MET", "LYS"}) +
+    // Four names fit; the residues outside of the sequence don't speak against them.
+    const std::string text = entityFrame("1", {"MET", "LYS", "SER", "TRP", "VAL"}) +
                              list(
-                                 "1 MET CA 55 5\n1 MET CB 33 9\n2 ALA N 56.0 1\n7 GLY CA 45 1\n"
-                                 "x GLY CB 45 1");
+                                 "1 MET CA 55 5\n1 MET CB 33 9\n2 LYS N 56.0 1\n3 SER CA . 1\n"
+                                 "4 TRP CA . 1\n5 ALA N 120 1\n7 XXX CA 45 1\nx XXX CB 45 1");
     importing::ImportOptions options;
     const importing::ImportedTable table = importText(text, options);
-    EXPECT_EQ(rowsOf(table), (Rows{"1 M CA 55", "1 M CB 33", "2 A N 56.0"}));
+    EXPECT_EQ(rowsOf(table), (Rows{"1 M CA 55", "1 M CB 33", "2 K N 56.0", "5 A N 120"}));
+    EXPECT_EQ(table.fit.text, "residue names: 4 of 5 fit the sequence");
     EXPECT_EQ(table.report.items(importing::ImportFinding::ambiguous).size(), 2U);
     EXPECT_EQ(table.report.items(importing::ImportFinding::residueMismatch).size(), 1U);
     EXPECT_EQ(table.report.items(importing::ImportFinding::outOfRange).size(), 1U);

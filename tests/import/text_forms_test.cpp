@@ -51,7 +51,7 @@ TEST(Xeasy, SequenceFromColumnsFileOrOption) {
     EXPECT_EQ(aligned.sequence, "SSAMKGW");
     EXPECT_EQ(aligned.firstResidue, 9);
     EXPECT_EQ(rowsOf(aligned), expected);
-    EXPECT_TRUE(tells(aligned, "3 of 3 residues fit"));
+    EXPECT_TRUE(tells(aligned, "3 of 3 fit the sequence; its first letter is residue 9"));
 }
 
 TEST(Sparky, GroupsOfAllKinds) {
