@@ -1,8 +1,6 @@
-#include <algorithm>
 #include <map>
 
 #include "base/run_end.h"
-#include "import/residue_names.h"
 #include "import/sequence_text.h"
 #include "import/shift_file.h"
 #include "import/shift_text.h"
@@ -29,16 +27,15 @@ class NefReader {
     }
 
     ShiftFile read() {
-        for (const std::string& remark : document_.remarks) {
-            file_.report.add(ImportFinding::unreadText, remark);
-        }
+        reportOddities(document_, file_.report);
         for (const StarFrame& frame : document_.frames) {
             for (const StarLoop* loop : frame.loopsWith("_nef_sequence.sequence_code")) {
                 readSequence(*loop);
             }
         }
         for (ShiftEntity& entity : file_.entities) {
-            entity.kind = kindOf(entity);
+            entity.kind = kindByResidues(entity);
+            dropLigands(entity, file_.report);
             requireSaneLength(entity.residues, file_.path);
         }
         for (const StarFrame& frame : document_.frames) {
@@ -67,18 +64,6 @@ class NefReader {
             file_.entities.back().id = chain;
         }
         return file_.entities[place->second];
-    }
-
-    // The form doesn't tell: a chain is a protein when most of its residues are.
-    static ShiftEntity::Kind kindOf(const ShiftEntity& entity) {
-        const ResidueNames names;
-        const auto known = std::count_if(
-            entity.residues.begin(), entity.residues.end(), [&names](const SequenceResidue& r) {
-                return r.name.size() > 1 && names.letter(r.name).letter != 'X';
-            });
-        return 2 * static_cast<std::size_t>(known) >= entity.residues.size()
-                   ? ShiftEntity::Kind::polypeptide
-                   : ShiftEntity::Kind::other;
     }
 
     void readShifts(const StarFrame& frame) {

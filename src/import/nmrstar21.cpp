@@ -19,9 +19,7 @@ class Star21Reader {
     }
 
     ShiftFile read() {
-        for (const std::string& remark : document_.remarks) {
-            file_.report.add(ImportFinding::unreadText, remark);
-        }
+        reportOddities(document_, file_.report);
         for (const StarFrame& frame : document_.frames) {
             if (file_.title.empty()) {
                 file_.title = plainText(frame.item("_entry_title"));
@@ -42,7 +40,8 @@ class Star21Reader {
         for (const StarLoop* loop : frame.loopsWith("_mol_label")) {
             const std::size_t name = loop->column("_mol_system_component_name");
             const std::size_t label = loop->column("_mol_label");
-            for (std::size_t row = 0; row < loop->rowCount(); ++row) {
+            // Loops of samples and sources have the label too.
+            for (std::size_t row = 0; name != StarLoop::none && row < loop->rowCount(); ++row) {
                 componentMolecule_[plainText(loop->cell(row, name))] =
                     labelText(loop->cell(row, label));
             }
@@ -50,7 +49,10 @@ class Star21Reader {
     }
 
     void readPolymer(const StarFrame& frame) {
-        if (foldLower(plainText(frame.item("_saveframe_category"))) != "monomeric_polymer") {
+        // Old files call it monomeric_polymer or monomeric_biopolymer.
+        const std::string category = foldLower(plainText(frame.item("_saveframe_category")));
+        if (!category.starts_with("monomeric_") &&
+            (!category.empty() || frame.item("_mol_residue_sequence").missing)) {
             return;
         }
         ShiftEntity entity;
@@ -121,6 +123,13 @@ class Star21Reader {
                               " and " + std::to_string(loops[1]->line) + " on; all are read");
         }
         const std::string component = plainText(frame.item("_mol_system_component_name"));
+        const bool named = std::any_of(
+            frame.items.begin(), frame.items.end(),
+            [](const auto& item) { return item.first == "_mol_system_component_name"; });
+        if (named && component.empty() && file_.entities.size() == 1) {
+            file_.report.warn("frame " + frame.name + " names no molecule; taken: the only one, " +
+                              file_.entities[0].id);
+        }
         ShiftList list;
         list.id = std::to_string(file_.lists.size() + 1);
         list.name = frame.name;

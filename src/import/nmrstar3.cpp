@@ -38,9 +38,7 @@ class Star3Reader {
     }
 
     ShiftFile read() {
-        for (const std::string& remark : document_.remarks) {
-            file_.report.add(ImportFinding::unreadText, remark);
-        }
+        reportOddities(document_, file_.report);
         for (const StarFrame& frame : document_.frames) {
             readTitle(frame);
             readParents(frame);
@@ -48,6 +46,10 @@ class Star3Reader {
             readEntity(frame);
             noteDeuteration(frame);
         }
+        for (const StarFrame& frame : document_.frames) {
+            readBareSequences(frame);
+        }
+        nameChains();
         for (const StarFrame& frame : document_.frames) {
             readShifts(frame);
         }
@@ -82,13 +84,32 @@ class Star3Reader {
             for (std::size_t row = 0; row < loop->rowCount(); ++row) {
                 memberEntity_[plainText(loop->cell(row, id))] = plainText(loop->cell(row, entity));
                 memberLabel_[plainText(loop->cell(row, id))] = labelText(loop->cell(row, label));
+                for (const char* tag : {"_entity_assembly.asym_id", "_entity_assembly.pdb_chain_id",
+                                        "_entity_assembly.entity_label"}) {
+                    const std::string chain = labelText(loop->cell(row, loop->column(tag)));
+                    if (!chain.empty()) {
+                        chainEntity_.emplace_back(chain, plainText(loop->cell(row, entity)));
+                    }
+                }
+            }
+        }
+    }
+
+    // Depositors also write the chain or the frame into Entity_ID.
+    void nameChains() {
+        for (const auto& [chain, id] : chainEntity_) {
+            for (ShiftEntity& entity : file_.entities) {
+                if (entity.id == id) {
+                    entity.aliases.push_back(chain);
+                }
             }
         }
     }
 
     void readEntity(const StarFrame& frame) {
         const bool isEntity = plainText(frame.item("_entity.sf_category")) == "entity" ||
-                              !frame.item("_entity.id").missing;
+                              !frame.item("_entity.id").missing ||
+                              !frame.item("_entity.polymer_seq_one_letter_code").missing;
         if (!isEntity) {
             return;
         }
@@ -109,6 +130,9 @@ class Star3Reader {
                    polymer.starts_with("polysaccharide") || polymer == "polypeptide(d)" ||
                    (!type.empty() && type != "polymer")) {
             entity.kind = ShiftEntity::Kind::other;
+        }
+        if (!frame.name.empty()) {
+            entity.aliases.push_back(frame.name);
         }
         readResidues(frame, entity);
         frameEntity_[frame.name] = entity.id;
@@ -173,6 +197,70 @@ class Star3Reader {
                          [&](const SequenceResidue& a, const SequenceResidue& b) {
                              return number(a) < number(b);
                          });
+    }
+
+    // Uploads often have the residues in a loop that belongs to no entity.
+    void readBareSequences(const StarFrame& frame) {
+        const bool entityFrame = frameEntity_.count(frame.name) > 0;
+        if (!entityFrame) {
+            readBareLoops(frame, "_entity_comp_index", "id", "comp_id");
+            readBareLoops(frame, "_entity_poly_seq", "comp_index_id", "mon_id");
+        }
+        readBareLoops(frame, "_chem_comp_assembly", "comp_index_id", "comp_id");
+    }
+
+    void readBareLoops(const StarFrame& frame, const std::string& category, const char* numberTag,
+                       const char* nameTag) {
+        for (const StarLoop* loop : frame.loopsWith(category + "." + nameTag)) {
+            const auto text = [&](std::size_t row, const char* tag) {
+                return plainText(loop->cell(row, loop->column(category + "." + tag)));
+            };
+            std::map<std::string, ShiftEntity> found;
+            std::vector<std::string> order;
+            for (std::size_t row = 0; row < loop->rowCount(); ++row) {
+                const std::string member = text(row, "entity_assembly_id");
+                std::string id = entityOf(text(row, "entity_id"), member);
+                if (id.empty()) {
+                    id = member.empty() ? "1" : member;
+                    memberEntity_[member] = id;
+                }
+                if (found[id].id.empty()) {
+                    found[id].id = id;
+                    order.push_back(id);
+                }
+                ShiftEntity& entity = found[id];
+                std::string number = text(row, numberTag);
+                if (number.empty()) {
+                    number = std::to_string(entity.residues.size() + 1);
+                }
+                const auto same = [&number](const SequenceResidue& residue) {
+                    return residue.number == number;
+                };
+                // A second member of the same molecule repeats its residues.
+                if (entity.residues.size() > longestSequence ||
+                    std::none_of(entity.residues.begin(), entity.residues.end(), same)) {
+                    entity.residues.push_back(
+                        {text(row, nameTag), number, text(row, "auth_seq_id")});
+                }
+            }
+            for (const std::string& id : order) {
+                addBareEntity(std::move(found[id]));
+            }
+        }
+    }
+
+    void addBareEntity(ShiftEntity bare) {
+        requireSaneLength(bare.residues, file_.path);
+        const auto known =
+            std::find_if(file_.entities.begin(), file_.entities.end(),
+                         [&bare](const ShiftEntity& entity) { return entity.id == bare.id; });
+        if (known == file_.entities.end()) {
+            dropLigands(bare, file_.report);
+            bare.kind = kindByResidues(bare);
+            file_.entities.push_back(std::move(bare));
+        } else if (known->residues.empty() && known->kind != ShiftEntity::Kind::other) {
+            known->residues = std::move(bare.residues);
+        }
     }
 
     void noteDeuteration(const StarFrame& frame) {
@@ -323,6 +411,7 @@ class Star3Reader {
     std::map<std::string, std::string> memberEntity_;  // assembly member to entity id
     std::map<std::string, std::string> memberLabel_;   // assembly member to the entity's frame
     std::map<std::string, std::string> frameEntity_;   // frame name to entity id
+    std::vector<std::pair<std::string, std::string>> chainEntity_;  // chain or label, entity id
     std::set<std::string> listIds_;
     std::set<std::string> deuterated_;
     std::vector<std::string> sequenceIds_;  // of each row

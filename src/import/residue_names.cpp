@@ -71,6 +71,11 @@ ResidueLetter ResidueNames::letter(std::string_view name) const {
     if (const auto found = modifiedNames.find(folded); found != modifiedNames.end()) {
         return {found->second, Kind::modified};
     }
+    // Variants of chain ends and states: TYR_NH2, CYS-NH2, GLU_LL.
+    const auto plain = standardNames.find(folded.substr(0, folded.find_first_of("_-")));
+    if (plain != standardNames.end()) {
+        return {plain->second, Kind::state};
+    }
     return {};
 }
 

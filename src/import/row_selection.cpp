@@ -5,9 +5,11 @@
 #include <cmath>
 #include <functional>
 #include <map>
+#include <set>
 
 #include "base/run_end.h"
 #include "import/atom_names.h"
+#include "import/residue_names.h"
 #include "import/shift_text.h"
 
 namespace orvix::importing {
@@ -52,6 +54,7 @@ class Selector {
     Selector(ShiftFile& file, const ImportOptions& options) : file_(file), options_(options) {}
 
     RowSelection select() {
+        mendLinks();
         complete();
         if (!options_.list.empty()) {
             list_ = findList();
@@ -70,6 +73,86 @@ class Selector {
     }
 
   private:
+    // Rows may name a molecule by its frame or chain, or one that the file doesn't have: then it
+    // is the only protein, if there is no doubt.
+    void mendLinks() {
+        struct Link {
+            int rows = 0;
+            int aminoAcids = 0;
+        };
+        std::map<std::string, Link> unknown;
+        std::set<std::string> named;
+        const ResidueNames names;
+        for (const ShiftRow& row : file_.rows) {
+            const auto known =
+                std::any_of(file_.entities.begin(), file_.entities.end(),
+                            [&row](const ShiftEntity& entity) { return entity.id == row.entity; });
+            if (row.entity.empty() || known) {
+                named.insert(row.entity);
+                continue;
+            }
+            Link& link = unknown[row.entity];
+            ++link.rows;
+            link.aminoAcids +=
+                row.residueName.size() > 1 && names.letter(row.residueName).letter != 'X' ? 1 : 0;
+        }
+        std::vector<std::string> proteins;  // that the rows name and the file doesn't know
+        for (const auto& [id, link] : unknown) {
+            if (const ShiftEntity* entity = findAlias(id)) {
+                relink(id, *entity, "a name of");
+            } else if (2 * link.aminoAcids >= link.rows) {
+                proteins.push_back(id);
+            }
+        }
+        const ShiftEntity* only = onlyProtein();
+        if (proteins.size() == 1 && only != nullptr && named.count(only->id) == 0) {
+            relink(proteins[0], *only, "not in the file; taken:");
+        }
+    }
+
+    void relink(const std::string& id, const ShiftEntity& entity, const std::string& what) {
+        for (ShiftRow& row : file_.rows) {
+            row.entity = row.entity == id ? entity.id : row.entity;
+        }
+        file_.report.warn(
+            "the shifts are of a molecule " + id + ", which is " + what +
+            (what.ends_with(":") ? " the only protein, " : " molecule ") + entity.id +
+            (entity.name.empty() || entity.name == entity.id ? "" : " " + entity.name));
+    }
+
+    const ShiftEntity* findAlias(const std::string& id) const {
+        const std::string wanted = foldLower(id.starts_with('$') ? id.substr(1) : id);
+        const ShiftEntity* found = nullptr;
+        for (const ShiftEntity& entity : file_.entities) {
+            const bool same = foldLower(entity.id) == wanted || foldLower(entity.name) == wanted ||
+                              std::any_of(entity.aliases.begin(), entity.aliases.end(),
+                                          [&wanted](const std::string& alias) {
+                                              return foldLower(alias) == wanted;
+                                          });
+            if (same && found != nullptr && found != &entity) {
+                return nullptr;
+            }
+            found = same ? &entity : found;
+        }
+        return found;
+    }
+
+    const ShiftEntity* onlyProtein() const {
+        const ShiftEntity* found = nullptr;
+        for (const ShiftEntity& entity : file_.entities) {
+            if (entity.kind == ShiftEntity::Kind::polypeptide) {
+                if (found != nullptr) {
+                    return nullptr;
+                }
+                found = &entity;
+            }
+        }
+        return found != nullptr || file_.entities.size() != 1 ||
+                       file_.entities[0].kind == ShiftEntity::Kind::other
+                   ? found
+                   : file_.entities.data();
+    }
+
     // Lists and molecules that only rows name.
     void complete() {
         std::map<std::string, bool> lists;
@@ -170,11 +253,30 @@ class Selector {
             throw InputRejected(file_.path + ": no polypeptide of L amino acids among its " +
                                 std::to_string(file_.entities.size()) + " molecules");
         }
+        if (shiftsOf(*best) == 0) {
+            requireShiftsOf(*best, shifts);
+        }
         if (candidateCount > 1) {
             file_.report.warn("several molecules (" + candidates + "); taken: " + best->id +
                               " (see --entity)");
         }
         return *best;
+    }
+
+    // The protein of the file has no shift: those of other molecules are named.
+    void requireShiftsOf(const ShiftEntity& entity,
+                         const std::map<std::string, int>& shifts) const {
+        std::string others;
+        for (const auto& [id, count] : shifts) {
+            if (count > 0 && id != entity.id && !id.empty()) {
+                others += (others.empty() ? "" : ", ") + id + " with " + std::to_string(count);
+            }
+        }
+        if (!others.empty()) {
+            throw InputRejected(file_.path + ": no backbone shift of the protein " + entity.id +
+                                "; the shifts are of molecules " + others +
+                                "; one of them can be chosen with --entity");
+        }
     }
 
     void chooseList() {

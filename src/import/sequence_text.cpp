@@ -1,7 +1,10 @@
 #include "import/sequence_text.h"
 
+#include <algorithm>
+
 #include "base/run_end.h"
 #include "base/text.h"
+#include "import/residue_names.h"
 #include "import/shift_text.h"
 
 namespace orvix::importing {
@@ -29,6 +32,37 @@ void numberFromOne(std::vector<SequenceResidue>& residues) {
     for (SequenceResidue& residue : residues) {
         residue.number = std::to_string(number++);
     }
+}
+
+ShiftEntity::Kind kindByResidues(const ShiftEntity& entity) {
+    const ResidueNames names;
+    const auto known = std::count_if(
+        entity.residues.begin(), entity.residues.end(), [&names](const SequenceResidue& residue) {
+            return residue.name.size() > 1 && names.letter(residue.name).letter != 'X';
+        });
+    return 2 * static_cast<std::size_t>(known) >= entity.residues.size()
+               ? ShiftEntity::Kind::polypeptide
+               : ShiftEntity::Kind::other;
+}
+
+void dropLigands(ShiftEntity& entity, ImportReport& report) {
+    const ResidueNames names;
+    const auto number = [&entity](std::size_t i) {
+        int value = 0;
+        return parseNumber(entity.residues[i].number, value) ? value : static_cast<int>(i);
+    };
+    std::size_t end = entity.residues.size();
+    for (std::size_t i = end; i-- > 1 && names.letter(entity.residues[i].name).letter == 'X';) {
+        if (number(i) != number(i - 1) + 1) {
+            end = i;
+        }
+    }
+    for (std::size_t i = end; i < entity.residues.size(); ++i) {
+        report.note("residue " + entity.residues[i].number + " " + entity.residues[i].name +
+                    " behind the end of chain " + entity.id +
+                    " is no amino acid and isn't part of the sequence");
+    }
+    entity.residues.resize(end);
 }
 
 void requireSaneLength(const std::vector<SequenceResidue>& residues, const std::string& path) {

@@ -18,6 +18,13 @@ std::vector<SequenceResidue> readSequenceText(std::string_view text);
 /// Numbers the residues 1, 2, 3 ...
 void numberFromOne(std::vector<SequenceResidue>& residues);
 
+/// What a chain is whose file doesn't tell: a protein when most of its residues are.
+ShiftEntity::Kind kindByResidues(const ShiftEntity& entity);
+
+/// Takes ligands off the end of a chain: residues without a known parent behind a gap in the
+/// numbers. Each goes to the report.
+void dropLigands(ShiftEntity& entity, ImportReport& report);
+
 /// Throws InputRejected for a sequence above `longestSequence`.
 void requireSaneLength(const std::vector<SequenceResidue>& residues, const std::string& path);
 

@@ -36,6 +36,7 @@ struct ShiftEntity {
 
     std::string id;
     std::string name;
+    std::vector<std::string> aliases;  ///< other words that rows may name it by
     Kind kind = Kind::unknown;
     std::vector<SequenceResidue> residues;
     /// The rows' numbers are known to be those of `residues`; else they are aligned by name.

@@ -17,6 +17,20 @@ bool containsFolded(std::string_view text, std::string_view lower) {
     return std::search(text.begin(), text.end(), lower.begin(), lower.end(), same) != text.end();
 }
 
+// A line with nothing but a tag: a STAR file that has lost its `loop_`.
+bool hasTagLine(std::string_view text) {
+    TextRows rows(text);
+    while (rows.next()) {
+        const auto& words = rows.words();
+        if (!words.empty() && words[0].starts_with('_') &&
+            (words.size() == 1 || words[1].starts_with('#')) &&
+            words[0].find_first_of(",;") == std::string_view::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
 bool isXeasyRow(const std::vector<std::string_view>& words) {
     double shift = 0.0;
     double error = 0.0;
@@ -30,13 +44,12 @@ bool isXeasyRow(const std::vector<std::string_view>& words) {
 }  // namespace
 
 std::string findFormat(std::string_view text) {
-    if (containsFolded(text, "loop_")) {
-        for (const auto& [tag, format] :
-             {std::pair{"_nef_chemical_shift.", "nef"}, std::pair{"_atom_chem_shift.", "nmrstar3"},
-              std::pair{"_chem_shift_value", "nmrstar21"}}) {
-            if (containsFolded(text, tag)) {
-                return format;
-            }
+    const bool loops = containsFolded(text, "loop_") || hasTagLine(text);
+    for (const auto& [tag, format] :
+         {std::pair{"_nef_chemical_shift.", "nef"}, std::pair{"_atom_chem_shift.", "nmrstar3"},
+          std::pair{"_chem_shift_value", "nmrstar21"}}) {
+        if (loops && containsFolded(text, tag)) {
+            return format;
         }
     }
     TextRows rows(text);

@@ -22,7 +22,7 @@ class DocumentBuilder {
         switch (token.kind) {
             case Kind::data:
                 // Inside a frame the word can only be a value that happens to look like a heading.
-                if (inFrame_ && (inLoop_ || !pendingTag_.empty())) {
+                if (inFrame_ && (inLoop_ || !pendingTags_.empty())) {
                     takeValue(token);
                     return;
                 }
@@ -38,18 +38,20 @@ class DocumentBuilder {
                 inFrame_ = true;
                 return;
             case Kind::frameEnd:
+                frameEnded_ = true;
                 leaveFrame(token.line);
                 return;
             case Kind::loop:
-                closeItem(token.line);
+                closeItems(token.line);
                 closeLoop();
-                frame().loops.emplace_back();
-                frame().loops.back().line = token.line;
-                inLoop_ = true;
+                openLoop(token.line);
                 inHeader_ = true;
                 return;
             case Kind::stop:
-                closeItem(token.line);
+                closeItems(token.line);
+                if (inLoop_) {
+                    loop().stopped = true;
+                }
                 closeLoop();
                 return;
             case Kind::tag:
@@ -59,7 +61,14 @@ class DocumentBuilder {
                 takeValue(token);
                 return;
             case Kind::end:
-                closeItem(token.line);
+                closeItems(token.line);
+                if (inFrame_) {
+                    tellOpenFrame();
+                }
+                if (inLoop_ && implicit_) {
+                    revertImplicitLoop();
+                }
+                tellOpenLoops();
                 return;
         }
     }
@@ -75,26 +84,99 @@ class DocumentBuilder {
     }
 
     void leaveFrame(int line) {
-        closeItem(line);
+        closeItems(line);
         closeLoop();
         if (inFrame_) {
+            if (!frameEnded_) {
+                tellOpenFrame();
+            }
             inFrame_ = false;
             openFrame({}, line);
         }
+        frameEnded_ = false;
     }
 
-    void closeItem(int line) {
-        if (!pendingTag_.empty()) {
-            document_.remarks.push_back(
-                atLine(path_, line, "the tag " + pendingTag_ + " has no value"));
-            pendingTag_.clear();
+    void tellOpenFrame() {
+        document_.cuts.push_back("the frame " + frame().name + " from line " +
+                                 std::to_string(frame().line) + " on has no closing save_");
+    }
+
+    void openLoop(int line) {
+        frame().loops.emplace_back();
+        loop().line = line;
+        inLoop_ = true;
+        implicit_ = false;
+    }
+
+    void remark(int line, const std::string& text) {
+        document_.remarks.push_back(atLine(path_, line, text));
+    }
+
+    void remarkNoValue(int line, const std::string& tag) {
+        remark(line, "the tag " + tag + " has no value");
+    }
+
+    void closeItems(int line) {
+        for (const std::string& tag : pendingTags_) {
+            remarkNoValue(line, tag);
         }
+        pendingTags_.clear();
     }
 
     void closeLoop() {
+        if (inLoop_ && implicit_) {
+            revertImplicitLoop();
+        }
         if (inLoop_) {
             loop().closed = true;
             inLoop_ = false;
+        }
+    }
+
+    // Tags in a row and fewer values than tags: they were items after all.
+    void revertImplicitLoop() {
+        if (loop().values.size() >= loop().tags.size()) {
+            return;
+        }
+        const StarLoop items = std::move(loop());
+        frame().loops.pop_back();
+        inLoop_ = false;
+        for (std::size_t i = 0; i + 1 < items.tags.size(); ++i) {
+            remarkNoValue(items.line, items.tags[i]);
+        }
+        frame().items.emplace_back(items.tags.back(), items.values[0]);
+        for (std::size_t i = 1; i < items.values.size(); ++i) {
+            remarkNoTag(items.values[i]);
+        }
+    }
+
+    void remarkNoTag(const StarValue& value) {
+        remark(value.line, "a value without a tag: " + std::string(value.text.substr(0, 40)));
+    }
+
+    void tellOpenLoops() {
+        int open = 0;
+        int firstOpen = 0;
+        for (const StarFrame& frame : document_.frames) {
+            for (const StarLoop& loop : frame.loops) {
+                if (!loop.stopped && open++ == 0) {
+                    firstOpen = loop.line;
+                }
+                const std::size_t width = loop.tags.size();
+                if (width > 0 && loop.values.size() % width != 0) {
+                    document_.cuts.push_back(
+                        "the loop from line " + std::to_string(loop.line) +
+                        " on ends within a row: " + std::to_string(loop.values.size() % width) +
+                        " of " + std::to_string(width) + " values");
+                }
+            }
+        }
+        if (open > 0) {
+            document_.cuts.push_back(
+                (open == 1 ? "the loop from line " + std::to_string(firstOpen) + " on has"
+                           : std::to_string(open) + " loops, the first from line " +
+                                 std::to_string(firstOpen) + " on, have") +
+                " no closing stop_");
         }
     }
 
@@ -103,36 +185,48 @@ class DocumentBuilder {
             loop().tags.push_back(foldLower(token.text));
             return;
         }
-        closeItem(token.line);
         closeLoop();
-        pendingTag_ = foldLower(token.text);
+        if (pendingTags_.empty()) {
+            pendingLine_ = token.line;
+        }
+        pendingTags_.push_back(foldLower(token.text));
     }
 
     void takeValue(const StarToken& token) {
         if (token.unclosed) {
-            document_.remarks.push_back(
-                atLine(path_, token.line, "a quote is not closed and stands as part of its word"));
+            remark(token.line, "a quote is not closed and stands as part of its word");
         }
         const StarValue value{token.text, token.line, !token.quoted && isMissing(token.text)};
+        if (pendingTags_.size() >= fewestLoopTags) {
+            openLoop(pendingLine_);
+            implicit_ = true;
+            loop().tags = std::move(pendingTags_);
+            pendingTags_.clear();
+        }
         if (inLoop_) {
             inHeader_ = false;
             loop().values.push_back(value);
-        } else if (!pendingTag_.empty()) {
-            frame().items.emplace_back(std::move(pendingTag_), value);
-            pendingTag_.clear();
+        } else if (!pendingTags_.empty()) {
+            frame().items.emplace_back(std::move(pendingTags_.back()), value);
+            pendingTags_.pop_back();
+            closeItems(token.line);
         } else {
-            document_.remarks.push_back(
-                atLine(path_, token.line,
-                       "a value without a tag: " + std::string(token.text.substr(0, 40))));
+            remarkNoTag(value);
         }
     }
 
+    // So many tags without a value begin a loop that has lost its `loop_`.
+    static constexpr std::size_t fewestLoopTags = 3;
+
     StarDocument& document_;
     std::string path_;
-    std::string pendingTag_;
+    std::vector<std::string> pendingTags_;
+    int pendingLine_ = 0;
     bool inFrame_ = false;
+    bool frameEnded_ = false;
     bool inLoop_ = false;
     bool inHeader_ = false;
+    bool implicit_ = false;  // the loop has no `loop_`
 };
 
 }  // namespace
@@ -184,17 +278,30 @@ StarDocument::StarDocument(std::string_view text, const std::string& path) {
     }
 }
 
+void reportOddities(const StarDocument& document, ImportReport& report) {
+    for (const std::string& remark : document.remarks) {
+        report.add(ImportFinding::unreadText, remark);
+    }
+    for (const std::string& cut : document.cuts) {
+        report.warn("the file looks cut off: " + cut);
+    }
+}
+
 void requireWholeRows(const StarLoop& loop, const std::string& path) {
     const std::size_t width = loop.tags.size();
     if (!loop.closed || width == 0 || loop.values.size() % width == 0) {
         return;
     }
-    // Archives write one row a line: the first line with another count is out of step.
+    // Archives write one row a line: the first line with another count is out of step. When that is
+    // a last line with too few values, the file was cut there.
     int line = loop.values.back().line;
     for (std::size_t i = 0; i < loop.values.size();) {
         std::size_t end = i + 1;
         while (end < loop.values.size() && loop.values[end].line == loop.values[i].line) {
             ++end;
+        }
+        if (end == loop.values.size() && end - i < width && i > 0) {
+            return;
         }
         if (end - i != width) {
             line = loop.values[i].line;
@@ -220,7 +327,6 @@ void reportIncompleteRow(const StarLoop& loop, ImportReport& report) {
         text += " " + simplifyWhiteSpace(loop.values[i].text);
     }
     report.add(ImportFinding::rowIncomplete, text);
-    report.warn("the file ends within a row of a shift loop");
 }
 
 std::string plainText(const StarValue& value) {

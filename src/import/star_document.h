@@ -24,7 +24,8 @@ class StarLoop {
     int line = 0;                   ///< of the `loop_` word
     std::vector<std::string> tags;  ///< folded to lower case
     std::vector<StarValue> values;
-    bool closed = false;  ///< ended by something else than the end of the file
+    bool closed = false;   ///< ended by something else than the end of the file
+    bool stopped = false;  ///< ended by `stop_`
 
     /// Index of a tag (lower case), or `none`.
     std::size_t column(std::string_view tag) const;
@@ -57,17 +58,22 @@ class StarDocument {
     std::vector<StarFrame> frames;
     int blockCount = 0;                ///< data blocks; their frames are not told apart
     std::vector<std::string> remarks;  ///< oddities of the file that were read over
+    std::vector<std::string> cuts;     ///< what is left open, as in a file that was cut off
 
-    /// Reads a whole text. Takes what real files leave out (`stop_`, a closing `save_`) and throws
-    /// InputRejected only for what can't be cut into tokens.
+    /// Reads a whole text. Takes what real files leave out (`loop_` in front of at least three
+    /// tags, `stop_`, a closing `save_`) and throws InputRejected only for what can't be cut into
+    /// tokens.
     StarDocument(std::string_view text, const std::string& path);
 };
 
+/// Tells the report what was odd about the document, and warns where it looks cut off.
+void reportOddities(const StarDocument& document, ImportReport& report);
+
 /// Throws InputRejected when the values don't fill the rows of the loop, naming the line where the
-/// rows go out of step. Values that the end of the file cut off are no error.
+/// rows go out of step. A last row that was cut off is no error.
 void requireWholeRows(const StarLoop& loop, const std::string& path);
 
-/// Reports the values of a last row that the end of the file cut off.
+/// Reports the values of a last row that was cut off.
 void reportIncompleteRow(const StarLoop& loop, ImportReport& report);
 
 /// A value as one line of text; empty when it is missing.

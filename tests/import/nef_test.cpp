@@ -45,5 +45,17 @@ TEST(Nef, ChainsAndCodesThatAreNoNumbers) {
     EXPECT_EQ(table.report.items(importing::ImportFinding::otherEntity).size(), 1U);
 }
 
+TEST(Nef, LigandsBehindTheChainAreNoResidues) {
+    const importing::ImportedTable table =
+        importText(nef("1 A 1 MET\n2 A 2 TYR_NH2\n3 A 201 ACD\n4 A 202 ZN\n",
+                       "A 1 MET CA 55.1\nA 2 TYR_NH2 CA 58.0\nA 201 ACD C 180\n"));
+    EXPECT_EQ(table.sequence, "MY");
+    EXPECT_EQ(rowsOf(table), (Rows{"1 M CA 55.1", "2 Y CA 58.0"}));
+    EXPECT_TRUE(tells(table, "residue 202 ZN behind the end of chain A"));
+    EXPECT_EQ(table.report.items(importing::ImportFinding::outsideSequence).size(), 1U);
+    // Without a gap it is a residue that nobody knows.
+    EXPECT_EQ(importText(nef("1 A 1 MET\n2 A 2 UNX\n", "A 1 MET CA 55\n")).sequence, "MX");
+}
+
 }  // namespace
 }  // namespace orvix

@@ -177,6 +177,43 @@ TEST(NmrStar3, TakesTheNumberColumnThatFitsTheSequence) {
     EXPECT_TRUE(tells(table, "Comp_index_ID is used"));
 }
 
+TEST(NmrStar3, FindsSequencesWhereverTheyStand) {
+    const std::string rows = shiftFrame("1", "Entity_assembly_ID Comp_index_ID Comp_ID Atom_ID Val",
+                                        "1 2 LYS CA 56.2\n1 3 ALA CA 52.1");
+    for (const char* sequence :
+         {"loop_ _Entity_comp_index.ID _Entity_comp_index.Comp_ID 1 MET 2 LYS 3 ALA stop_\n",
+          "save_m loop_ _Chem_comp_assembly.Entity_assembly_ID _Chem_comp_assembly.Comp_index_ID "
+          "_Chem_comp_assembly.Comp_ID 1 1 MET 1 2 LYS 1 3 ALA stop_ save_\n",
+          "_Entity.Polymer_seq_one_letter_code MKA\n",
+          "loop_ _Entity_poly_seq.Mon_ID MET LYS ALA stop_\n"}) {
+        const importing::ImportedTable table = importText(sequence + rows);
+        EXPECT_EQ(table.sequence, "MKA") << sequence;
+        EXPECT_EQ(table.fit.text, "residue names: 2 of 2 fit the sequence") << sequence;
+    }
+    // Author numbers alone stay where there is no sequence.
+    EXPECT_EQ(
+        importText(shiftFrame("1", "Auth_seq_ID Comp_ID Atom_ID Val", "40 LYS CA 56")).firstResidue,
+        40);
+}
+
+TEST(NmrStar3, MendsLinksToTheOnlyProtein) {
+    const std::string molecules =
+        "save_a loop_ _Entity_assembly.ID _Entity_assembly.Entity_ID _Entity_assembly.Asym_ID 1 1 "
+        "A 2 2 B stop_ save_\n" +
+        entityFrame("1", {"MET", "LYS"}) + entityFrame("2", {"DG"}, "polydeoxyribonucleotide");
+    const auto rows = [&](const std::string& id) {
+        return molecules + shiftFrame("1", "Entity_ID Seq_ID Comp_ID Atom_ID Val",
+                                      id + " 1 MET CA 55.1\n" + id + " 2 LYS CA 56.2\n");
+    };
+    for (const char* id : {"A", "$entity_1", "entity_1", "'molecule 1'", "Z"}) {
+        const importing::ImportedTable table = importText(rows(id));
+        EXPECT_EQ(table.shifts.size(), 2U) << id;
+        EXPECT_TRUE(tells(table, "the shifts are of a molecule")) << id;
+    }
+    EXPECT_NE(refusal(rows("Z") + entityFrame("3", {"ALA"})).find("molecules Z with 2"),
+              std::string::npos);
+}
+
 TEST(NmrStar21, ReadsMoleculeAndAuthorNumbers) {
     const std::string text =
         "data_1 save_entry _Saveframe_category entry_information _Entry_title 'Old one' save_\n"

@@ -81,6 +81,30 @@ TEST(StarDocument, NamesTheLineOfWhatIsNotClosed) {
     EXPECT_EQ(message("loop_ _a _b\n1 2\n3"), "taken");  // cut off by the end of the file
 }
 
+TEST(StarDocument, TellsWhatIsCut) {
+    const auto cuts = [](const std::string& text) {
+        return importing::StarDocument(text, "file").cuts;
+    };
+    EXPECT_TRUE(cuts("data_x save_a _a 1 loop_ _b 1 2 stop_ save_").empty());
+    EXPECT_EQ(cuts("save_a\nloop_ _b 1\nstop_"),
+              (Rows{"the frame a from line 1 on has no closing save_"}));
+    EXPECT_EQ(cuts("save_a\nloop_ _b 1 save_b _c 1 save_"),
+              (Rows{"the frame a from line 1 on has no closing save_",
+                    "the loop from line 2 on has no closing stop_"}));
+    EXPECT_EQ(cuts("loop_ _a _b\n1 2\n3 stop_"),
+              (Rows{"the loop from line 1 on ends within a row: 1 of 2 values"}));
+}
+
+TEST(StarDocument, ManyTagsInARowAreALoop) {
+    const std::string loop = "_a\n_b\n_c\n1 2 3\n4 5 6\n";
+    const importing::StarDocument document(loop, "file");
+    EXPECT_EQ(document.frames.at(0).loops.at(0).rowCount(), 2U);
+    // Too few values: only the last tag has one.
+    EXPECT_EQ(valuesOf("_a\n_b\n_c 1\n_d 2\n"), (Rows{"_c=1", "_d=2"}));
+    EXPECT_EQ(importing::StarDocument("_a _b _c 1 _d 2", "file").remarks.size(), 2U);
+    EXPECT_EQ(valuesOf("_a\n_b 1\n"), (Rows{"_b=1"}));
+}
+
 // Broken files of any kind are refused or read; never anything else.
 TEST(StarDocument, AnyBytesAreReadOrRefused) {
     const std::string whole =
