@@ -61,44 +61,55 @@ double median(std::vector<double> values) {
     return values[values.size() / 2];
 }
 
-/// Compares all paths with the plain form and prints how their times relate.
+constexpr const char* levelNames[] = {"portable", "avx2", "avx512"};
+
+std::vector<orvix::InstructionLevel> levels() {
+    std::vector<orvix::InstructionLevel> all;
+    for (int level = 0; level <= static_cast<int>(orvix::instructionLevel()); ++level) {
+        all.push_back(static_cast<orvix::InstructionLevel>(level));
+    }
+    return all;
+}
+
+/// Compares all levels with the plain form and prints how their times relate.
 void compareAll() {
     const orvix::search::DatabasePlanes planes(*setup->run.db, setup->blocks, 3);
-    std::vector<double> plainTimes, portableTimes, bestTimes;
+    std::vector<double> plainTimes;
+    std::vector<std::vector<double>> times(levels().size());
     std::size_t hits = 0;
     for (int res : setup->residues) {
-        orvix::search::ScanHits plain, portable, best;
+        orvix::search::ScanHits plain;
         plainTimes.push_back(secondsOf([&] {
             plain = orvix::search::scanPlain(setup->query(res), *setup->run.db, setup->blocks);
         }));
-        portableTimes.push_back(secondsOf([&] {
-            portable = orvix::search::scanFast(setup->query(res), planes,
-                                               orvix::search::ScanPath::portable);
-        }));
-        bestTimes.push_back(
-            secondsOf([&] { best = orvix::search::scanFast(setup->query(res), planes); }));
-        if (plain.matches != portable.matches || plain.typeMatches != portable.typeMatches ||
-            plain.matches != best.matches || plain.typeMatches != best.typeMatches) {
-            std::fprintf(stderr, "results differ at residue %d\n", res);
-            std::exit(1);
+        for (const orvix::InstructionLevel level : levels()) {
+            orvix::search::ScanHits fast;
+            times[static_cast<std::size_t>(level)].push_back(secondsOf(
+                [&] { fast = orvix::search::scanFast(setup->query(res), planes, level); }));
+            if (plain.matches != fast.matches || plain.typeMatches != fast.typeMatches) {
+                std::fprintf(stderr, "results differ at residue %d\n", res);
+                std::exit(1);
+            }
         }
         hits += plain.matches.size();
     }
     std::printf("%d rows, %zu residues, all scores and rows equal (%zu matches)\n",
                 setup->run.db->dbSize, setup->residues.size(), hits);
-    std::printf("median ms/residue: plain %.3f, portable %.3f (ratio %.1f), %s %.3f (ratio %.1f)\n",
-                1e3 * median(plainTimes), 1e3 * median(portableTimes),
-                median(plainTimes) / median(portableTimes),
-                orvix::search::bestScanPath() == orvix::search::ScanPath::avx2 ? "avx2" : "best",
-                1e3 * median(bestTimes), median(plainTimes) / median(bestTimes));
+    std::printf("median ms/residue: plain %.3f", 1e3 * median(plainTimes));
+    for (const orvix::InstructionLevel level : levels()) {
+        const double fast = median(times[static_cast<std::size_t>(level)]);
+        std::printf(", %s %.3f (ratio %.1f)", levelNames[static_cast<int>(level)], 1e3 * fast,
+                    median(plainTimes) / fast);
+    }
+    std::printf("\n");
 }
 
-void scanBench(benchmark::State& state, orvix::search::ScanPath path) {
+void scanBench(benchmark::State& state, orvix::InstructionLevel level) {
     const orvix::search::DatabasePlanes planes(*setup->run.db, setup->blocks, 3);
     std::size_t next = 0;
     for (auto _ : state) {
         const int res = setup->residues[next++ % setup->residues.size()];
-        benchmark::DoNotOptimize(orvix::search::scanFast(setup->query(res), planes, path));
+        benchmark::DoNotOptimize(orvix::search::scanFast(setup->query(res), planes, level));
     }
 }
 
@@ -148,8 +159,10 @@ int main(int argc, char** argv) {
         made.residues.push_back(2 + k * (queryLength - 2) / residues);
     }
     compareAll();
-    benchmark::RegisterBenchmark("scan/best", scanBench, orvix::search::bestScanPath());
-    benchmark::RegisterBenchmark("scan/portable", scanBench, orvix::search::ScanPath::portable);
+    for (const orvix::InstructionLevel level : levels()) {
+        benchmark::RegisterBenchmark(
+            (std::string("scan/") + levelNames[static_cast<int>(level)]).c_str(), scanBench, level);
+    }
     benchmark::RegisterBenchmark("search/residue", wholeSearch);
     benchmark::RegisterBenchmark("planes", makePlanes);
     benchmark::RunSpecifiedBenchmarks();

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <memory>
 
+#include "base/cpu.h"
+
 namespace orvix::networks {
 namespace {
 
@@ -181,20 +183,18 @@ void layerBatch(const LayerKernel& kernel, const LayerView& layer, std::size_t b
 
 std::vector<const LayerKernel*> availableLayerKernels() {
     std::vector<const LayerKernel*> kernels{portableLayerKernel()};
-#if defined(__x86_64__) || defined(__i386__)
-    if (__builtin_cpu_supports("avx2") && avx2LayerKernel() != nullptr) {
+    const InstructionLevel level = instructionLevel();
+    if (level >= InstructionLevel::avx2 && avx2LayerKernel() != nullptr) {
         kernels.push_back(avx2LayerKernel());
     }
-    if (__builtin_cpu_supports("avx512f") && avx512LayerKernel() != nullptr) {
+    if (level >= InstructionLevel::avx512 && avx512LayerKernel() != nullptr) {
         kernels.push_back(avx512LayerKernel());
     }
-#endif
     return kernels;
 }
 
 const LayerKernel& bestLayerKernel() {
-    static const LayerKernel& best = *availableLayerKernels().back();
-    return best;
+    return *availableLayerKernels().back();
 }
 
 }  // namespace orvix::networks

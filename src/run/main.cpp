@@ -1,9 +1,11 @@
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <iostream>
 #include <memory>
 #include <string>
 
+#include "base/cpu.h"
 #include "base/run_end.h"
 #include "run/command_line.h"
 #include "run/orvix.h"
@@ -45,6 +47,9 @@ int runProgram(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (const char* level = std::getenv(orvix::instructionLevelVariable)) {
+        orvix::limitInstructionLevel(std::string_view(level));
+    }
     try {
         return runProgram(argc, argv);
     } catch (const orvix::RunEnd& end) {

@@ -141,20 +141,26 @@ int boundedRows(const UnitTables& units, const DatabasePlanes& planes, int first
 
 }  // namespace
 
-ScanPath bestScanPath() {
-#if defined(__x86_64__) || defined(__i386__)
-    if (avx2FilterBuilt && __builtin_cpu_supports("avx2")) {
-        return ScanPath::avx2;
+namespace {
+
+using RowFilterForm = int (*)(const RowFilter&, const FilterPlanes&, int, int, int*);
+
+/// The wide filter of a level; null where there is none.
+RowFilterForm rowFilter(InstructionLevel level) {
+    if (level == InstructionLevel::avx512 && avx512FilterBuilt) {
+        return filterRowsAvx512;
     }
-#endif
-    return ScanPath::portable;
+    return level != InstructionLevel::portable && avx2FilterBuilt ? filterRowsAvx2 : nullptr;
 }
 
-ScanHits scanFast(const ScanQuery& query, const DatabasePlanes& planes, ScanPath path) {
+}  // namespace
+
+ScanHits scanFast(const ScanQuery& query, const DatabasePlanes& planes, InstructionLevel level) {
     const ScanTables tables = makeScanTables(query, planes);
     Scorer scorer(tables, planes);
     // In a window of one row no position of the wide filter sees the letter behind the centre.
-    const bool wide = path == ScanPath::avx2 && planes.halfWidth() > 0;
+    const RowFilterForm filterRows = rowFilter(level);
+    const bool wide = filterRows != nullptr && planes.halfWidth() > 0;
     FilterBuilder builder(tables, planes, !wide);
     const FilterPlanes columns{planes.tile(), planes.place(), planes.letter(), planes.centre()};
     std::array<int, chunkRows + filterGroup> rows;
@@ -166,7 +172,7 @@ ScanHits scanFast(const ScanQuery& query, const DatabasePlanes& planes, ScanPath
         }
         int count = 0;
         if (wide && builder.sound()) {
-            count = filterRowsAvx2(builder.filter(), columns, first, last, rows.data());
+            count = filterRows(builder.filter(), columns, first, last, rows.data());
         } else {
             count = allowedRows(tables, planes, first, last, rows.data());
             if (builder.sound()) {

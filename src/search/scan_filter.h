@@ -42,13 +42,17 @@ struct FilterPlanes {
     const std::uint8_t* centre;  ///< letter plane of the centre position
 };
 
-/// Whether filterRowsAvx2 was built with its instructions.
+/// Whether the forms below were built with their instructions.
 extern const bool avx2FilterBuilt;
+extern const bool avx512FilterBuilt;
 
 /// Writes the rows of first..last - 1 that survive to `rows`, in rising order, and returns their
 /// number. Looks at whole groups: rows behind the last one may be reported too, as far as their
 /// centre letter allows. `rows` has room for last - first + filterGroup entries.
 int filterRowsAvx2(const RowFilter& filter, const FilterPlanes& planes, int first, int last,
                    int* rows);
+/// The same with 64 rows in a register.
+int filterRowsAvx512(const RowFilter& filter, const FilterPlanes& planes, int first, int last,
+                     int* rows);
 
 }  // namespace orvix::search

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/cpu.h"
 #include "search/database_planes.h"
 
 class DB;
@@ -59,14 +60,9 @@ struct ScanHits {
 /// The rules above, word for word, on ordered maps. The plain form.
 ScanHits scanPlain(const ScanQuery& query, const DB& db, std::span<const ProteinBlock> blocks);
 
-/// What a processor can do for the scan.
-enum class ScanPath { portable, avx2 };
-/// The best path that this processor has.
-ScanPath bestScanPath();
-
 /// The same result from the planes of the database, which must be usable and of the query's
-/// half-width. Every path gives the same bits.
+/// half-width. The processor must have `level`; every level gives the same bits.
 ScanHits scanFast(const ScanQuery& query, const DatabasePlanes& planes,
-                  ScanPath path = bestScanPath());
+                  InstructionLevel level = instructionLevel());
 
 }  // namespace orvix::search

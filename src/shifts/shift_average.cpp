@@ -126,7 +126,7 @@ void scoreRowsPortable(const RowScorer& scorer, const ObservedRows& rows, int fi
 std::vector<ScoredRow> nearestRows(const ObservedRows& rows, const TripletQuery& query,
                                    const AverageWeights& weights, const Homology& homology,
                                    int wanted) {
-    static const ScoreRows best = hasAvx2Scoring() ? scoreRowsAvx2 : scoreRowsPortable;
+    const ScoreRows best = hasAvx2Scoring() ? scoreRowsAvx2 : scoreRowsPortable;
     return nearestRowsBy(best, rows, query, weights, homology, wanted);
 }
 

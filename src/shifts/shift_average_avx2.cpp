@@ -1,3 +1,4 @@
+#include "base/cpu.h"
 #include "shifts/shift_average_rows.h"
 
 #if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
@@ -101,7 +102,7 @@ ORVIX_AVX2 void scoreRowsAvx2(const RowScorer& scorer, const ObservedRows& rows,
 }
 
 bool hasAvx2Scoring() {
-    return __builtin_cpu_supports("avx2") != 0;
+    return instructionLevel() >= InstructionLevel::avx2;
 }
 
 }  // namespace orvix::shifts

@@ -13,7 +13,6 @@
 namespace {
 
 using orvix::search::ScanHits;
-using orvix::search::ScanPath;
 using orvix::search::ScanQuery;
 
 struct Query {
@@ -57,9 +56,11 @@ ScanHits compareAll(const Query& query, int res, int halfWidth, DB& db, const st
     EXPECT_TRUE(planes.usable());
     const ScanQuery at = query.at(res, halfWidth);
     const ScanHits plain = orvix::search::scanPlain(at, db, blocks);
-    expectSame(plain, orvix::search::scanFast(at, planes, ScanPath::portable), what + ", portable");
-    expectSame(plain, orvix::search::scanFast(at, planes, orvix::search::bestScanPath()),
-               what + ", best");
+    for (int level = 0; level <= static_cast<int>(orvix::instructionLevel()); ++level) {
+        expectSame(plain,
+                   orvix::search::scanFast(at, planes, static_cast<orvix::InstructionLevel>(level)),
+                   what + ", level " + std::to_string(level));
+    }
     return plain;
 }
 
