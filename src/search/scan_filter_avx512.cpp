@@ -16,9 +16,11 @@ inline __m512i loadAt(const std::uint8_t* p) {
     return _mm512_loadu_si512(p);
 }
 
-/// 32 bytes of a table, twice.
+/// 32 bytes of a table, twice. The masked form, since g++ 12 warns of the undefined register that
+/// it passes to the other one.
 inline __m512i tableAt(const std::uint8_t* p) {
-    return _mm512_broadcast_i64x4(_mm256_load_si256(reinterpret_cast<const __m256i*>(p)));
+    return _mm512_maskz_broadcast_i64x4(0xFF,
+                                        _mm256_load_si256(reinterpret_cast<const __m256i*>(p)));
 }
 
 inline __m512i letterShortfalls(const FilterPosition& at, const std::uint8_t* letters) {
