@@ -4,6 +4,7 @@ import collections
 import unittest
 
 import support  # noqa: F401  (the import path)
+from data import results
 from evaluation import counts
 
 
@@ -35,8 +36,8 @@ class Figures(unittest.TestCase):
         self.assertEqual([count[n] for n in names], [3, 1, 2, 1, 100.0])
 
     def test_valine_is_turned(self):
-        self.assertEqual([counts.rotamer(180.0, letter) for letter in "LV"], ["t", "g+"])
-        self.assertEqual([counts.rotamer(-60.0, letter) for letter in "LV"], ["g-", "t"])
+        self.assertEqual([results.rotamer(180.0, letter) for letter in "LV"], ["t", "g+"])
+        self.assertEqual([results.rotamer(-60.0, letter) for letter in "LV"], ["g-", "t"])
 
 
 if __name__ == "__main__":

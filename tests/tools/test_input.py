@@ -10,7 +10,7 @@ import numpy as np
 
 from support import DATA_TOOL, PROGRAM, ROOT, TABLES, needs_programs, table, write
 from data import boxes, dataset, reference_tables, rows
-from evaluation.counts import read_rows
+from data.results import read_rows
 
 EXAMPLE, SOURCE = "ci2", "b04974_2SNII______"
 MEMBERS = 3

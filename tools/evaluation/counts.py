@@ -1,4 +1,4 @@
-"""Counts of one finished run held against the known structure; evaluate.py adds them up.
+"""Counts of one finished run held against the known structure; evaluation.proteins adds them up.
 
 `truth` maps residue numbers to rows of labels.tsv.gz. Names of counts are words, joined by blanks;
 counts of several proteins can be added.
@@ -8,46 +8,13 @@ import itertools
 import os
 
 from data.boxes import too_far
+from data.results import ROTAMERS, TRUSTED, difference, read_rows, rotamer
 
-TRUSTED = ("Strong", "Generous")
-ROTAMERS = {"Q_Gm": "g-", "Q_Gp": "g+", "Q_T": "t"}
 # Shifts of a residue and its two neighbours together (CS_COUNT of pred.tab, of 18; every glycine
 # and proline lacks one or two). The chi1 networks see those of the three residues alone, half of
 # which count as enough there.
 ENOUGH = 10
 CHI1_ENOUGH = 9
-
-
-def read_rows(path):
-    """Rows of a result table as dictionaries by column name, by residue number."""
-    rows, names = {}, None
-    with open(path) as table:
-        for line in table:
-            words = line.split()
-            if line.startswith("VARS"):
-                names = words[1:]
-            elif (
-                names
-                and words
-                and words[0] not in ("FORMAT", "REMARK", "DATA")
-                and len(words) == len(names)
-            ):
-                row = dict(zip(names, words))
-                rows[int(row["RESID"])] = row
-    return rows
-
-
-def difference(a, b):
-    return (a - b + 180.0) % 360.0 - 180.0
-
-
-def rotamer(chi1, letter):
-    """The rotamer word in the convention of the chi1 table, where valine is turned."""
-    if letter == "V":
-        chi1 = difference(chi1, 120.0)
-    if -120.0 < chi1 <= 0.0:
-        return "g-"
-    return "g+" if 0.0 < chi1 <= 120.0 else "t"
 
 
 def shift_groups(structure_row):

@@ -22,7 +22,7 @@ import numpy as np
 from scipy.stats import rankdata
 
 from data import dataset
-from evaluation.counts import read_rows
+from data.results import read_rows
 
 SAMPLES = 500
 FLEXIBLE, LIMIT = 0.7, 0.6  # of measured, of predicted S2

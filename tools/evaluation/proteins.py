@@ -35,6 +35,7 @@ import numpy as np
 from data import dataset
 from data.dataset import read_tsv
 from data.folds import FOLDS, fold_tables, small_folds
+from data.results import ROTAMERS
 from evaluation import counts, subsets
 
 SAMPLES = 500
@@ -212,7 +213,7 @@ def print_calibration(total):
     )
     for tenth in range(10):
         cells = []
-        for q in ("Q",) + tuple(counts.ROTAMERS):
+        for q in ("Q",) + tuple(ROTAMERS):
             n, true, mean = (
                 total["tenth %s%s %d" % (what, q, tenth)] for what in ("", "right ", "sum ")
             )

@@ -27,8 +27,9 @@ from data.dataset import ATOMS, LETTERS
 from data.folds import FOLDS, small_folds
 from data.log import log
 from data.reference_tables import read_tables, secondary_shifts
+from data.results import ROTAMERS as ROTAMER_COLUMNS
+from data.results import TRUSTED, read_rows, rotamer
 from data.rows import window_index
-from evaluation.counts import TRUSTED, read_rows, rotamer
 from training import networks as nc
 
 NAME = "shiftmodel"
@@ -40,7 +41,7 @@ LIVE, HIDDEN = 64, 48
 # these are known, rotamers, whether there is a residue.
 LETTER, BONDED, STATES, ANGLES, KNOWN, ROTAMERS, PRESENT = 0, 20, 21, 24, 28, 30, 33
 WIDTH = 34
-ROTAMER_WORDS = ("g-", "g+", "t")
+ROTAMER_WORDS = tuple(ROTAMER_COLUMNS.values())
 # Units of the loss, ppm, in the order of ATOMS.
 SCALE = np.array([2.5, 0.26, 1.05, 0.95, 1.0, 0.45], dtype=np.float32)
 # What training does to the input so that a predicted conformation is nothing new: share of windows
