@@ -11,6 +11,7 @@
 #include "base/text_writer.h"
 #include "model/model.h"
 #include "networks/chi1ann.h"
+#include "run/options.h"
 #include "search/database.h"
 #include "search/db.h"
 #include "shifts/observed_triplets.h"
@@ -55,19 +56,13 @@ ORVIX::ORVIX() : ORVIX(std::make_shared<const orvix::Model>()) {
 }
 
 ORVIX::ORVIX(std::shared_ptr<const orvix::Model> shared)
-    : model(std::move(shared)),
-      argNames{"orvixDir",    "orvixNDir",    "orvixnDir", "shiftDir", "pdbDir",   "tabDir",
-               "predDir",     "in",           "inTitle",   "star",     "bmrb",     "auto",
-               "noauto",      "graph",        "nograph",   "ref",      "refTitle", "pdb",
-               "sum",         "all",          "out",       "homo",     "iso",      "noiso",
-               "autoproton",  "noproton",     "proton",    "offset",   "map",      "db",
-               "w",           "rand",         "adj",       "prev",     "next",     "limits",
-               "noautoExcl",  "autoExcl",     "excl",      "first",    "last",     "thresh",
-               "count",       "clip",         "noclip",    "path",     "nopath",   "nofast",
-               "verb",        "noverb",       "tpct",      "dbpct",    "s2Thresh", "check",
-               "blast_check", "seqSS",        "help",      "alignLen", "len",      "np",
-               "OxiCysCheck", "noOxiCysCheck"},
-      atomNames{{1, "N"}, {2, "HA"}, {3, "C"}, {4, "CA"}, {5, "CB"}, {6, "HN"}} {
+    : model(std::move(shared)), atomNames{{1, "N"},  {2, "HA"}, {3, "C"},
+                                          {4, "CA"}, {5, "CB"}, {6, "HN"}} {
+    for (const orvix::Option& option : orvix::allOptions()) {
+        if (option.known) {
+            argNames.emplace_back(option.name);
+        }
+    }
     orvixDir = ".";
     pathSep = "/";
     for (char letter : std::string("CDEFHIKLMNQRSTVWY")) {

@@ -351,6 +351,9 @@ class ORVIX {
     std::string tablePath(const std::string& name) const;
 
   private:
+    void nameTables();
+    void takeReference();
+
     orvix::RowMatrix<double> shiftRows_;
     std::unique_ptr<orvix::TextWriter> tableFile_;
 };

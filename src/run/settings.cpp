@@ -1,45 +1,80 @@
 #include "run/settings.h"
 
-#include <algorithm>
+// From the options of a command line to the settings of a run.
 #include <ostream>
+#include <string_view>
 #include <utility>
+#include <variant>
 
 #include "base/numbers.h"
 #include "base/run_end.h"
 #include "base/streams.h"
+#include "run/options.h"
 #include "run/orvix.h"
 #include "structure/pdb.h"
 
 namespace {
 
 /// The option map, read with "given means not empty".
-class Options {
+class GivenOptions {
   public:
-    explicit Options(const std::map<std::string, std::string>& values) : values_(values) {}
+    explicit GivenOptions(const std::map<std::string, std::string>& values) : values_(values) {}
 
     std::string value(const std::string& name) const {
         const auto found = values_.find(name);
         return found == values_.end() ? std::string() : found->second;
     }
     bool given(const std::string& name) const { return !value(name).empty(); }
-    /// The first given of `names` replaces `target`.
-    void take(std::string& target, std::initializer_list<const char*> names) const {
-        for (const char* name : names) {
-            if (given(name)) {
-                target = value(name);
-                return;
-            }
-        }
-    }
-    void take(int& target, const char* name) const {
-        if (given(name)) {
-            target = orvix::textToInt(value(name));
-        }
+    /// Whether an option counts: it is given, and none of those that go before it.
+    bool counts(const orvix::Option& option) const {
+        return given(option.name) && !beaten(option.unless);
     }
 
   private:
+    /// Whether `name` or an option that goes before it is given.
+    bool beaten(const char* name) const {
+        for (; name != nullptr; name = nextBefore(name)) {
+            if (given(name)) {
+                return true;
+            }
+        }
+        return false;
+    }
+    static const char* nextBefore(std::string_view name) {
+        for (const orvix::Option& option : orvix::allOptions()) {
+            if (option.name == name) {
+                return option.unless;
+            }
+        }
+        return nullptr;
+    }
+
     const std::map<std::string, std::string>& values_;
 };
+
+/// Puts an option that counts into its member.
+void takeOption(ORVIX& run, const orvix::Option& option, const std::string& value) {
+    if (const auto* text = std::get_if<std::string ORVIX::*>(&option.member)) {
+        run.*(*text) = value;
+    } else if (const auto* number = std::get_if<int ORVIX::*>(&option.member)) {
+        run.*(*number) = orvix::textToInt(value);
+    } else if (const auto* flag = std::get_if<bool ORVIX::*>(&option.member)) {
+        run.*(*flag) = option.kind == orvix::OptionKind::on;
+    }
+}
+
+/// 1 - the order parameter that an option states; 0.4 for what is none.
+double disorderLimit(const std::string& threshold) {
+    constexpr double preset = 0.4;
+    const double limit = threshold.empty() ? preset : 1.0 - orvix::textToDouble(threshold);
+    return limit >= 0.0 && limit <= 1.0 ? limit : preset;
+}
+
+void setIfEmpty(std::string& target, const std::string& value) {
+    if (target.empty()) {
+        target = value;
+    }
+}
 
 constexpr int longestWindow = 8;
 
@@ -51,10 +86,6 @@ void requireWindow(int length) {
                                     std::to_string(longestWindow);
         throw orvix::RunEnd(orvix::EndReason::usage, -1, "\t" + message + "\n", message);
     }
-}
-
-std::string titleOr(const std::string& title) {
-    return title.empty() ? "None" : title;
 }
 
 }  // namespace
@@ -105,13 +136,15 @@ constexpr std::pair<std::string ORVIX::*, const char*> tables[] = {
 
 void ORVIX::takeSettings(const orvix::Settings& settings) {
     visitSettings([&](auto from, auto to) { this->*to = settings.*from; });
+    nameTables();
+    requireWindow(alignLen);
+}
+
+void ORVIX::nameTables() {
     for (const auto& [file, name] : tables) {
-        if ((this->*file).empty()) {
-            this->*file = tablePath(name);
-        }
+        setIfEmpty(this->*file, tablePath(name));
     }
     isoAdjFile = tablePath("isoadj.tab");
-    requireWindow(alignLen);
 }
 
 orvix::Settings ORVIX::settings() const {
@@ -121,91 +154,50 @@ orvix::Settings ORVIX::settings() const {
 }
 
 void ORVIX::setArgs(std::map<std::string, std::string> args) {
-    const Options options(args);
+    const GivenOptions options(args);
     if (options.given("help")) {
         printSyntax();
     }
+    orvix::Settings preset;
+    preset.tabDir.clear();
+    preset.inTitle.clear();
+    preset.refTitle.clear();
+    preset.pathSep = pathSep;
+    visitSettings([&](auto from, auto to) { this->*to = preset.*from; });
     nProc = 1;
-    options.take(nProc, "nproc");
-    options.take(nProc, "np");
+    searchPhase = checkOnly = false;
+    for (std::string* text : {&inFile, &sumFile, &allFile, &blastCheckFile}) {
+        text->clear();
+    }
+    for (const orvix::Option& option : orvix::allOptions()) {
+        if (options.counts(option)) {
+            takeOption(*this, option, options.value(option.name));
+        }
+    }
+    s2Limit = disorderLimit(options.value("s2Thresh"));
+    count = count == 0 ? preset.count : count;
 
-    options.take(orvixDir, {"orvixDir", "orvixNDir", "orvixnDir"});
-    tabDir = orvixDir + pathSep + "tab";
-    options.take(tabDir, {"tabDir"});
+    setIfEmpty(tabDir, orvixDir + pathSep + "tab");
+    nameTables();
+    setIfEmpty(inTitle, options.given("in") ? options.value("in") : "None");
+    setIfEmpty(sumFile, "pred.tab");
+    outBase = sumFile.substr(0, sumFile.rfind('.'));
+    setIfEmpty(allFile, outBase + "All.tab");
+    takeReference();
+    requireWindow(alignLen);
+}
 
-    inFile = options.value("in");
-    inTitle = inFile;
-    options.take(inFile, {"star"});
-    options.take(inTitle, {"inTitle"});
-    inTitle = titleOr(inTitle);
-
-    refFile.clear();
-    options.take(refFile, {"ref", "pdb"});
+/// The word None stands for no structure; one that can't be read is reported alone.
+void ORVIX::takeReference() {
     if (refFile == "None" || refFile == "none") {
         refFile.clear();
     }
     if (!refFile.empty()) {
-        delete refPDB;
+        delete std::exchange(refPDB, nullptr);
         refPDB = new PDB(refFile);
         if (refPDB->isNull()) {
             orvix::err() << "\tNo reference structure loaded!\n";
         }
     }
-    refTitle = refFile;
-    options.take(refTitle, {"refTitle"});
-    refTitle = titleOr(refTitle);
-
-    const auto table = [&](std::string& target, const char* file, const char* option) {
-        target = tablePath(file);
-        options.take(target, {option});
-    };
-    table(dbFile, "orvix.tab", "db");
-    table(weightFile, "weight.tab", "w");
-    table(homologyFile, "homology.tab", "homo");
-
-    sumFile = "pred.tab";
-    options.take(sumFile, {"sum", "out"});
-    outBase = sumFile.substr(0, sumFile.rfind('.'));
-    allFile = outBase + "All.tab";
-    options.take(allFile, {"all"});
-
-    table(randCoilFile, "randcoil.tab", "rc");
-    table(rcAdjFile, "rcadj.tab", "adj");
-    table(rcPrevFile, "rcprev.tab", "prev");
-    table(rcNextFile, "rcnext.tab", "next");
-    table(ssLimitFile, "sslimit.tab", "limits");
-
-    exclList = options.value("excl");
-    s2Limit = 0.4;
-    if (options.given("s2Thresh")) {
-        s2Limit = 1.0 - orvix::textToDouble(options.value("s2Thresh"));
-        if (!(s2Limit >= 0.0 && s2Limit <= 1.0)) {
-            s2Limit = 0.4;
-        }
-    }
-    count = 10;
-    candidateMax = 25;
-    options.take(count, "count");
-    if (count == 0) {
-        count = 10;
-    }
-    firstResid = -999999;
-    lastResid = 999999;
-    options.take(firstResid, "first");
-    options.take(lastResid, "last");
-    clip = !options.given("noclip");
-    isoCorrect = options.given("iso");
-    isoAdjFile = tablePath("isoadj.tab");
-    blastCheckFile = options.value("blast_check");
-    alignLen = 7;
-    options.take(alignLen, "len");
-    options.take(alignLen, "alignLen");
-    requireWindow(alignLen);
-    checkOnly = options.given("check");
-    offsetCorrect = options.given("offset");
-    noVerb = !options.given("verb");
-    noPath = !options.given("path") || options.given("nopath");
-    noProton = options.given("noproton");
-    searchPhase = false;
-    noOxiCysCheck = options.given("noOxiCysCheck") && !options.given("OxiCysCheck");
+    setIfEmpty(refTitle, refFile.empty() ? "None" : refFile);
 }

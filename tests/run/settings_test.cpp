@@ -1,10 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <fstream>
 #include <memory>
+#include <regex>
+#include <set>
 #include <sstream>
 
 #include "run/command_line.h"
+#include "run/options.h"
 #include "run/orvix.h"
 #include "support/run_end.h"
 
@@ -46,6 +50,54 @@ TEST(CommandLine, CutsAtBlankMinus) {
     line = parse(" stray -in a");
     EXPECT_EQ(line.options[""], "stray");
     EXPECT_EQ(line.unknown, (std::vector<std::string>{""}));
+}
+
+/// Words behind a minus sign in the option table of the guide.
+std::set<std::string> optionsOfTheGuide() {
+    std::ifstream guide(ORVIX_GUIDE);
+    std::set<std::string> names;
+    bool inTable = false;
+    for (std::string line; std::getline(guide, line);) {
+        if (line.starts_with("| Option |")) {
+            inTable = true;
+        } else if (line.empty()) {
+            inTable = false;
+        }
+        static const std::regex word("[` ]-([A-Za-z0-9_]+)");
+        const std::string cell = line.substr(0, line.find('|', 1));
+        for (std::sregex_iterator it(cell.begin(), cell.end(), word), end; inTable && it != end;
+             ++it) {
+            names.insert((*it)[1]);
+        }
+    }
+    return names;
+}
+
+TEST(Options, TheGuideTellsOfThoseThatHaveAnEffect) {
+    std::set<std::string> working;
+    for (const orvix::Option& option : orvix::allOptions()) {
+        if (option.kind != orvix::OptionKind::none) {
+            working.insert(option.name);
+        }
+    }
+    const std::set<std::string> guide = optionsOfTheGuide();
+    EXPECT_GT(guide.size(), 25U);
+    EXPECT_THAT(working, testing::IsSupersetOf(guide));
+    // Second names, and what the text beside the table explains.
+    for (const char* name :
+         {"orvixDir", "orvixNDir", "star", "pdb", "out", "alignLen", "help", "np", "nproc"}) {
+        working.erase(name);
+    }
+    EXPECT_THAT(guide, testing::IsSupersetOf(working));
+}
+
+TEST(Options, EarlierNamesGoBeforeLaterOnes) {
+    auto run = settled({{"orvixDir", "a"}, {"orvixnDir", "c"}});
+    EXPECT_EQ(run->orvixDir, "a");
+    run = settled({{"orvixnDir", "c"}, {"ref", "none"}, {"pdb", "b.pdb"}, {"nproc", "3"}});
+    EXPECT_EQ(run->orvixDir, "c");
+    EXPECT_EQ(run->refFile, "");
+    EXPECT_EQ(run->nProc, 3);
 }
 
 TEST(Settings, DirectoriesFromEnvironment) {
