@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 
+#include "base/large_pages.h"
 #include "base/numbers.h"
 #include "base/parallel.h"
 #include "networks/weight_text.h"
@@ -31,18 +32,21 @@ std::vector<const double*> WeightTable::rows() const {
 }
 
 void WeightTable::addRow(std::span<const double> weights, double rowBias) {
-    if (blocks.empty()) {
-        blocks.emplace_back();
+    if (blocks.empty() || blocks.back().capacity() - blocks.back().size() < columns) {
+        reserve(std::max<std::size_t>(bias.size(), 16));
     }
     blocks.back().insert(blocks.back().end(), weights.begin(), weights.end());
     bias.push_back(rowBias);
 }
 
 void WeightTable::reserve(std::size_t count) {
-    if (blocks.empty()) {
-        blocks.emplace_back();
+    // A block never grows, so that no row is copied.
+    const std::size_t room = blocks.empty() ? 0 : blocks.back().capacity() - blocks.back().size();
+    if (room < count * columns || blocks.empty()) {
+        std::vector<double>& block = blocks.emplace_back();
+        block.reserve(count * columns);
+        adviseLargePages(block.data(), block.capacity() * sizeof(double));
     }
-    blocks.back().reserve(blocks.back().size() + count * columns);
 }
 
 WeightTable readWeightTablePlain(const std::string& path, WeightRules rules, int columns) {

@@ -25,7 +25,7 @@ struct WeightTable {
     std::vector<const double*> rows() const;
     /// Appends a row to the last block. `weights` holds `columns` values.
     void addRow(std::span<const double> weights, double rowBias);
-    /// Makes room for `count` more rows in the last block.
+    /// Makes room for `count` more rows in one block.
     void reserve(std::size_t count);
 };
 
