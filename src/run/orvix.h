@@ -286,8 +286,7 @@ class ORVIX {
 
     std::shared_ptr<const orvix::search::Database> database;  ///< of the model
     DB* db = nullptr;  ///< the rows of `database`; owned if they are another's
-    /// Protein blocks of `db`, with the empty block 0, and their first and last row. Filled by
-    /// cutProteinBlocks alone: the search of a model's database has them from there.
+    /// Protein blocks of `db`, with the empty block 0, and their first and last row.
     int dbProteinCount = 0;
     std::map<int, int> dbProteinFirst;
     std::map<int, int> dbProteinLast;

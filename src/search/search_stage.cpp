@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <ostream>
+#include <span>
 #include <utility>
 
 #include "base/streams.h"
@@ -28,6 +29,18 @@ std::vector<orvix::search::ProteinBlock> blocksOf(const ORVIX& run) {
     return blocks;
 }
 
+/// Puts the protein blocks behind the empty first one into the members of the run.
+void listProteins(ORVIX& run, std::span<const orvix::search::ProteinBlock> proteins) {
+    run.dbProteinFirst = {{0, 0}};
+    run.dbProteinLast = {{0, -1}};
+    run.dbProteinCount = 1;
+    for (const orvix::search::ProteinBlock& block : proteins) {
+        run.dbProteinFirst.emplace_hint(run.dbProteinFirst.end(), run.dbProteinCount, block.first);
+        run.dbProteinLast.emplace_hint(run.dbProteinLast.end(), run.dbProteinCount, block.last);
+        ++run.dbProteinCount;
+    }
+}
+
 /// The scan's form of the database for windows of `halfWidth`. A database that is no model's has
 /// none yet.
 std::shared_ptr<const orvix::search::DatabasePlanes> planesOf(const ORVIX& run, int halfWidth) {
@@ -48,17 +61,11 @@ void ORVIX::loadDatabase() {
         orvix::out() << db->dbSize << " Residues Read\n";
     }
     orvix::out() << "Searching database ..." << std::endl;
+    listProteins(*this, database->proteins());
 }
 
 void ORVIX::cutProteinBlocks() {
-    dbProteinFirst = {{0, 0}};
-    dbProteinLast = {{0, -1}};
-    dbProteinCount = 1;
-    for (const orvix::search::ProteinBlock& block : orvix::search::cutProteins(*db)) {
-        dbProteinFirst[dbProteinCount] = block.first;
-        dbProteinLast[dbProteinCount] = block.last;
-        ++dbProteinCount;
-    }
+    listProteins(*this, orvix::search::cutProteins(*db));
 }
 
 orvix::search::SearchInput ORVIX::searchInput() const {
