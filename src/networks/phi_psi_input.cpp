@@ -1,19 +1,11 @@
 #include "networks/phi_psi_input.h"
 
-#include <array>
-
 #include "base/missing.h"
 #include "base/numbers.h"
 #include "networks/network_input.h"
 #include "run/orvix.h"
 
 namespace orvix::networks {
-namespace {
-
-/// The order of the shift pairs in a network vector.
-constexpr std::array<const char*, 6> networkAtoms = {"HN", "N", "HA", "C", "CA", "CB"};
-
-}  // namespace
 
 ShiftsByResidue clippedShifts(ORVIX& run) {
     ShiftsByResidue shifts;
@@ -37,26 +29,15 @@ ShiftsByResidue clippedShifts(ORVIX& run) {
 }
 
 std::vector<double> residueInput(ORVIX& run, int residue, const ShiftsByResidue& shifts) {
-    static const std::map<std::string, double> none;
-    std::map<std::string, double> average;
-    const bool averaged = run.missingAt(residue) != 0 && run.calcAverageCS_orig(residue, average);
-    const auto found = shifts.find(residue);
-    const std::map<std::string, double>& known = found == shifts.end() ? none : found->second;
-
-    std::vector<double> vector;
-    vector.reserve(residueVectorSize);
-    for (const char* atom : networkAtoms) {
-        const auto shift = known.find(atom);
-        const double value = shift == known.end() ? 0.0 : shift->second;
-        const bool present = !(value > missingLimit);
-        vector.push_back(present ? value : averaged ? average[atom] : 0.0);
-        vector.push_back(present ? 0.0 : 1.0);
-    }
+    static const std::map<std::string, double> noShifts;
+    static const std::vector<double> noScores;
+    std::map<std::string, double> averages;
+    const bool averaged = run.missingAt(residue) != 0 && run.calcAverageCS_orig(residue, averages);
+    const auto known = shifts.find(residue);
     const auto scores = run.blosumScaled.find(baseLetter(run.seqName(residue)));
-    if (scores != run.blosumScaled.end()) {
-        vector.insert(vector.end(), scores->second.begin(), scores->second.end());
-    }
-    return vector;
+    return residueVector(known == shifts.end() ? noShifts : known->second,
+                         averaged ? &averages : nullptr,
+                         scores == run.blosumScaled.end() ? noScores : scores->second);
 }
 
 }  // namespace orvix::networks

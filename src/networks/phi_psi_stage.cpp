@@ -1,4 +1,4 @@
-#include <algorithm>
+// The phi/psi map stage: network input, surface networks, the map of each residue and its clusters.
 #include <array>
 #include <ostream>
 #include <utility>
@@ -8,6 +8,7 @@
 #include "model/model.h"
 #include "networks/network_input.h"
 #include "networks/phi_psi_input.h"
+#include "networks/phi_psi_map.h"
 #include "networks/stage_network.h"
 #include "networks/surface_network.h"
 #include "run/orvix.h"
@@ -15,7 +16,8 @@
 
 namespace {
 
-constexpr std::size_t boxes = orvix::boxCount;
+using orvix::networks::MapChoice;
+using orvix::networks::WindowCount;
 
 /// Fills `annInput` for the residues in range.
 void prepareNetworkInput(ORVIX& run) {
@@ -41,70 +43,15 @@ void runSurfaceNetworks(ORVIX& run) {
     }
 }
 
-/// Shifts missing in the window of five around a residue.
-struct WindowCount {
-    int total = 0;
-    int worst = 0;
-};
-
-WindowCount missingInWindow(const ORVIX& run, int residue) {
-    WindowCount window;
-    for (int r = residue - 2; r <= residue + 2; ++r) {
-        window.total += run.missingAt(r);
-        window.worst = std::max(window.worst, run.missingAt(r));
+/// The raw map of a residue by the network that counts for it; empty if that has none.
+std::vector<double> rawMap(const ORVIX& run, int residue, const WindowCount& missing) {
+    const MapChoice choice =
+        chooseMap(orvix::networks::residueRange(run), residue, missing, run.noProton);
+    if (choice == MapChoice::none) {
+        return std::vector<double>(orvix::boxCount, 0.0);
     }
-    return window;
-}
-
-/// The map that counts for a residue: the standard network where the window has its shifts, the
-/// hybrid network where it lacks some or the range ends close by, zeros otherwise.
-const std::vector<double>& chooseMap(const ORVIX& run, int residue, const WindowCount& missing) {
-    static const std::vector<double> zeros(boxes, 0.0);
-    static const std::vector<double> none;
-    const auto mapOf =
-        [residue](const std::map<int, std::vector<double>>& maps) -> const std::vector<double>& {
-        const auto found = maps.find(residue);
-        return found == maps.end() ? none : found->second;
-    };
-    const int lastSequence = run.seqFirstResid + run.seqLength - 1;
-    // The inner neighbours of an end of the range that is no end of the chain come first.
-    if ((residue == run.firstResid + 1 && residue != run.firstCSResid) ||
-        (residue == run.lastResid - 1 && residue != lastSequence)) {
-        return mapOf(run.mapHybrid);
-    }
-    if (residue < run.firstResid || residue > run.lastResid ||
-        (residue == run.firstResid && run.firstResid != run.firstCSResid) ||
-        (residue == run.lastResid && run.lastResid != lastSequence)) {
-        return zeros;
-    }
-    const int limit = run.noProton ? 5 : 4;
-    if (missing.worst <= limit) {
-        return mapOf(run.mapStandard);
-    }
-    return missing.total <= 24 ? mapOf(run.mapHybrid) : zeros;
-}
-
-/// The map weighted by the density of the plane; what is negative counts as 0.
-std::vector<double> weightedMap(const std::vector<double>& raw,
-                                const std::array<double, boxes>& prior) {
-    std::vector<double> map(boxes);
-    for (std::size_t k = 0; k < boxes; ++k) {
-        const double q = raw[k] * prior[k];
-        map[k] = q < 0.0 ? 0.0 : q;
-    }
-    return map;
-}
-
-/// Value of the first cluster's seed over those of all seeds; 0 without clusters.
-double shareOfFirst(const std::vector<double>& map, const ClusterData& found) {
-    const auto seed = [&](int c) {
-        return map[static_cast<std::size_t>(found.clusterMember[c][1])];
-    };
-    double seeds = 0.0;
-    for (int c = 1; c <= found.clusterCount; ++c) {
-        seeds += seed(c);
-    }
-    return found.clusterCount > 0 && seeds != 0.0 ? seed(1) / seeds : 0.0;
+    return orvix::networks::vectorOf(
+        choice == MapChoice::standard ? run.mapStandard : run.mapHybrid, residue);
 }
 
 std::vector<orvix::summaries::MapCluster> clusterList(const ClusterData& found) {
@@ -126,9 +73,13 @@ void storeMap(ORVIX& run, int residue, const WindowCount& missing, std::vector<d
     row.windowShifts = 30 - missing.total;
     row.residueShifts = 6 - run.missingAt(residue);
     row.clusterCount = run.getClusterInfo(map, found);
-    row.firstShare = shareOfFirst(map, found);
     row.values = map;
     row.clusters = clusterList(found);
+    std::vector<int> seeds;
+    for (const orvix::summaries::MapCluster& cluster : row.clusters) {
+        seeds.push_back(cluster.boxes.front());
+    }
+    row.firstShare = orvix::networks::seedShare(map, seeds);
     run.annConfidence[residue] = row.firstShare;
     run.annPhiPsi[residue] = std::move(map);
 }
@@ -147,12 +98,12 @@ void ORVIX::runABP_Prediction() {
     if (!openTable(orvix::ResultTable::maps)) {
         return;
     }
-    const std::array<double, boxes> prior = orvix::phiPsiPrior();
+    const std::array<double, orvix::boxCount> prior = orvix::phiPsiPrior();
     for (const auto& [residue, standard] : mapStandard) {
-        const WindowCount missing = missingInWindow(*this, residue);
-        const std::vector<double>& raw = chooseMap(*this, residue, missing);
-        if (raw.size() == boxes) {
-            storeMap(*this, residue, missing, weightedMap(raw, prior));
+        const WindowCount missing = orvix::networks::missingInWindow(missingCount, residue);
+        const std::vector<double> raw = rawMap(*this, residue, missing);
+        if (raw.size() == prior.size()) {
+            storeMap(*this, residue, missing, orvix::networks::boxMap(raw, prior));
         }
     }
     writeTable(orvix::ResultTable::maps);

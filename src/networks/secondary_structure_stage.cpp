@@ -1,4 +1,4 @@
-#include <algorithm>
+// The secondary structure stage: five networks on the shifts, one on the sequence, the classes.
 #include <utility>
 
 #include "networks/class_network.h"
@@ -21,83 +21,71 @@ const ClassValues& valuesAt(const ValuesByResidue& values, int residue) {
     return found == values.end() || found->second.size() != 3 ? zeroValues : found->second;
 }
 
-/// The network that stands for a residue by where shifts are missing around it, or zeros where two
-/// or more of the three positions lack them.
-const ClassValues& selectValues(const ORVIX& run, const ValuesByResidue& complete, int residue) {
-    const auto good = [&run](int r) { return run.missingAt(r) <= 3; };
-    const bool before = good(residue - 1), here = good(residue), after = good(residue + 1);
-    if (before && here && after) {
-        return valuesAt(complete, residue);
-    }
-    if (before && !here && after) {
-        return valuesAt(run.ssCenterResult, residue);
-    }
-    if (!before && here && after) {
-        return valuesAt(run.ssPrevResult, residue);
-    }
-    if (before && here && !after) {
-        return valuesAt(run.ssNextResult, residue);
+/// The class values of the network that stands for a residue; zeros where none does.
+const ClassValues& chosenValues(const ORVIX& run, const ValuesByResidue& complete, int residue) {
+    using orvix::networks::ShiftNetwork;
+    switch (orvix::networks::chooseNetwork(run.missingCount, residue)) {
+        case ShiftNetwork::complete:
+            return valuesAt(complete, residue);
+        case ShiftNetwork::centre:
+            return valuesAt(run.ssCenterResult, residue);
+        case ShiftNetwork::previous:
+            return valuesAt(run.ssPrevResult, residue);
+        case ShiftNetwork::next:
+            return valuesAt(run.ssNextResult, residue);
+        case ShiftNetwork::none:
+            break;
     }
     return zeroValues;
 }
 
-bool outOfRange(const ORVIX& run, int residue) {
-    return residue < run.firstResid || residue > run.lastResid ||
-           (residue == run.firstResid && residue != run.firstCSResid) ||
-           (residue == run.lastResid && residue != run.lastCSResid);
-}
-
-/// Sum of two class vectors scaled to 1, in single precision.
-ClassValues combine(const ClassValues& first, const ClassValues& second) {
-    const auto a = static_cast<float>(first[0] + second[0]);
-    const auto b = static_cast<float>(first[1] + second[1]);
-    const auto c = static_cast<float>(first[2] + second[2]);
-    const float total = a + b + c;
-    if (total == 0.0F) {
-        return second;
-    }
-    const float s = 1.0F / total;
-    return {static_cast<double>(a * s), static_cast<double>(b * s), static_cast<double>(c * s)};
-}
-
-bool isChainEnd(const ORVIX& run, int residue) {
-    return residue == run.firstCSResid || residue == run.lastCSResid || residue == 1 ||
-           residue == run.seqFirstResid + run.seqLength - 1;
-}
-
-/// What the table says of a residue: the class by shifts, or by sequence where they are silent.
-orvix::summaries::StructureRow structureRow(const ORVIX& run, int residue,
-                                            const ClassValues& shiftValues) {
-    const bool decidedByShifts = std::max({shiftValues[0], shiftValues[1], shiftValues[2]}) != 0.0;
-    const bool end = isChainEnd(run, residue);
-    orvix::networks::ClassCall call;
-    ClassValues shown = shiftValues;
-    if (decidedByShifts) {
-        call = orvix::networks::callClass(shiftValues, "HEL");
-        if (end) {
-            call.letter = "L";
-            call.confidence = 0.0;
+/// The class values of each residue of the sequence by shifts; zeros where they decide nothing.
+ValuesByResidue valuesByShifts(const ORVIX& run, const ValuesByResidue& complete,
+                               const ValuesByResidue& five) {
+    const orvix::networks::ResidueRange range = orvix::networks::residueRange(run);
+    ValuesByResidue result;
+    for (const auto& [residue, letter] : run.seq) {
+        ClassValues values = orvix::networks::outsideShifts(range, residue)
+                                 ? zeroValues
+                                 : chosenValues(run, complete, residue);
+        const auto wide = five.find(residue);
+        if (wide != five.end() && wide->second.size() == 3 && values != zeroValues) {
+            values = orvix::networks::combineClasses(wide->second, values);
         }
-    } else {
-        call = orvix::networks::callClass(valuesAt(run.seqSSResult, residue), "hec");
+        result[residue] = std::move(values);
     }
-    if (call.letter == "h" || call.letter == "e" || call.letter == "c") {
-        shown = valuesAt(run.seqSSResult, residue);
-    } else if (end) {
-        shown.assign(3, 0.3333);
+    return result;
+}
+
+/// The substitution scores of the residues that have any.
+orvix::networks::ResidueMap sequenceInput(const ORVIX& run) {
+    orvix::networks::ResidueMap input;
+    for (const auto& [residue, letter] : run.seq) {
+        const auto scores = run.blosumRaw.find(orvix::networks::baseLetter(letter));
+        if (scores != run.blosumRaw.end() && scores->second.size() == 20) {
+            input[residue] = scores->second;
+        }
     }
+    return input;
+}
+
+orvix::summaries::StructureRow structureRow(const ORVIX& run, int residue,
+                                            const ClassValues& byShifts) {
+    const orvix::networks::ClassDecision decision = orvix::networks::decideClass(
+        byShifts, valuesAt(run.seqSSResult, residue),
+        orvix::networks::isChainEnd(orvix::networks::residueRange(run), residue));
     orvix::summaries::StructureRow row;
     row.residue = residue;
     row.name = run.residueLabel(residue);
     row.shiftCount =
         18 - run.missingAt(residue - 1) - run.missingAt(residue) - run.missingAt(residue + 1);
     row.ownShiftCount = 6 - run.missingAt(residue);
-    row.helix = shown[0];
-    row.strand = shown[1];
-    row.coil = shown[2];
-    row.confidence = orvix::networks::shownConfidence(call.confidence);
-    row.letter = call.letter;
-    row.chainEnd = decidedByShifts && end;
+    row.helix = decision.values[0];
+    row.strand = decision.values[1];
+    row.coil = decision.values[2];
+    row.confidence = orvix::networks::shownConfidence(decision.call.confidence);
+    row.letter = decision.call.letter;
+    row.chainEnd = decision.byRule;
     row.state = run.seqName(residue);
     const auto original = run.seqOrig.find(residue);
     row.listed = original != run.seqOrig.end() && !original->second.empty();
@@ -117,26 +105,12 @@ void ORVIX::runSS_Prediction() {
     ssNextResult = classesOf(classNextKind, annInput, 3);
     const ValuesByResidue five = classesOf(classFiveKind, residueFirst(annInput), 5);
 
-    std::map<int, std::vector<double>> sequenceInput;
-    for (const auto& [residue, letter] : seq) {
-        ClassValues values =
-            outOfRange(*this, residue) ? zeroValues : selectValues(*this, seqSSResult, residue);
-        const auto wide = five.find(residue);
-        if (wide != five.end() && wide->second.size() == 3 && values != zeroValues) {
-            values = combine(wide->second, values);
-        }
-        ssShiftResult[residue] = std::move(values);
-
-        const auto scores = blosumRaw.find(orvix::networks::baseLetter(letter));
-        if (scores != blosumRaw.end() && scores->second.size() == 20) {
-            sequenceInput[residue] = scores->second;
-        }
-    }
+    ssShiftResult = valuesByShifts(*this, seqSSResult, five);
     seqSSResult =
-        runSequenceNetwork(*stageNetwork(*this, sequenceKind), sequenceInput, ssShiftResult);
+        runSequenceNetwork(*stageNetwork(*this, sequenceKind), sequenceInput(*this), ssShiftResult);
 
-    for (const auto& [residue, shiftValues] : ssShiftResult) {
-        structureRows[residue] = structureRow(*this, residue, shiftValues);
+    for (const auto& [residue, byShifts] : ssShiftResult) {
+        structureRows[residue] = structureRow(*this, residue, byShifts);
     }
     writeTable(orvix::ResultTable::structure);
 }

@@ -1,15 +1,14 @@
-#include <algorithm>
-#include <cstdio>
-#include <memory>
+// Secondary structure from a sequence profile alone.
 #include <ostream>
 
-#include "base/process.h"
 #include "base/run_end.h"
 #include "base/streams.h"
+#include "base/text_writer.h"
 #include "networks/check_file.h"
 #include "networks/secondary_structure.h"
 #include "networks/sequence_network.h"
 #include "networks/stage_network.h"
+#include "networks/structure_table.h"
 #include "run/orvix.h"
 #include "run/predict.h"
 #include "shifts/residue_numbers.h"
@@ -51,6 +50,23 @@ std::map<int, std::vector<double>> readProfile(ORVIX& run, int first) {
     return input;
 }
 
+/// The rows of the table; a residue without a class counts as coil.
+std::map<int, orvix::summaries::StructureRow> structureRowsOf(const ORVIX& run) {
+    std::map<int, orvix::summaries::StructureRow> rows;
+    for (const auto& [residue, values] : run.seqSSResult) {
+        const orvix::networks::ClassCall call = orvix::networks::callClass(values, "hec");
+        orvix::summaries::StructureRow& row = rows[residue];
+        row.residue = residue;
+        row.name = row.state = run.seqName(residue);
+        row.helix = values[0];
+        row.strand = values[1];
+        row.coil = values[2];
+        row.confidence = orvix::networks::shownConfidence(call.confidence);
+        row.letter = call.letter == "x" ? "c" : call.letter;
+    }
+    return rows;
+}
+
 }  // namespace
 
 void ORVIX::runSeqSS_Prediction() {
@@ -62,7 +78,7 @@ void ORVIX::runSeqSS_Prediction() {
         first = inTable.firstResid;
         orvix::shifts::requireResidueNumbers(first, first, first);
     }
-    std::map<int, std::vector<double>> profile;
+    orvix::networks::ResidueMap profile;
     if (!blastCheckFile.empty()) {
         profile = readProfile(*this, first);
     }
@@ -71,37 +87,10 @@ void ORVIX::runSeqSS_Prediction() {
         *stageNetwork(*this, orvix::networks::profileKind), profile, {});
 
     const std::string file = outBase + "SS.tab";
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> out(std::fopen(file.c_str(), "w"),
-                                                              &std::fclose);
-    if (out == nullptr) {
+    orvix::TextWriter table(file);
+    if (!table.isOpen()) {
         orvix::err() << "\tCan't open write file " << file << " !!!\n";
         return;
     }
-    orvix::networks::ClassBlocks blocks("\n");
-    std::string rows;
-    for (const auto& [residue, values] : seqSSResult) {
-        orvix::networks::ClassCall call = orvix::networks::callClass(values, "hec");
-        if (call.letter == "x") {
-            call.letter = "c";
-        }
-        call.confidence = orvix::networks::shownConfidence(call.confidence);
-        const std::string& letter = seqName(residue);
-        blocks.add(letter, call.letter, call.confidence);
-        char line[200];
-        std::snprintf(line, sizeof line, " %4d %1s %8.3f %8.3f %8.3f %4.2f %s\n", residue,
-                      letter.c_str(), values[0], values[1], values[2], call.confidence,
-                      call.letter.c_str());
-        rows += line;
-    }
-    const std::string text = "REMARK  Neural network secondary structure prediction for " +
-                             inTitle +
-                             "\nREMARK  Predictions using amino acid sequence alone\n"
-                             "REMARK     h-Helix    e-Strand   c-Coil \n\n"
-                             "DATA FIRST_RESID " +
-                             std::to_string(first) + "\n\n" + blocks.finish() +
-                             "VARS RESID RESNAME Q_H Q_E Q_L CONFIDENCE SS_CLASS\n"
-                             "FORMAT %4d %1s %8.3f %8.3f %8.3f %4.2f %s\n\n" +
-                             rows;
-    std::fwrite(text.data(), 1, text.size(), out.get());
-    orvix::finishFile(out.get(), file);
+    table.text() = orvix::networks::sequenceStructureTable(inTitle, first, structureRowsOf(*this));
 }

@@ -11,4 +11,9 @@ std::shared_ptr<const NetworkWeights> stageNetwork(const ORVIX& run, const Netwo
     return run.model->network(filePrefix(ANN(run.tabDir, kind.name)), kind);
 }
 
+ResidueRange residueRange(const ORVIX& run) {
+    return {run.firstResid, run.lastResid, run.firstCSResid, run.lastCSResid,
+            run.seqFirstResid + run.seqLength - 1};
+}
+
 }  // namespace orvix::networks

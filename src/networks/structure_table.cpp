@@ -1,4 +1,4 @@
-// The secondary structure table as text.
+// The tables of secondary structure as text.
 #include "networks/structure_table.h"
 
 #include <cstdio>
@@ -49,6 +49,28 @@ std::string structureTable(const summaries::TableHeader& header,
     return remarks(header) + blocks.finish() +
            "VARS RESID RESNAME CS_CNT CS_CNT_R2 Q_H Q_E Q_L CONFIDENCE SS_CLASS\n"
            "FORMAT %4d %1s %2d %2d %8.3f %8.3f %8.3f %4.2f %s\n\n" +
+           lines;
+}
+
+std::string sequenceStructureTable(const std::string& title, int firstResid,
+                                   const std::map<int, summaries::StructureRow>& rows) {
+    ClassBlocks blocks("\n");
+    std::string lines;
+    for (const auto& [residue, row] : rows) {
+        blocks.add(row.state, row.letter, row.confidence);
+        char line[1200];
+        std::snprintf(line, sizeof line, " %4d %1s %8.3f %8.3f %8.3f %4.2f %s\n", row.residue,
+                      row.name.c_str(), row.helix, row.strand, row.coil, row.confidence,
+                      row.letter.c_str());
+        lines += line;
+    }
+    return "REMARK  Neural network secondary structure prediction for " + title +
+           "\nREMARK  Predictions using amino acid sequence alone\n"
+           "REMARK     h-Helix    e-Strand   c-Coil \n\n"
+           "DATA FIRST_RESID " +
+           std::to_string(firstResid) + "\n\n" + blocks.finish() +
+           "VARS RESID RESNAME Q_H Q_E Q_L CONFIDENCE SS_CLASS\n"
+           "FORMAT %4d %1s %8.3f %8.3f %8.3f %4.2f %s\n\n" +
            lines;
 }
 

@@ -12,4 +12,8 @@ namespace orvix::networks {
 std::string structureTable(const summaries::TableHeader& header,
                            const std::map<int, summaries::StructureRow>& rows);
 
+/// The table of secondary structure from a sequence profile alone, numbered from `firstResid`.
+std::string sequenceStructureTable(const std::string& title, int firstResid,
+                                   const std::map<int, summaries::StructureRow>& rows);
+
 }  // namespace orvix::networks
