@@ -35,9 +35,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         makeRoom(plain);
         const orvix::search::DatabaseReading expected =
             orvix::search::readDatabasePlain(path, excluded, capacity, plain);
-        for (const orvix::LineReader reader :
+        for (const orvix::search::LineParser reader :
              {orvix::search::fastLineReader(),
-              orvix::LineReader(orvix::search::readDatabaseLinePortable)}) {
+              orvix::search::LineParser(orvix::search::readDatabaseLinePortable)}) {
             DB fast;
             makeRoom(fast);
             const orvix::search::DatabaseReading found =

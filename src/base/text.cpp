@@ -6,14 +6,6 @@
 
 namespace orvix {
 
-bool isSpace(char c) {
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-
 void splitWords(std::string_view text, std::vector<std::string_view>& words) {
     words.clear();
     const char* p = text.data();

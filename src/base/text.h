@@ -9,8 +9,13 @@
 /// codes 9 to 13 and 32; nothing depends on the locale.
 namespace orvix {
 
-bool isSpace(char c);
-bool isDigit(char c);
+inline bool isSpace(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+inline bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
 
 /// Replaces `words` by the words of `text`, which they view.
 void splitWords(std::string_view text, std::vector<std::string_view>& words);

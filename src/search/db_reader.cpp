@@ -3,17 +3,17 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <deque>
 #include <fstream>
 #include <iterator>
 #include <mutex>
 #include <string_view>
-#include <thread>
 #include <utility>
 #include <vector>
 
+#include "base/line_blocks.h"
 #include "search/db.h"
 #include "search/db_text.h"
-#include "search/text_blocks.h"
 
 namespace orvix::search {
 
@@ -33,14 +33,6 @@ DatabaseRow cellsOf(DB& db, int row) {
     cells.box = &db.boxes[row];
     cells.letter = &db.resNames[row];
     return cells;
-}
-
-void provideRows(DB& db, int first, int count) {
-    db.shifts.provide(first, count);
-    db.angles.provide(first, count);
-    db.resids.provide(first, count);
-    db.boxes.provide(first, count);
-    db.resNames.provide(first, count);
 }
 
 void clearRow(DB& db, int row) {
@@ -85,69 +77,41 @@ struct LineCount {
     std::int64_t lines = 0;  ///< all lines
 };
 
-LineCount countLines(const TextBlock& block) {
+std::string_view lineAt(const char* p, const char* end) {
+    const void* const feed = std::memchr(p, '\n', static_cast<std::size_t>(end - p));
+    return {p, static_cast<std::size_t>(static_cast<const char*>(feed) - p)};
+}
+
+LineCount countLines(const LineBlock& block) {
     LineCount count;
-    const char* const end = block.end();
-    for (const char* p = block.begin(); p < end; ++count.lines) {
-        const char* const feed =
-            static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)));
-        if (static_cast<unsigned char>(*p) > '#' ||
-            !isSkippedLine(std::string_view(p, static_cast<std::size_t>(feed - p)))) {
+    for (const char* p = block.begin(); p < block.end(); ++count.lines) {
+        const std::string_view line = lineAt(p, block.end());
+        if (static_cast<unsigned char>(*p) > '#' || !isSkippedLine(line)) {
             ++count.rows;
         }
-        p = feed + 1;
+        p += line.size() + 1;
     }
     return count;
 }
 
-/// The state that the readers of one file share.
+/// The reading of one file, with what its threads share.
 class Reading {
   public:
-    Reading(TextBlocks& text, const std::string& path, const std::string& exclList, int capacity,
-            DB& db, LineParser readLine)
-        : text_(text),
-          path_(path),
-          exclList_(exclList),
-          capacity_(capacity),
-          db_(db),
-          readLine_(readLine) {}
+    Reading(const std::string& path, const std::string& exclList, int capacity, DB& db,
+            LineParser readLine)
+        : path_(path), exclList_(exclList), capacity_(capacity), db_(db), readLine_(readLine) {}
 
-    /// Reads blocks until the text ends. Several threads may do so at once when nothing is
-    /// excluded: each block is counted before the next is handed out, so its rows are known.
-    void work(bool countFirst) {
-        TextBlock block;
-        for (;;) {
-            Part part;
-            {
-                const std::lock_guard<std::mutex> hold(mutex_);
-                if (stop_ || !text_.next(block)) {
-                    return;
-                }
-                part.firstRow = nextRow_;
-                part.firstLine = nextLine_;
-                if (countFirst) {
-                    const LineCount count = countLines(block);
-                    nextLine_ += count.lines;
-                    const int rows = std::min(count.rows, capacity_ - nextRow_);
-                    provideRows(db_, nextRow_, rows);
-                    nextRow_ += rows;
-                    stop_ = stop_ || (nextRow_ == capacity_ && count.rows > 0);
-                }
-            }
-            readPart(block, part);
-            const std::lock_guard<std::mutex> hold(mutex_);
-            if (!countFirst) {
-                nextRow_ = part.row;
-                nextLine_ = part.line;
-            }
-            stop_ = stop_ || part.full || !part.problem.empty();
-            parts_.push_back(std::move(part));
-        }
-    }
-
-    DatabaseReading finish() {
-        std::sort(parts_.begin(), parts_.end(),
-                  [](const Part& a, const Part& b) { return a.firstLine < b.firstLine; });
+    /// Several threads may read at once when nothing is excluded: each block is counted before the
+    /// next is taken, so its rows are known.
+    DatabaseReading read(LineBlocks& text, int threads) {
+        text.share(
+            threads,
+            [this, threads](const LineBlock& block, std::size_t) {
+                return take(block, threads > 1);
+            },
+            [this, threads](const LineBlock& block, std::size_t number) {
+                work(block, number, threads > 1);
+            });
         DatabaseReading result;
         result.opened = true;
         std::vector<SourceRun> runs;
@@ -159,7 +123,7 @@ class Reading {
             result.full = result.full || part.full;
             std::move(part.runs.begin(), part.runs.end(), std::back_inserter(runs));
         }
-        if (text_.lineTooLong() && !result.full) {
+        if (text.lineTooLong() && !result.full) {
             result.problem = describe(path_, nextLine_, LineResult::tooFewFields);
             return result;
         }
@@ -173,32 +137,60 @@ class Reading {
     }
 
   private:
+    /// A block of lines.
     struct Part {
-        int firstRow = 0;
-        std::int64_t firstLine = 1;
-        int row = 0;            ///< behind the last row read
-        std::int64_t line = 1;  ///< behind the last line
+        int row = 0;            ///< its first one, behind the last one when it was read
+        std::int64_t line = 1;  ///< likewise
         bool full = false;
         std::string problem;
         std::vector<SourceRun> runs;
     };
 
-    void readPart(const TextBlock& block, Part& part) {
-        const char* p = block.begin();
+    bool take(const LineBlock& block, bool countFirst) {
+        const std::lock_guard<std::mutex> hold(mutex_);
+        if (stop_) {
+            return false;
+        }
+        Part& part = parts_.emplace_back();
+        part.row = nextRow_;
+        part.line = nextLine_;
+        if (countFirst) {
+            const LineCount count = countLines(block);
+            nextLine_ += count.lines;
+            nextRow_ += std::min(count.rows, capacity_ - nextRow_);
+            stop_ = nextRow_ == capacity_ && count.rows > 0;
+        }
+        return true;
+    }
+
+    void work(const LineBlock& block, std::size_t number, bool counted) {
+        std::unique_lock<std::mutex> hold(mutex_);
+        Part& part = parts_[number];
+        hold.unlock();
+        readPart(block, part);
+        hold.lock();
+        if (!counted) {
+            nextRow_ = part.row;
+            nextLine_ = part.line;
+        }
+        stop_ = stop_ || part.full || !part.problem.empty();
+    }
+
+    void readPart(const LineBlock& block, Part& part) {
         const char* const end = block.end();
-        part.row = part.firstRow;
-        for (part.line = part.firstLine; p < end; ++part.line) {
+        for (const char* p = block.begin(); p < end; ++part.line) {
             if (*p == '\n' || *p == '#') {
-                p = nextLine(p, end);
+                p += lineAt(p, end).size() + 1;
                 continue;
             }
             if (part.row >= capacity_) {
                 // Only a capacity of 0 gets here with a row still to read.
-                part.full = !isSkippedLine(lineAt(p, end));
+                const std::string_view line = lineAt(p, end);
+                part.full = !isSkippedLine(line);
                 if (part.full) {
                     return;
                 }
-                p = nextLine(p, end);
+                p += line.size() + 1;
                 continue;
             }
             DatabaseRow cells = cellsOf(db_, part.row);
@@ -229,17 +221,6 @@ class Reading {
         }
     }
 
-    static std::string_view lineAt(const char* p, const char* end) {
-        const void* const feed = std::memchr(p, '\n', static_cast<std::size_t>(end - p));
-        return {p, static_cast<std::size_t>(static_cast<const char*>(feed) - p)};
-    }
-
-    static const char* nextLine(const char* p, const char* end) {
-        const std::string_view line = lineAt(p, end);
-        return line.data() + line.size() + 1;
-    }
-
-    TextBlocks& text_;
     const std::string& path_;
     const std::string& exclList_;
     const int capacity_;
@@ -249,21 +230,24 @@ class Reading {
     bool stop_ = false;
     int nextRow_ = 0;
     std::int64_t nextLine_ = 1;
-    std::vector<Part> parts_;
+    std::deque<Part> parts_;  // in the order of the file; what is there stays in its place
 };
 
 /// Below this size a second thread is not worth its start.
 constexpr std::size_t severalThreadsFrom = std::size_t{16} << 20;
 
+constexpr std::size_t longestLine = std::size_t{1} << 24;
+
 }  // namespace
 
 DatabaseReading readDatabase(const std::string& path, const std::string& exclList, int capacity,
                              int threads, DB& db, LineParser readLine) {
-    TextBlocks text(path);
+    static_assert(LineBlock::margin >= lineMargin);
+    LineBlocks text(path, longestLine);
     if (!text.isOpen()) {
         return {};
     }
-    if (text.fileSize() > TextBlocks::blockSize * 4) {
+    if (text.fileSize() > LineBlocks::blockSize * 4) {
         db.shifts.useLargePages();
         db.angles.useLargePages();
         db.resids.useLargePages();
@@ -271,22 +255,9 @@ DatabaseReading readDatabase(const std::string& path, const std::string& exclLis
         db.resNames.useLargePages();
         db.sources.protein.useLargePages();
     }
-    Reading reading(text, path, exclList, capacity, db, readLine);
-    if (threads > 1 && exclList.empty() && text.fileSize() >= severalThreadsFrom) {
-        // Threads of its own, which end with the reading, so that a process that forks later, or
-        // was forked, can read as well.
-        std::vector<std::thread> others;
-        for (int t = 1; t < threads; ++t) {
-            others.emplace_back([&reading] { reading.work(true); });
-        }
-        reading.work(true);
-        for (std::thread& other : others) {
-            other.join();
-        }
-    } else {
-        reading.work(false);
-    }
-    return reading.finish();
+    const bool several = exclList.empty() && text.fileSize() >= severalThreadsFrom;
+    return Reading(path, exclList, capacity, db, readLine)
+        .read(text, several ? std::max(1, threads) : 1);
 }
 
 DatabaseReading readDatabasePlain(const std::string& path, const std::string& exclList,

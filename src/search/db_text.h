@@ -33,7 +33,7 @@ enum class LineResult {
 /// Unsigned fields wrap into int.
 LineResult readDatabaseLinePlain(std::string_view line, DatabaseRow& row);
 
-/// Bytes that the fast form may read before a line and behind its line feed.
+/// Bytes that the fast forms may read before a line and behind its line feed.
 inline constexpr std::size_t lineMargin = 64;
 
 /// Reads a line of plain decimals that starts at `line` and has a line feed, with `lineMargin`
@@ -41,7 +41,7 @@ inline constexpr std::size_t lineMargin = 64;
 /// then the cells of `row` hold anything. The same bits as the plain form.
 using LineParser = const char* (*)(const char* line, DatabaseRow& row);
 
-/// The one for any processor.
+/// The one for any processor: digit by digit.
 const char* readDatabaseLinePortable(const char* line, DatabaseRow& row);
 /// The best one for this processor.
 LineParser fastLineReader();

@@ -1,64 +1,73 @@
 #pragma once
 
+#include <sys/mman.h>
+
 #include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
 #include <new>
 #include <type_traits>
 
 namespace orvix::search {
 
-/// Maps `bytes` of zeros that cost nothing until they are touched; null for 0 bytes. Throws
-/// std::bad_alloc.
-void* mapZeros(std::size_t bytes);
-/// Gives back what `mapZeros` returned.
-void unmapZeros(void* memory, std::size_t bytes) noexcept;
-/// Asks for large pages behind the mapping, for arrays that will be filled in one go.
-void preferLargePages(void* memory, std::size_t bytes) noexcept;
-
-/// Array of plain values, all zero at first, whose memory is taken page by page as it is written.
-/// The cells are reached by any index from 0 to size() - 1; nothing checks it.
+/// Array of plain values, all zero at first, whose memory the system gives page by page as it is
+/// written: `calloc` of this size clears nothing itself. The cells are reached by any index from 0
+/// to size() - 1; nothing checks it.
 template <class T>
 class LazyArray {
     static_assert(std::is_trivially_copyable_v<T>);
 
   public:
-    LazyArray() = default;
-    LazyArray(const LazyArray&) = delete;
-    LazyArray& operator=(const LazyArray&) = delete;
-    ~LazyArray() { clear(); }
-
-    /// Drops the content and provides `count` zeros.
+    /// Drops the content and provides `count` zeros. Throws std::bad_alloc.
     void reset(std::size_t count) {
         clear();
-        memory_ = static_cast<T*>(mapZeros(count * sizeof(T)));
+        cells_.reset(static_cast<T*>(std::calloc(count, sizeof(T))));
+        if (cells_ == nullptr && count > 0) {
+            throw std::bad_alloc();
+        }
         count_ = count;
     }
     void clear() noexcept {
-        unmapZeros(memory_, count_ * sizeof(T));
-        memory_ = nullptr;
+        cells_.reset();
         count_ = 0;
     }
-    void useLargePages() noexcept { preferLargePages(memory_, count_ * sizeof(T)); }
 
-    /// Takes the memory of `count` cells from `first` on, which must still be zero, so that threads
-    /// that write next to each other don't both ask for the same page.
-    void provide(std::ptrdiff_t first, std::ptrdiff_t count) {
-        constexpr auto step = static_cast<std::ptrdiff_t>(4096 / sizeof(T));
-        for (std::ptrdiff_t i = first; i < first + count; i += step) {
-            const_cast<volatile T&>(memory_[i]) = T();
+    /// Asks for large pages, for arrays that will be filled in one go: the first touches of small
+    /// ones cost as much as reading the text. A hint; without support all works the same.
+    void useLargePages() noexcept {
+#ifdef MADV_HUGEPAGE
+        constexpr std::uintptr_t page = std::uintptr_t{2} << 20;
+        const auto begin = reinterpret_cast<std::uintptr_t>(data());
+        const std::uintptr_t first = (begin + page - 1) / page * page;
+        const std::uintptr_t last = (begin + count_ * sizeof(T)) / page * page;
+        if (last > first) {
+            (void)madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
         }
-        if (count > 0) {
-            const_cast<volatile T&>(memory_[first + count - 1]) = T();
-        }
+#endif
     }
 
-    std::size_t size() const { return count_; }
-    T* data() { return memory_; }
-    const T* data() const { return memory_; }
-    T& operator[](std::ptrdiff_t i) { return memory_[i]; }
-    const T& operator[](std::ptrdiff_t i) const { return memory_[i]; }
+    std::size_t size() const {
+        return count_;
+    }
+    T* data() {
+        return cells_.get();
+    }
+    const T* data() const {
+        return cells_.get();
+    }
+    T& operator[](std::ptrdiff_t i) {
+        return data()[i];
+    }
+    const T& operator[](std::ptrdiff_t i) const {
+        return data()[i];
+    }
 
   private:
-    T* memory_ = nullptr;
+    struct Free {
+        void operator()(T* cells) const noexcept { std::free(cells); }
+    };
+    std::unique_ptr<T, Free> cells_;
     std::size_t count_ = 0;
 };
 
@@ -69,9 +78,6 @@ class LazyRows {
     void reset(std::size_t rows) { cells_.reset(rows * Width); }
     void clear() noexcept { cells_.clear(); }
     void useLargePages() noexcept { cells_.useLargePages(); }
-    void provide(std::ptrdiff_t first, std::ptrdiff_t rows) {
-        cells_.provide(first * Width, rows * Width);
-    }
     std::size_t size() const { return cells_.size() / Width; }
     T* operator[](std::ptrdiff_t row) { return cells_.data() + row * Width; }
     const T* operator[](std::ptrdiff_t row) const { return cells_.data() + row * Width; }

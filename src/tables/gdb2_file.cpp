@@ -184,7 +184,6 @@ bool GDB2::loadGDB(const std::string& file) {
             readsRows = !vars.empty() && formats.size() == vars.size() && initNodes();
         }
     }
-    reader.close();
 
     if (varsCount < 1) {
         return orvix::tables::failLoad(*this, "Format Error: Missing input table keyword VARS\n");

@@ -98,7 +98,6 @@ bool readStarShifts(GDB2& table, const StarTexts& texts, const std::string& file
             scanner.takeLine(words);
         }
     }
-    reader.close();
     return shifts.finish(scanner.columns());
 }
 

@@ -48,39 +48,54 @@ TEST(LineReader, JoinsLinesAcrossBlocks) {
 }
 
 TEST(LineReader, RefusesWhatCannotBeRead) {
-    orvix::LineReader reader;
-    std::string text = "old";
     std::string_view line;
     for (const std::string& path :
          {std::string(), testing::TempDir() + "no/such/file", testing::TempDir()}) {
-        EXPECT_FALSE(reader.open(path)) << path;
+        orvix::LineReader reader(path);
+        EXPECT_FALSE(reader.isOpen()) << path;
         EXPECT_FALSE(reader.next(line));
-        EXPECT_FALSE(orvix::readWholeFile(path, text)) << path;
     }
-    const TemporaryFile file("a\nb");
-    EXPECT_TRUE(reader.open(file.path()));
-    EXPECT_TRUE(reader.next(line));
-    EXPECT_EQ(line, "a");
-    EXPECT_TRUE(reader.open(file.path()));
-    EXPECT_TRUE(reader.next(line));
-    EXPECT_EQ(line, "a");
 }
 
-TEST(ReadWholeFile, GivesEveryByte) {
-    std::string content;
+TEST(LineBlocks, CutAtLineEndsWhateverTheirNumber) {
     std::string text;
-    for (const int size : {0, 1, 4096, 2500000}) {
-        content.resize(static_cast<std::size_t>(size));
-        for (std::size_t i = 0; i < content.size(); ++i) {
-            content[i] = static_cast<char>(i * 7);
-        }
-        const TemporaryFile file(content);
-        EXPECT_TRUE(orvix::readWholeFile(file.path(), text));
-        EXPECT_TRUE(text == content) << size;
+    for (int i = 0; text.size() < 3 * orvix::LineBlocks::blockSize; ++i) {
+        // Lines of all lengths, one of them longer than a block.
+        text += std::string(i == 40 ? 2 * orvix::LineBlocks::blockSize
+                                    : static_cast<std::size_t>(i * 37 % 9000),
+                            static_cast<char>('a' + i % 26)) +
+                "\n";
     }
-    // A file without a known size.
-    EXPECT_TRUE(orvix::readWholeFile("/dev/null", text));
-    EXPECT_EQ(text, "");
+    text += "no line feed";
+    const TemporaryFile file(text);
+    for (const int threads : {1, 3}) {
+        orvix::LineBlocks blocks(file.path());
+        ASSERT_TRUE(blocks.isOpen());
+        EXPECT_EQ(blocks.fileSize(), text.size());
+        std::string taken;
+        std::vector<std::string> worked(100);
+        blocks.share(
+            threads,
+            [&](const orvix::LineBlock& block, std::size_t number) {
+                EXPECT_EQ(block.end()[-1], '\n');
+                taken.append(block.begin(), block.size());
+                return number < worked.size();
+            },
+            [&](const orvix::LineBlock& block, std::size_t number) {
+                worked[number].assign(block.begin(), block.size());
+            });
+        EXPECT_TRUE(taken == text + "\n");
+        std::string joined;
+        for (const std::string& part : worked) {
+            joined += part;
+        }
+        EXPECT_TRUE(joined == taken);
+    }
+    orvix::LineBlocks limited(file.path(), orvix::LineBlocks::blockSize);
+    orvix::LineBlock block;
+    while (limited.next(block)) {
+    }
+    EXPECT_TRUE(limited.lineTooLong());
 }
 
 }  // namespace

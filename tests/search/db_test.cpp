@@ -12,7 +12,6 @@
 #include "random_database.h"
 #include "search/db_reader.h"
 #include "search/db_text.h"
-#include "search/text_blocks.h"
 #include "support/run_end.h"
 
 namespace {
@@ -341,30 +340,6 @@ TEST(DatabaseDeath, FailuresEndTheProcessWithStatusZero) {
     EXPECT_END(load(wide.path), 0, "line 1: source word of more than 29 characters\n$");
     const TextFile endless(row("a", 'A', 1) + std::string(std::size_t{18} << 20, 'x'));
     EXPECT_END(load(endless.path), 0, "line 2: ");
-}
-
-TEST(TextBlocks, CutsAtLineEndsWhateverTheBlocks) {
-    std::string text;
-    for (int i = 0; text.size() < 3 * orvix::search::TextBlocks::blockSize; ++i) {
-        // Lines of all lengths, one of them longer than a block.
-        text += std::string(i == 40 ? 2 * orvix::search::TextBlocks::blockSize
-                                    : static_cast<std::size_t>(i * 37 % 9000),
-                            static_cast<char>('a' + i % 26)) +
-                "\n";
-    }
-    text += "no line feed";
-    const TextFile file(text);
-    orvix::search::TextBlocks blocks(file.path);
-    ASSERT_TRUE(blocks.isOpen());
-    EXPECT_EQ(blocks.fileSize(), text.size());
-    std::string read;
-    orvix::search::TextBlock block;
-    while (blocks.next(block)) {
-        ASSERT_EQ(block.end()[-1], '\n');
-        read.append(block.begin(), block.size());
-    }
-    EXPECT_EQ(read, text + "\n");
-    EXPECT_FALSE(orvix::search::TextBlocks("").isOpen());
 }
 
 }  // namespace
