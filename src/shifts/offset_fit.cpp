@@ -33,30 +33,36 @@ OffsetEstimate estimateOffset(const OffsetGroup& negative, const OffsetGroup& po
     constexpr double errorsOffZero = 5.0;
 
     const auto fitted = [](const OffsetGroup& group) {
-        LineFit fit = fitLine(group.x, group.y);
-        fit.intercept -= group.expected;
+        OffsetGroupFit fit;
+        fit.size = static_cast<int>(group.x.size());
+        fit.used = group.x.size() >= leastGroup;
+        fit.expected = group.expected;
+        if (fit.used) {
+            fit.line = fitLine(group.x, group.y);
+        }
         return fit;
     };
-    const bool useNegative = negative.x.size() >= leastGroup;
-    const bool usePositive = positive.x.size() >= leastGroup;
     const auto below = static_cast<double>(negative.x.size());
     const auto above = static_cast<double>(positive.x.size());
 
     OffsetEstimate estimate;
-    estimate.size = static_cast<int>(negative.x.size() + positive.x.size());
-    estimate.enough = useNegative || usePositive;
-    if (useNegative && usePositive) {
-        const LineFit minus = fitted(negative);
-        const LineFit plus = fitted(positive);
-        estimate.offset = (plus.intercept * above + minus.intercept * below) / (above + below);
-        const double errorAbove = above * plus.error;
-        const double errorBelow = below * minus.error;
+    estimate.negative = fitted(negative);
+    estimate.positive = fitted(positive);
+    const OffsetGroupFit& minus = estimate.negative;
+    const OffsetGroupFit& plus = estimate.positive;
+    const double offBelow = minus.line.intercept - minus.expected;
+    const double offAbove = plus.line.intercept - plus.expected;
+    estimate.size = minus.size + plus.size;
+    estimate.enough = minus.used || plus.used;
+    if (minus.used && plus.used) {
+        estimate.offset = (offAbove * above + offBelow * below) / (above + below);
+        const double errorAbove = above * plus.line.error;
+        const double errorBelow = below * minus.line.error;
         estimate.error =
             std::sqrt(errorAbove * errorAbove + errorBelow * errorBelow) / (above + below);
     } else if (estimate.enough) {
-        const LineFit fit = fitted(usePositive ? positive : negative);
-        estimate.offset = fit.intercept;
-        estimate.error = fit.error;
+        estimate.offset = plus.used ? offAbove : offBelow;
+        estimate.error = plus.used ? plus.line.error : minus.line.error;
     }
     estimate.accepted = std::fabs(estimate.offset) > errorsOffZero * estimate.error &&
                         estimate.error > 0.0 && estimate.size >= leastPoints;

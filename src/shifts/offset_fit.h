@@ -24,6 +24,14 @@ struct OffsetGroup {
     double expected = 0.0;  ///< intercept of well referenced shifts, ppm
 };
 
+/// The line of one group as the estimate used it.
+struct OffsetGroupFit {
+    int size = 0;       ///< points
+    bool used = false;  ///< more than 9 points; else there is no line
+    LineFit line;
+    double expected = 0.0;  ///< intercept of well referenced shifts, ppm
+};
+
 /// The referencing offset of a nucleus. A well referenced nucleus crosses d = 0 at a known shift,
 /// so the offset is what the fitted intercept has beyond it.
 struct OffsetEstimate {
@@ -32,6 +40,7 @@ struct OffsetEstimate {
     double offset = 0.0;    ///< ppm
     double error = 0.0;     ///< ppm
     int size = 0;           ///< points of both groups
+    OffsetGroupFit negative, positive;
 };
 
 /// Fits each group of more than 9 points and weighs the two by their sizes.
