@@ -3,11 +3,13 @@
 #include "base/run_end.h"
 #include "fuzz_input.h"
 #include "restraints/restraint_file.h"
+#include "results/results_file.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     orvix::restraints::RestraintFile file;
     try {
-        file.prediction = orvix::results::readFinishedPrediction(inputFile(data, size));
+        file.prediction = orvix::results::parseResults(
+            {reinterpret_cast<const char*>(data), size}, "input");
     } catch (const orvix::InputRejected&) {
         return 0;
     }

@@ -14,7 +14,7 @@ ORVIXN_DIR="$build/share/orvixn" "$build/bin/orvixn" -in "$source/examples/$name
     -inTitle "$name" -ref "$source/examples/$name.pdb" -refTitle "$name.pdb" \
     -excl "$source_word" 2>orvixn.log
 echo
-"$build/bin/orvix-summary" "$out" "$source/examples/$name.pdb"
+"$build/bin/orvix" show "$out" --ref "$source/examples/$name.pdb"
 echo
 echo "The tables are in $out:"
 ls "$out"/*.tab

@@ -1,21 +1,16 @@
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
-#include <cerrno>
-#include <cstring>
-#include <iostream>
 #include <memory>
 
 #include "cli/check_report.h"
 #include "cli/command.h"
 #include "cli/data_directory.h"
 #include "cli/import_options.h"
-#include "cli/library_run.h"
+#include "cli/output_options.h"
 #include "cli/run_input.h"
-#include "cli/run_talk.h"
-#include "results/results.h"
-#include "run/orvix.h"
+#include "cli/run_progress.h"
+#include "model/model.h"
+#include "results/gather.h"
+#include "results/results_file.h"
 
 namespace orvix::cli {
 namespace {
@@ -23,86 +18,61 @@ namespace {
 struct CheckOptions {
     std::string file;
     bool json = false;
+    FailOn failOn = FailOn::gross;
     importing::ImportOptions import;
     PreparationOptions preparation;
 };
 
-/// A table in memory that the library can open by path. The path holds for child processes too.
-class MemoryTable {
-  public:
-    explicit MemoryTable(const std::string& bytes) : descriptor_(memfd_create("input.tab", 0)) {
-        std::size_t done = 0;
-        while (descriptor_ >= 0 && done < bytes.size()) {
-            const ssize_t n = write(descriptor_, bytes.data() + done, bytes.size() - done);
-            if (n <= 0 && errno != EINTR) {
-                break;
-            }
-            done += n > 0 ? static_cast<std::size_t>(n) : 0;
-        }
-        if (descriptor_ < 0 || done < bytes.size()) {
-            throw RunError(std::string("can't keep the imported table: ") + std::strerror(errno));
-        }
-    }
-    ~MemoryTable() { close(descriptor_); }
-    MemoryTable(const MemoryTable&) = delete;
-    MemoryTable& operator=(const MemoryTable&) = delete;
-
-    std::string path() const { return "/proc/self/fd/" + std::to_string(descriptor_); }
-
-  private:
-    int descriptor_;
-};
+const std::map<std::string, FailOn> failOnWords = {{"gross", FailOn::gross},
+                                                   {"any", FailOn::any},
+                                                   {"offset", FailOn::offset},
+                                                   {"none", FailOn::none}};
 
 ExitStatus check(const CheckOptions& options) {
     const DataDirectory data = findDataDirectory(dataPlaces(options.preparation.dataDirectory));
     const RunInput input = takeInput(options.file, options.import, options.preparation.title);
     tellImport(input);
-    std::unique_ptr<MemoryTable> table;
-    if (!input.tableText.empty()) {
-        table = std::make_unique<MemoryTable>(input.tableText);
-    }
-    RunTalk talk("the report");
-    // The report, behind a first letter that tells whether there are findings.
-    const LibraryOutcome outcome = runLibrary(
-        [&](LibraryStage& stage) {
-            std::map<std::string, std::string> settings =
-                librarySettings(options.preparation, data.path);
-            settings["in"] = table ? table->path() : input.file;
-            settings["inTitle"] = input.title;
-            const auto run = std::make_unique<ORVIX>();
-            run->pathSep = "/";
-            run->setArgs(settings);
-            stage.setReadingInput(true);
-            GDB(run->inFile);
-            stage.setReadingInput(false);
-            run->init();
-            run->prepareShifts();
-            return (findingsOf(*run) > 0 ? "+" : "-") +
-                   (options.json ? results::recordText(checkRecord(*run, input.file))
-                                 : checkText(*run, input.file));
-        },
-        input.file, talk.listener());
-    talk.finish();
-    std::cout << outcome.result.substr(1);
-    return outcome.result[0] == '+' ? ExitStatus::findings : ExitStatus::done;
+    RunProgress progress("the report");
+    RunControl control;
+    control.listener = [&](const Message& message) { progress.hear(message); };
+    const auto model = std::make_shared<const Model>();
+    const Settings settings = runSettings(options.preparation, data.path, input.title);
+    const Prediction run =
+        namingInput(input, [&] { return checkShifts(model, input.shifts, settings, control); });
+    progress.finish();
+    const results::ShiftReport report =
+        results::shiftReport(run, *model->table(run.settings.ssLimitFile));
+    const FindingCounts counts = countFindings(report);
+    writeResult(options.json
+                    ? results::shiftReportText(report, input.file, run.settings.inTitle,
+                                               run.seqFirstResid, run.seqLength, counts.all())
+                    : checkText(report, input.file, run.seqFirstResid, run.seqLength));
+    return failsCheck(counts, options.failOn) ? ExitStatus::findings : ExitStatus::done;
 }
 
 }  // namespace
 
-void addCheckCommand(CLI::App& app, ExitStatus& status) {
-    CLI::App* command = app.add_subcommand(
-        "check", "Check shifts for outliers, referencing offsets and completeness");
+void addCheckCommand(CLI::App& command, ExitStatus& status) {
     const auto options = std::make_shared<CheckOptions>();
     command
-        ->add_option("FILE", options->file,
-                     "Shift file: an input table, or any form of orvix import")
+        .add_option("FILE", options->file,
+                    "Shift file: an input table, or any form of orvix import")
         ->required()
         ->type_name("");
-    command->add_flag("--json", options->json, "Report as JSON");
-    addPreparationOptions(*command, options->preparation);
-    addImportOptions(*command, options->import, "Reading FILE (see orvix import)");
-    command->footer("Exit status: 0 no findings, 4 findings, 3 input rejected.");
-    command->callback([options, &status] { status = check(*options); });
+    command.add_flag("--json", options->json, "Report as JSON");
+    command
+        .add_option_function<std::string>(
+            "--fail-on",
+            [options](const std::string& word) { options->failOn = failOnWords.at(word); },
+            "Findings that give status 4: gross (gross outliers, offsets to correct, wrong residue "
+            "names), any, offset (offsets to correct), none")
+        ->check(CLI::IsMember(failOnWords))
+        ->type_name("WHAT")
+        ->default_str("gross");
+    addPreparationOptions(command, options->preparation);
+    addImportOptions(command, options->import, "Reading FILE (see orvix import)");
+    command.footer("Exit status: 0 done, 4 findings (see --fail-on), 3 input rejected.");
+    command.callback([options, &status] { status = check(*options); });
 }
 
 }  // namespace orvix::cli

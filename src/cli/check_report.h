@@ -1,29 +1,38 @@
 #pragma once
 
-#include <map>
-#include <nlohmann/json.hpp>
 #include <string>
 
-class ORVIX;
+#include "results/shift_report.h"
 
 namespace orvix::cli {
 
-/// How many of the shifts that a nucleus can have are there.
-struct Completeness {
-    int assigned = 0, expected = 0;
+/// Which findings make `orvix check` end with the status of findings.
+enum class FailOn { none, offset, gross, any };
+
+/// What a check found, counted by what it asks of the user.
+struct FindingCounts {
+    int outliers = 0;      ///< all shifts beyond their limits
+    int gross = 0;         ///< those of them far beyond
+    int offsets = 0;       ///< nuclei whose offset should be corrected
+    int otherOffsets = 0;  ///< nuclei with a significant offset too small to act on
+    int mismatches = 0;    ///< residues whose name is not that of the sequence
+    int all() const { return outliers + offsets + otherOffsets + mismatches; }
 };
+FindingCounts countFindings(const results::ShiftReport& report);
 
-/// By nucleus, over the whole sequence. Expected are N and HN of all residues but prolines, HN not
-/// of the first residue either, CB not of glycines, all others of every residue. Residues without a
-/// known letter count nowhere.
-std::map<std::string, Completeness> completenessOf(const ORVIX& run);
+/// Whether these findings fail a check of that strictness: `offset` is for offsets that should be
+/// corrected, `gross` for these, gross outliers and wrong residue names, `any` for any finding.
+bool failsCheck(const FindingCounts& counts, FailOn strictness);
 
-/// What the check of a prepared run found: outliers, significant offsets, residue names that are
-/// not those of the sequence.
-int findingsOf(const ORVIX& run);
+/// Whether an offset is one to correct: significant for the run, more than twice its uncertainty,
+/// and not below what well referenced proteins show.
+bool isWorthCorrecting(std::string_view nucleus, const results::ReferencingOffset& offset);
 
-/// The report as a record and as text.
-nlohmann::ordered_json checkRecord(const ORVIX& run, const std::string& file);
-std::string checkText(const ORVIX& run, const std::string& file);
+/// The report as text for people.
+std::string checkText(const results::ShiftReport& report, const std::string& file, int firstResidue,
+                      int residueCount);
+
+/// "L1 C" for an outlier: letter, number, atom.
+std::string outlierName(const results::Outlier& outlier);
 
 }  // namespace orvix::cli

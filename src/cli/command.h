@@ -8,13 +8,16 @@ class App;
 
 namespace orvix::cli {
 
-/// Exit statuses of the companion program; every subcommand keeps to them.
+/// Exit statuses of the program; every subcommand keeps to them.
 enum class ExitStatus { done = 0, runError = 1, usageError = 2, inputRejected = 3, findings = 4 };
 
-/// Adds a subcommand to the program. Its callback sets `status` and may throw the errors above.
-void addImportCommand(CLI::App& app, ExitStatus& status);
-void addPredictCommand(CLI::App& app, ExitStatus& status);
-void addCheckCommand(CLI::App& app, ExitStatus& status);
-void addExportCommand(CLI::App& app, ExitStatus& status);
+/// Fill an empty subcommand with its options and its callback, which sets `status` and may throw
+/// any RunEnd. The table of program.cpp has a row for each.
+void addImportCommand(CLI::App& command, ExitStatus& status);
+void addCheckCommand(CLI::App& command, ExitStatus& status);
+void addPredictCommand(CLI::App& command, ExitStatus& status);
+void addShowCommand(CLI::App& command, ExitStatus& status);
+void addExportCommand(CLI::App& command, ExitStatus& status);
+void addProfileCommand(CLI::App& command, ExitStatus& status);
 
 }  // namespace orvix::cli

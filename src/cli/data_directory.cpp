@@ -1,5 +1,6 @@
 #include "cli/data_directory.h"
 
+#include <CLI/CLI.hpp>
 #include <cstdlib>
 #include <filesystem>
 
@@ -36,6 +37,13 @@ std::string programDirectory() {
 }
 
 }  // namespace
+
+void addDataOption(CLI::App& command, std::string& directory) {
+    command
+        .add_option("--data-dir", directory,
+                    "Directory that holds tab/; else ORVIXN_DIR, else share/orvixn of the program")
+        ->type_name("DIR");
+}
 
 DataPlaces dataPlaces(const std::string& option) {
     DataPlaces places;
@@ -93,8 +101,8 @@ DataDirectory findDataDirectory(const DataPlaces& places) {
     } else {
         rest = "\nName it by --data-dir or the environment variable ORVIXN_DIR.";
     }
-    throw RunError("no data directory (a directory that holds tab/orvix.tab). Tried:" + tried +
-                   rest);
+    throw RunEnd(EndReason::dataDirectory,
+                 "no data directory (a directory that holds tab/orvix.tab). Tried:" + tried + rest);
 }
 
 }  // namespace orvix::cli

@@ -3,6 +3,10 @@
 #include <optional>
 #include <string>
 
+namespace CLI {
+class App;
+}
+
 namespace orvix::cli {
 
 /// Where a data directory may be, in the order in which the places are looked at. A place that the
@@ -14,6 +18,9 @@ struct DataPlaces {
     std::string program;                     ///< share/orvixn beside the directory of the program
     std::string installed;                   ///< where the build was to be installed
 };
+
+/// The option --data-dir.
+void addDataOption(CLI::App& command, std::string& directory);
 
 /// The places of this process.
 DataPlaces dataPlaces(const std::string& option);

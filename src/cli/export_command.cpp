@@ -1,24 +1,26 @@
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 #include <cmath>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
+#include <optional>
 #include <sstream>
 
 #include "base/version.h"
+#include "base/whole_file.h"
 #include "cli/command.h"
+#include "cli/output_options.h"
 #include "restraints/restraint_file.h"
+#include "results/results_file.h"
 
 namespace orvix::cli {
 
 namespace {
 
 struct ExportOptions {
-    std::string input, output, format;
+    std::string input, format;
+    std::optional<std::string> output;
     std::vector<std::string> classes = {"Strong"};
     std::vector<std::string> nameEntries;
     double spreadFactor = 2.0, minimum = 20.0;
@@ -48,7 +50,8 @@ restraints::RestraintFormat chosenFormat(const ExportOptions& options) {
     if (!options.format.empty()) {
         usageError("--format", "'" + options.format + "' is none of cyana, cns, nef, nmrstar");
     }
-    const auto found = formatSuffixes.find(std::filesystem::path(options.output).extension());
+    const auto found =
+        formatSuffixes.find(std::filesystem::path(options.output.value_or("")).extension());
     if (found == formatSuffixes.end()) {
         usageError("--format", "say which: cyana, cns, nef or nmrstar");
     }
@@ -167,33 +170,6 @@ void writeNotes(const restraints::RestraintFile& file, restraints::RestraintForm
     }
 }
 
-/// Puts `content` at `path` whole or not at all.
-void storeFile(const std::string& path, const std::string& content) {
-    std::error_code error;
-    const std::filesystem::file_status status = std::filesystem::status(path, error);
-    const bool special =
-        std::filesystem::exists(status) && !std::filesystem::is_regular_file(status);
-    // A device or a pipe can't be replaced by a file.
-    const std::string fresh = special ? path : path + ".new" + std::to_string(::getpid());
-    std::ofstream out(fresh, std::ios::binary);
-    out << content;
-    out.close();
-    if (!out) {
-        if (!special) {
-            std::filesystem::remove(fresh, error);
-        }
-        throw RunError(path + ": can't be written");
-    }
-    if (!special) {
-        std::filesystem::rename(fresh, path, error);
-        if (error) {
-            std::error_code ignored;
-            std::filesystem::remove(fresh, ignored);
-            throw RunError(path + ": can't be written: " + error.message());
-        }
-    }
-}
-
 void writeRestraintFile(const restraints::RestraintFile& file, restraints::RestraintFormat format,
                         std::ostream& out) {
     switch (format) {
@@ -222,15 +198,15 @@ void runExport(const ExportOptions& options) {
     file.version = programVersion();
     file.created = timeOfWriting();
 
-    file.prediction = results::readFinishedPrediction(options.input);
+    file.source = results::resultsPath(options.input);
+    file.prediction = results::readFinishedPrediction(file.source);
     for (const auto& [number, name] : file.names.numbered()) {
         if (!file.prediction.inSequence(number)) {
             usageError("--name-map", "no residue " + std::to_string(number) + " in the sequence");
         }
     }
-    std::error_code ignored;
-    if (std::filesystem::equivalent(file.prediction.file, options.output, ignored)) {
-        usageError("--output", "would overwrite the prediction");
+    if (options.output) {
+        requireOutput(*options.output, {file.source});
     }
     file.set = restraints::makeRestraints(file.prediction, file.rules,
                                           file.names.namedUnknown(file.prediction));
@@ -238,60 +214,55 @@ void runExport(const ExportOptions& options) {
 
     std::ostringstream text;
     writeRestraintFile(file, format, text);
-    if (options.output.empty()) {
-        std::cout << text.str() << std::flush;
-        if (!std::cout) {
-            throw RunError("standard output: can't be written");
-        }
+    if (options.output) {
+        writeWholeFile(*options.output, text.str());
     } else {
-        storeFile(options.output, text.str());
+        writeResult(text.str());
     }
     writeNotes(file, format, options);
 }
 
 }  // namespace
 
-void addExportCommand(CLI::App& app, ExitStatus& status) {
+void addExportCommand(CLI::App& command, ExitStatus& status) {
     auto options = std::make_shared<ExportOptions>();
-    CLI::App* const command =
-        app.add_subcommand("export", "Write dihedral restraints from a finished prediction");
     command
-        ->add_option("prediction", options->input, "results.json, or the directory that holds it")
+        .add_option("prediction", options->input, "results.json, or the directory that holds it")
         ->required()
         ->type_name("DIR|FILE");
-    command->add_option("-f,--format", options->format,
-                        "cyana, cns, nef or nmrstar; by default from the suffix of the output "
-                        "(.aco .tbl .nef .str)");
-    command->add_option("-o,--output", options->output, "Output file (default: standard output)")
+    command.add_option("-f,--format", options->format,
+                       "cyana, cns, nef or nmrstar; by default from the suffix of the output "
+                       "(.aco .tbl .nef .str)");
+    command.add_option("-o,--output", options->output, "Output file (default: standard output)")
         ->type_name("FILE");
     command
-        ->add_option("--classes", options->classes,
-                     "Classes to restrain: Strong, or Strong,Generous")
+        .add_option("--classes", options->classes,
+                    "Classes to restrain: Strong, or Strong,Generous")
         ->delimiter(',')
         ->capture_default_str();
-    command->add_option("--k", options->spreadFactor, "Half width is at least K times the spread")
+    command.add_option("--k", options->spreadFactor, "Half width is at least K times the spread")
         ->capture_default_str();
-    command->add_option("--min", options->minimum, "Least half width in degrees")
+    command.add_option("--min", options->minimum, "Least half width in degrees")
         ->capture_default_str();
-    command->add_flag("--chi1,!--no-chi1", options->withChi1, "Restrain chi1 (default) or not");
+    command.add_flag("--chi1,!--no-chi1", options->withChi1, "Restrain chi1 (default) or not");
     command
-        ->add_option("--chi1-centre", options->chi1Centre,
-                     "Centre of chi1 intervals: rotamer (-60, 60, 180) or angle")
+        .add_option("--chi1-centre", options->chi1Centre,
+                    "Centre of chi1 intervals: rotamer (-60, 60, 180) or angle")
         ->check(CLI::IsMember({"rotamer", "angle"}))
         ->capture_default_str();
     command
-        ->add_option("--name-map", options->nameEntries,
-                     "Residue names as KEY=NAME: HIS=HIST, c=CYS, 57=HIS+")
+        .add_option("--name-map", options->nameEntries,
+                    "Residue names as KEY=NAME: HIS=HIST, c=CYS, 57=HIS+")
         ->delimiter(',');
     command
-        ->add_option("--numbering", options->numbering,
-                     "Residue numbers: seq (of the input table) or auth (the author's)")
+        .add_option("--numbering", options->numbering,
+                    "Residue numbers: seq (of the input table) or auth (the author's)")
         ->check(CLI::IsMember({"seq", "auth"}))
         ->capture_default_str();
-    command->add_option("--segid", options->segment, "Segment identifier of cns files");
-    command->add_option("--chain", options->chain, "Chain code of nef and nmrstar files")
+    command.add_option("--segid", options->segment, "Segment identifier of cns files");
+    command.add_option("--chain", options->chain, "Chain code of nef and nmrstar files")
         ->capture_default_str();
-    command->callback([options, &status] {
+    command.callback([options, &status] {
         runExport(*options);
         status = ExitStatus::done;
     });

@@ -1,36 +1,32 @@
-#include <sys/stat.h>
-
 #include <CLI/CLI.hpp>
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <sstream>
 
 #include "base/numbers.h"
-#include "base/parallel.h"
-#include "base/process.h"
 #include "base/text.h"
 #include "base/version.h"
+#include "base/whole_file.h"
 #include "cli/command.h"
 #include "cli/data_directory.h"
 #include "cli/import_options.h"
-#include "cli/library_run.h"
+#include "cli/plain_words.h"
 #include "cli/run_input.h"
-#include "cli/run_talk.h"
-#include "cli/signal_watch.h"
+#include "cli/run_progress.h"
+#include "cli/stop_signals.h"
+#include "model/model.h"
+#include "results/gather.h"
 #include "results/output_directory.h"
-#include "results/results.h"
-#include "run/orvix.h"
-#include "structure/pdb.h"
+#include "results/results_file.h"
 
 namespace orvix::cli {
 namespace {
 
-constexpr const char* tables[] = {"pred.tab",   "predAdjCS.tab", "predABP.tab", "predSS.tab",
-                                  "predS2.tab", "predChi1.tab",  "predAll.tab"};
 constexpr const char* inputTable = "input.tab";
 constexpr const char* importReport = "import.txt";
 constexpr const char* runLog = "run.log";
+/// More residues of another name than this make the angles of a run worthless.
+constexpr std::size_t toleratedMismatches = 4;
 
 struct PredictOptions {
     std::string file, directory;
@@ -95,162 +91,153 @@ void addOptions(CLI::App& command, PredictOptions& options) {
     addImportOptions(command, options.import, "Reading FILE (see orvix import)");
 }
 
-std::map<std::string, std::string> settingsOf(const PredictOptions& options, const RunInput& input,
-                                              const std::string& data,
-                                              const results::OutputDirectory& output) {
-    std::map<std::string, std::string> settings = librarySettings(options.preparation, data);
-    settings["in"] = input.tableText.empty() ? input.file : output.file(inputTable);
-    settings["inTitle"] = input.title;
-    settings["sum"] = output.file("pred.tab");
+Settings settingsOf(const PredictOptions& options, const RunInput& input, const std::string& data) {
+    Settings settings = runSettings(options.preparation, data, input.title);
     if (!options.reference.empty()) {
-        // The library takes the bare words "none" and "None" for no reference.
-        const bool bare = options.reference.find('/') == std::string::npos;
-        settings["ref"] = (bare ? "./" : "") + options.reference;
-        settings["refTitle"] = simplifyWhiteSpace(
+        settings.refFile = options.reference;
+        settings.refTitle = simplifyWhiteSpace(
             options.referenceTitle.empty() ? options.reference : options.referenceTitle);
     }
-    settings["offset"] = options.offset ? "true" : "";
-    settings["noclip"] = options.noClip ? "true" : "";
-    settings["s2Thresh"] = options.s2Threshold;
-    settings["excl"] = simplifyWhiteSpace(options.exclude);
-    settings["count"] = std::to_string(options.count);
-    if (options.first) {
-        settings["first"] = std::to_string(*options.first);
-    }
-    if (options.last) {
-        settings["last"] = std::to_string(*options.last);
-    }
+    settings.offsetCorrect = options.offset;
+    settings.clip = !options.noClip;
+    settings.s2Limit = 1.0 - textToDouble(options.s2Threshold);
+    settings.exclList = simplifyWhiteSpace(options.exclude);
+    settings.count = options.count;
+    settings.firstResid = options.first.value_or(settings.firstResid);
+    settings.lastResid = options.last.value_or(settings.lastResid);
     return settings;
 }
 
-nlohmann::ordered_json settingsRecord(const PredictOptions& options, const std::string& data) {
-    const auto textOrNull = [](const std::string& text) {
-        return text.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(text);
-    };
-    nlohmann::ordered_json record;
-    record["data_directory"] = data;
-    record["reference"] = textOrNull(options.reference);
-    record["no_proton"] = options.preparation.noProton;
-    record["isotope_correction"] = options.preparation.isotopeCorrection;
-    record["offset_correction"] = options.offset;
-    record["keep_cysteines"] = options.preparation.keepCysteines;
-    record["clip"] = !options.noClip;
-    record["s2_threshold"] = textToDouble(options.s2Threshold);
-    record["exclude"] = textOrNull(options.exclude);
-    record["first"] = options.first ? nlohmann::ordered_json(*options.first) : nullptr;
-    record["last"] = options.last ? nlohmann::ordered_json(*options.last) : nullptr;
-    record["count"] = options.count;
-    return record;
+results::FinishedSettings recordedSettings(const PredictOptions& options, const std::string& data) {
+    results::FinishedSettings settings;
+    settings.dataDirectory = data;
+    settings.reference = options.reference;
+    settings.noProton = options.preparation.noProton;
+    settings.isotopeCorrection = options.preparation.isotopeCorrection;
+    settings.offsetCorrection = options.offset;
+    settings.keepCysteines = options.preparation.keepCysteines;
+    settings.clip = !options.noClip;
+    settings.s2Threshold = textToDouble(options.s2Threshold);
+    settings.exclude = options.exclude;
+    settings.first = options.first;
+    settings.last = options.last;
+    settings.count = options.count;
+    return settings;
 }
 
-void writeFile(const std::string& path, const std::string& text) {
-    std::ofstream file(path, std::ios::binary);
-    file << text;
-    file.close();
-    if (!file) {
-        throw RunError("can't write " + path);
-    }
-}
-
-/// The run itself, in the process of the library. Returns how many residues each class has.
-std::string runPrediction(LibraryStage& stage, const PredictOptions& options, const RunInput& input,
-                          const std::string& data, const results::OutputDirectory& output) {
-    const std::map<std::string, std::string> settings = settingsOf(options, input, data, output);
-    const ScopedThreadLimit limit(options.threads);
-
-    const auto run = std::make_unique<ORVIX>();
-    run->pathSep = "/";
-    stage.setReadingInput(true);
-    run->setArgs(settings);
-    if (run->refPDB != nullptr && (run->refPDB->isNull() || run->refPDB->atoms.empty())) {
-        throw InputRejected(options.reference + (run->refPDB->isNull()
-                                                     ? ": can't be read"
-                                                     : ": no ATOM records found"));
-    }
-    // The run reads the table first of all; whatever is wrong with it comes up here.
-    GDB(run->inFile);
-    stage.setReadingInput(false);
-
-    run->orvixPredict();
-
-    for (const char* name : tables) {
-        struct stat table {};
-        if (stat(output.file(name).c_str(), &table) != 0 || table.st_size == 0) {
-            throw RunError(std::string(name) + " was not written");
-        }
-    }
-    if (incompleteFiles() != 0) {
-        throw RunError("not all tables could be written to their end; is the disk full?");
-    }
-    results::ResultsOrigin origin;
-    origin.inputFile = input.file;
-    if (input.imported) {
-        origin.authorNumber = input.imported->authorNumber;
-    }
-    origin.settings = settingsRecord(options, data);
-    writeFile(output.file(results::resultsFile),
-              results::recordText(results::resultsRecord(*run, origin)));
-
-    std::map<std::string, int> classes;
-    for (const auto& [residue, row] : run->phiPsiRows) {
-        ++classes[row.classWord];
-    }
-    std::string summary = std::to_string(run->phiPsiRows.size()) + " residues";
-    for (const char* word : {"Strong", "Generous", "Warn", "Dyn", "Bad", "None"}) {
-        if (classes[word] > 0) {
-            summary += std::string(", ") + word + " " + std::to_string(classes[word]);
-        }
-    }
-    return summary;
-}
-
-std::string logText(const PredictOptions& options, const RunInput& input, const DataDirectory& data,
-                    const LibraryOutcome& outcome) {
+std::string logText(const RunInput& input, const DataDirectory& data,
+                    const results::FinishedSettings& settings, const Prediction& prediction,
+                    const std::vector<std::string>& words) {
     std::string text = std::string(programName) + " " + programVersion() + " predict\n";
     text += "Input: " + input.file +
             (input.imported ? ", imported, see " + std::string(importReport) : ", an input table") +
             "\n";
     text += "Data: " + data.path + " (" + data.place + ")\n";
-    text += "Settings: " + settingsRecord(options, data.path).dump() + "\n\n";
-    return text + outcome.log + "\n" + outcome.result + "\n";
+    text += "Settings: " + results::settingsText(settings) + "\n\n";
+    for (const Message& message : prediction.messages) {
+        text += message.text;
+    }
+    text += '\n';
+    for (const std::string& line : words) {
+        text += line + '\n';
+    }
+    return text;
 }
 
-void predict(const PredictOptions& options) {
-    const DataDirectory data = findDataDirectory(dataPlaces(options.preparation.dataDirectory));
-    const RunInput input = takeInput(options.file, options.import, options.preparation.title);
-    tellImport(input);
-    // Watches from before the first thing that would have to be cleaned up until after the last.
-    SignalWatch signals;
-    results::OutputDirectory output(options.directory, options.force);
+/// Refuses shifts that belong to another sequence before the long part of the run.
+void requireMatchingNames(const Prediction& checked, const results::ShiftReport& report,
+                          const std::string& file) {
+    if (report.mismatches.size() > toleratedMismatches) {
+        std::string list;
+        for (std::size_t i = 0; i < toleratedMismatches; ++i) {
+            const results::NameMismatch& one = report.mismatches[i];
+            list += (i > 0 ? ", " : "") + std::to_string(one.residue) + " " + one.tableName +
+                    " (sequence " + (one.sequenceName.empty() ? "-" : one.sequenceName) + ")";
+        }
+        throw InputRejected(
+            file + ": the residue names of " + std::to_string(report.mismatches.size()) + " of " +
+            std::to_string(checked.seqLength) + " residues are not those of the sequence: " + list +
+            ", ...; check the sequence and its first residue");
+    }
+}
+
+void writeTables(const results::OutputDirectory& output, const Prediction& prediction) {
+    for (const ResultTable table : resultTables) {
+        writeWholeFile(output.file(tableFileName(table)), tableText(prediction, table));
+    }
+}
+
+void predictInto(results::OutputDirectory& output, const PredictOptions& options,
+                 const RunInput& input, const DataDirectory& data, const StopSignals& signals) {
+    RunProgress progress(runLog);
+    RunControl control;
+    control.stop = signals.token();
+    control.threads = options.threads;
+    const auto model = std::make_shared<const Model>();
+    const Settings settings = settingsOf(options, input, data.path);
+    {
+        const Prediction checked = checkShifts(model, input.shifts, settings, control);
+        requireMatchingNames(
+            checked, results::shiftReport(checked, *model->table(checked.settings.ssLimitFile)),
+            input.file);
+    }
+    control.listener = [&](const Message& message) { progress.hear(message); };
+    const Prediction prediction = orvix::predict(model, input.shifts, settings, control);
+    progress.finish();
+
+    results::ResultsOrigin origin;
+    origin.inputFile = input.file;
+    if (input.imported) {
+        origin.authorNumber = input.imported->authorNumber;
+    }
+    origin.settings = recordedSettings(options, data.path);
+    const results::FinishedPrediction finished = results::finishedPrediction(
+        prediction, origin, *model->table(prediction.settings.ssLimitFile));
+    const std::vector<std::string> words = plainWords(finished);
+
     if (!input.tableText.empty()) {
-        writeFile(output.file(inputTable), input.tableText);
+        writeWholeFile(output.file(inputTable), input.tableText);
     }
     if (input.imported) {
         std::ostringstream report;
         importing::writeImportReport(*input.imported, report);
-        writeFile(output.file(importReport), report.str());
+        writeWholeFile(output.file(importReport), report.str());
     }
-    RunTalk talk(runLog);
-    const LibraryOutcome outcome = runLibrary(
-        [&](LibraryStage& stage) {
-            return runPrediction(stage, options, input, data.path, output);
-        },
-        input.file, talk.listener(), &signals);
-    talk.finish();
-    writeFile(output.file(runLog), logText(options, input, data, outcome));
+    writeTables(output, prediction);
+    writeWholeFile(output.file(std::string(results::resultsFile)), results::resultsText(finished));
+    writeWholeFile(output.file(runLog), logText(input, data, origin.settings, prediction, words));
     signals.check();
     output.publish();
-    std::cerr << programName << ": " << options.directory << ": " << outcome.result << '\n';
+    std::cerr << programName << ": results in " << options.directory << '\n';
+    for (const std::string& line : words) {
+        std::cerr << line << '\n';
+    }
+}
+
+void predict(const PredictOptions& options) {
+    if (options.directory.empty()) {
+        throw CLI::ValidationError("--output", "the name of the directory of the results is empty");
+    }
+    const DataDirectory data = findDataDirectory(dataPlaces(options.preparation.dataDirectory));
+    const RunInput input = takeInput(options.file, options.import, options.preparation.title);
+    tellImport(input);
+    // Watches from before the first thing that would have to be cleaned up until after the last.
+    const StopSignals signals;
+    results::OutputDirectory output(options.directory, options.force);
+    try {
+        namingInput(input, [&] { predictInto(output, options, input, data, signals); });
+    } catch (const RunEnd&) {
+        signals.check();
+        throw;
+    }
 }
 
 }  // namespace
 
-void addPredictCommand(CLI::App& app, ExitStatus& status) {
-    CLI::App* command =
-        app.add_subcommand("predict", "Predict torsion angles, secondary structure and S2");
+void addPredictCommand(CLI::App& command, ExitStatus& status) {
     const auto options = std::make_shared<PredictOptions>();
-    addOptions(*command, *options);
-    command->callback([options, &status] {
+    addOptions(command, *options);
+    command.callback([options, &status] {
         predict(*options);
         status = ExitStatus::done;
     });

@@ -9,10 +9,29 @@
 #include "base/version.h"
 #include "cli/command.h"
 #include "cli/nearest_word.h"
-#include "cli/signal_watch.h"
+#include "cli/output_options.h"
+#include "cli/stop_signals.h"
 
 namespace orvix::cli {
 namespace {
+
+struct Subcommand {
+    const char* name;
+    void (*add)(CLI::App& command, ExitStatus& status);
+    const char* description;
+};
+
+/// All subcommands, in the order in which the help lists them.
+constexpr Subcommand subcommands[] = {
+    {"import", addImportCommand,
+     "Turn a shift file (NMR-STAR 3 and 2.1, NEF, XEASY/CYANA, Sparky, CSV) into an input table"},
+    {"check", addCheckCommand, "Check shifts for outliers, referencing offsets and completeness"},
+    {"predict", addPredictCommand, "Predict torsion angles, secondary structure and S2"},
+    {"show", addShowCommand, "Show a finished prediction residue by residue"},
+    {"export", addExportCommand, "Write dihedral restraints from a finished prediction"},
+    {"profile", addProfileCommand,
+     "Make the profile file of orvixn -seqSS from a sequence search or an alignment"},
+};
 
 /// The subcommand that was being read when parsing ended, or the program itself.
 CLI::App& commandInUse(CLI::App& app) {
@@ -91,10 +110,9 @@ int runCommand(int argc, const char* const* argv) {
         "Exit status: 0 done, 1 the run failed, 2 wrong usage, 3 the input was rejected,\n"
         "4 done with findings (check).");
     ExitStatus status = ExitStatus::done;
-    addImportCommand(app, status);
-    addCheckCommand(app, status);
-    addPredictCommand(app, status);
-    addExportCommand(app, status);
+    for (const Subcommand& one : subcommands) {
+        one.add(*app.add_subcommand(one.name, one.description), status);
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -103,10 +121,23 @@ int runCommand(int argc, const char* const* argv) {
         }
         app.exit(error);
     }
-    if (!std::cout.flush()) {
-        throw RunError("can't write to the standard output");
-    }
+    writeResult("");
     return static_cast<int>(status);
+}
+
+ExitStatus statusOf(EndReason reason) {
+    switch (reason) {
+        case EndReason::usage:
+            return ExitStatus::usageError;
+        case EndReason::input:
+            return ExitStatus::inputRejected;
+        case EndReason::complete:
+            return ExitStatus::done;
+        case EndReason::dataDirectory:
+        case EndReason::system:
+            break;
+    }
+    return ExitStatus::runError;
 }
 
 int fail(ExitStatus status, const char* message) {
@@ -117,10 +148,12 @@ int fail(ExitStatus status, const char* message) {
 }  // namespace
 
 int runProgram(int argc, const char* const* argv) noexcept {
+    // A reader that went away shows where its output is written; it costs nothing else.
+    std::signal(SIGPIPE, SIG_IGN);
     try {
         return runCommand(argc, argv);
-    } catch (const InputRejected& error) {
-        return fail(ExitStatus::inputRejected, error.what());
+    } catch (const RunEnd& end) {
+        return fail(statusOf(end.reason()), end.what());
     } catch (const Interrupted& interrupted) {
         std::signal(interrupted.signal, SIG_DFL);
         std::raise(interrupted.signal);

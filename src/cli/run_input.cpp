@@ -9,6 +9,7 @@
 #include "base/text.h"
 #include "base/version.h"
 #include "cli/command.h"
+#include "cli/data_directory.h"
 #include "import/shift_text.h"
 
 namespace orvix::cli {
@@ -24,10 +25,7 @@ bool isPackedText(const std::string& file) {
 }  // namespace
 
 void addPreparationOptions(CLI::App& command, PreparationOptions& options) {
-    command
-        .add_option("--data-dir", options.dataDirectory,
-                    "Directory that holds tab/; else ORVIXN_DIR, else share/orvixn of the program")
-        ->type_name("DIR");
+    addDataOption(command, options.dataDirectory);
     command.add_option("--title", options.title, "Title in the tables; FILE if absent")
         ->type_name("TEXT");
     command.add_flag("--no-proton,--noproton", options.noProton,
@@ -38,13 +36,15 @@ void addPreparationOptions(CLI::App& command, PreparationOptions& options) {
                      "Keep the cysteine states as given instead of taking them from CB");
 }
 
-std::map<std::string, std::string> librarySettings(const PreparationOptions& options,
-                                                   const std::string& dataDirectory) {
-    const auto flag = [](bool set) { return std::string(set ? "true" : ""); };
-    return {{"tabDir", dataDirectory + "/tab"},
-            {"noproton", flag(options.noProton)},
-            {"iso", flag(options.isotopeCorrection)},
-            {"noOxiCysCheck", flag(options.keepCysteines)}};
+Settings runSettings(const PreparationOptions& options, const std::string& dataDirectory,
+                     const std::string& title) {
+    Settings settings;
+    settings.tabDir = dataDirectory + "/tab";
+    settings.inTitle = title;
+    settings.noProton = options.noProton;
+    settings.isoCorrect = options.isotopeCorrection;
+    settings.noOxiCysCheck = options.keepCysteines;
+    return settings;
 }
 
 RunInput takeInput(const std::string& file, const importing::ImportOptions& options,
@@ -62,6 +62,8 @@ RunInput takeInput(const std::string& file, const importing::ImportOptions& opti
         }
         if (isPackedText(file)) {
             input.tableText = importing::readShiftText(file);
+        } else {
+            input.shifts = readShiftInput(file);
         }
     } else {
         input.imported = importing::importShifts(file, options);
@@ -69,6 +71,9 @@ RunInput takeInput(const std::string& file, const importing::ImportOptions& opti
         std::ostringstream text;
         importing::writeShiftTable(*input.imported, text);
         input.tableText = text.str();
+    }
+    if (!input.tableText.empty()) {
+        input.shifts = shiftInput(input.tableText, file);
     }
     // Titles are one line with single blanks, as from a command line of orvixn.
     input.title = simplifyWhiteSpace(!title.empty() ? title : !fromFile.empty() ? fromFile : file);

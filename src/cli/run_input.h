@@ -1,10 +1,11 @@
 #pragma once
 
-#include <map>
 #include <optional>
 #include <string>
 
+#include "base/run_end.h"
 #include "import/shift_import.h"
+#include "run/predict.h"
 
 namespace CLI {
 class App;
@@ -22,24 +23,39 @@ struct PreparationOptions {
 };
 void addPreparationOptions(CLI::App& command, PreparationOptions& options);
 
-/// Settings of the library for these options, as ORVIX::setArgs takes them.
-std::map<std::string, std::string> librarySettings(const PreparationOptions& options,
-                                                   const std::string& dataDirectory);
+/// Settings of the run for these options.
+Settings runSettings(const PreparationOptions& options, const std::string& dataDirectory,
+                     const std::string& title);
 
-/// A shift file as the user gave it: a table for the library as it stands, or an imported one.
+/// A shift file as the user gave it.
 struct RunInput {
     std::string file;   ///< as named by the user
     std::string title;  ///< for the tables
     std::optional<importing::ImportedTable>
         imported;  ///< empty for a file that is an input table already
-    /// The table to run on where it is not FILE itself: imported, or unpacked. Else empty.
+    /// The table that the run works on where it is not FILE itself: imported, or unpacked.
     std::string tableText;
+    ShiftInput shifts;  ///< for the run
 };
 
-/// Reads FILE if it has to be imported. An input table is left alone, but for a look at whether it
-/// can be read, unless `options` name a format. Throws InputRejected.
+/// Reads FILE: an input table as it stands, unless `options` name a format; any other form by
+/// import. Throws InputRejected.
 RunInput takeInput(const std::string& file, const importing::ImportOptions& options,
                    const std::string& title);
+
+/// Carries out `work` with the name of the input in front of what it says about it.
+template <class Work>
+auto namingInput(const RunInput& input, const Work& work) {
+    try {
+        return work();
+    } catch (const RunEnd& end) {
+        const std::string message = end.what();
+        if (end.reason() == EndReason::input && message.find(input.file) == std::string::npos) {
+            throw InputRejected(input.file + ": " + message);
+        }
+        throw;
+    }
+}
 
 /// Tells on standard error what an import has to say.
 void tellImport(const RunInput& input);

@@ -18,7 +18,7 @@ struct ShiftNucleus {
     const char* isotope;
 };
 
-/// By the order of `resultShiftAtoms`.
+/// By the order of `shiftAtoms`.
 constexpr ShiftNucleus nuclei[] = {{"N", "N", "15"},  {"HA", "H", "1"},  {"C", "C", "13"},
                                    {"CA", "C", "13"}, {"CB", "C", "13"}, {"H", "H", "1"}};
 
@@ -29,7 +29,7 @@ std::string fingerprint(const RestraintFile& file) {
         text << restraint.residue << torsionName(restraint.dihedral) << restraint.centre << ' '
              << restraint.halfWidth << '\n';
     }
-    text << file.prediction.sequence << file.prediction.file;
+    text << file.prediction.sequence << file.source;
     std::uint64_t hash = 0xcbf29ce484222325U;  // FNV-1a
     for (const char c : text.str()) {
         hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3U;
@@ -103,7 +103,7 @@ void writeShifts(const RestraintFile& file, std::ostream& out) {
                 continue;
             }
             // The prediction takes the mean of a glycine's two alpha protons.
-            const bool mean = residue.letter == 'G' && results::resultShiftAtoms[i] == "HA";
+            const bool mean = residue.letter == 'G' && results::shiftAtoms[i] == "HA";
             frame.row({file.chain, file.numberText(number), file.residueName(number),
                        mean ? "QA" : nuclei[i].atom, shiftText(*residue.shifts[i]), "",
                        nuclei[i].element, nuclei[i].isotope});
@@ -160,7 +160,7 @@ bool hasShifts(const results::FinishedPrediction& prediction) {
 
 void writeNef(const RestraintFile& file, std::ostream& out) {
     if (!hasShifts(file.prediction)) {
-        throw InputRejected(file.prediction.file +
+        throw InputRejected(file.source +
                             ": holds no shifts; expected some, as a NEF file needs a shift list");
     }
     out << "data_nef_orvix_" << starName(file.prediction.title) << "\n\n";

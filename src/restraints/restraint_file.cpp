@@ -41,7 +41,7 @@ std::string RestraintFile::numberText(int residue) const {
     }
     const auto found = prediction.residues.find(residue);
     if (found == prediction.residues.end() || found->second.authorNumber.empty()) {
-        throw InputRejected(prediction.file + ": no author's number for residue " +
+        throw InputRejected(source + ": no author's number for residue " +
                             std::to_string(residue) + "; expected author_resid for all of them");
     }
     return found->second.authorNumber;
@@ -66,7 +66,7 @@ std::vector<std::string> headLines(const RestraintFile& file) {
     const results::FinishedPrediction& prediction = file.prediction;
     std::vector<std::string> lines;
     lines.push_back("Dihedral restraints written by orvix " + file.version);
-    lines.push_back("Source: " + prediction.file + " (" + prediction.programName + " " +
+    lines.push_back("Source: " + file.source + " (" + prediction.programName + " " +
                     prediction.programVersion + ")");
     if (!prediction.inputFile.empty()) {
         lines.push_back("Input of the prediction: " + prediction.inputFile);
@@ -125,7 +125,7 @@ void checkNumbering(const RestraintFile& file, RestraintFormat format) {
     std::map<std::string, int> owners;
     for (const int residue : needed) {
         const std::string text = file.numberText(residue);
-        const std::string place = prediction.file + ": author's number " + asciiText(text) +
+        const std::string place = file.source + ": author's number " + asciiText(text) +
                                   " of residue " + std::to_string(residue);
         if (integers && !isInteger(text)) {
             throw InputRejected(place + ": the format takes integers only");

@@ -18,6 +18,7 @@ enum class Numbering { table, author };
 /// All that goes into a restraint file.
 struct RestraintFile {
     results::FinishedPrediction prediction;
+    std::string source;  ///< path of its results file
     RestraintRules rules;
     RestraintSet set;
     RestraintNames names;

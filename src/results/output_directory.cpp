@@ -9,14 +9,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <nlohmann/json.hpp>
 #include <ostream>
 
 #include "base/run_end.h"
 #include "base/streams.h"
 #include "base/version.h"
-#include "results/results.h"
+#include "results/results_file.h"
 
 namespace orvix::results {
 namespace {
@@ -37,15 +35,6 @@ fs::path resolved(const std::string& name) {
     return path.has_filename() ? path : path.parent_path();
 }
 
-bool isEarlierPrediction(const fs::path& directory) {
-    std::ifstream file(directory / resultsFile);
-    if (!file) {
-        return false;
-    }
-    const nlohmann::json results = nlohmann::json::parse(file, nullptr, false);
-    return results.is_object() && results.value("schema", nlohmann::json()) == resultsSchema;
-}
-
 void requireReplaceable(const fs::path& path, bool replace) {
     std::error_code error;
     const fs::file_status status = fs::symlink_status(path, error);
@@ -58,8 +47,9 @@ void requireReplaceable(const fs::path& path, bool replace) {
     if (!fs::is_directory(status)) {
         throw RunError(path.string() + " is not a directory; --force replaces directories only");
     }
-    if (!fs::is_empty(path, error) && !isEarlierPrediction(path)) {
-        throw RunError(path.string() + " holds no earlier prediction (no " + resultsFile +
+    if (!fs::is_empty(path, error) && !holdsResults(path.string())) {
+        throw RunError(path.string() + " holds no earlier prediction (no " +
+                       std::string(resultsFile) +
                        " of this program); --force does not replace such a directory");
     }
 }
@@ -74,14 +64,14 @@ OutputDirectory::OutputDirectory(const std::string& finalName, bool replace) : r
     const fs::path path = resolved(finalName);
     final_ = path.string();
     requireReplaceable(path, replace);
-    if (!fs::is_directory(path.parent_path())) {
-        throw RunError("there is no directory " + path.parent_path().string() + " to write " +
-                       path.filename().string() + " to");
-    }
+    makeParents(path.parent_path());
     std::string pattern =
         (path.parent_path() / ("." + path.filename().string() + ".orvix-XXXXXX")).string();
     if (mkdtemp(pattern.data()) == nullptr) {
-        throw RunError("can't write to " + path.parent_path().string() + ": " + systemText(errno));
+        const int problem = errno;
+        removeParents();
+        throw RunError("can't write to " + path.parent_path().string() + ": " +
+                       systemText(problem));
     }
     work_ = pattern;
     // The final directory has the permissions that any new directory would have.
@@ -94,6 +84,36 @@ OutputDirectory::~OutputDirectory() {
     if (!work_.empty()) {
         std::error_code ignored;
         fs::remove_all(work_, ignored);
+        removeParents();
+    }
+}
+
+void OutputDirectory::makeParents(const fs::path& parent) {
+    std::vector<fs::path> missing;
+    std::error_code error;
+    for (fs::path one = parent; !fs::exists(fs::symlink_status(one, error));
+         one = one.parent_path()) {
+        missing.push_back(one);
+    }
+    while (!missing.empty()) {
+        if (!fs::create_directory(missing.back(), error) && error) {
+            const std::string name = missing.back().string();
+            removeParents();
+            throw RunError("can't make the directory " + name + ": " + error.message());
+        }
+        parents_.push_back(missing.back());
+        missing.pop_back();
+    }
+    if (!fs::is_directory(parent, error)) {
+        throw RunError(parent.string() + " is not a directory, nothing can be written to it");
+    }
+}
+
+void OutputDirectory::removeParents() {
+    std::error_code ignored;
+    for (; !parents_.empty(); parents_.pop_back()) {
+        // One that somebody has put a file into stays.
+        fs::remove(parents_.back(), ignored);
     }
 }
 

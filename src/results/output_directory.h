@@ -1,12 +1,14 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
+#include <vector>
 
 namespace orvix::results {
 
 /// A directory of results that appears under its name whole or not at all. Files are written to a
 /// hidden directory beside it, on the same file system, which `publish` renames; an object that
-/// ends without `publish` removes what was written.
+/// ends without `publish` removes what was written. Parents that are not there are made.
 class OutputDirectory {
   public:
     /// Throws RunError when the final name exists and may not be replaced (only with `replace`, and
@@ -23,9 +25,12 @@ class OutputDirectory {
     void publish();
 
   private:
+    void makeParents(const std::filesystem::path& parent);
+    void removeParents();
     void replaceExisting();
 
     std::string final_, work_;
+    std::vector<std::filesystem::path> parents_;  ///< directories made on the way, from the top
     bool replace_;
 };
 

@@ -1,5 +1,5 @@
 #!/bin/sh
-# The companion program as a user meets it: tables beside those of orvixn, statuses, and what is
+# The program orvix as a user meets it: tables beside those of orvixn, statuses, and what is
 # left behind when a run does not come to its end.
 set -eu
 build=$1
@@ -60,6 +60,10 @@ for input in nosequence badformat noshift missing; do
 done
 expect 3 "nowhere.pdb" predict "$examples/$name.tab" --ref nowhere.pdb -o result
 leaves_nothing "a missing reference"
+expect 2 "is empty" predict "$examples/$name.tab" -o ""
+sed 's/ [A-Z] *\(HN\|N\|CA\|CB\|C\|HA\) / W \1 /' "$examples/$name.tab" >wrongnames.tab
+expect 3 "are not those of the sequence" predict wrongnames.tab -o deep/result
+[ ! -e deep ] || fail "a refused run left its parents"
 mkdir -p broken
 ln -s "$data/tab" broken/all
 mkdir broken/tab
@@ -83,7 +87,7 @@ expect 1 "nowhere/tab" check "$examples/$name.tab" --data-dir nowhere
 ORVIXN_DIR=./elsewhere
 export ORVIXN_DIR
 expect 1 "ORVIXN_DIR (./elsewhere)" check "$examples/$name.tab"
-expect 4 "" check "$examples/$name.tab" --data-dir "$data"
+expect 0 "" check "$examples/$name.tab" --data-dir "$data"
 unset ORVIXN_DIR
 
 # An existing directory.
@@ -94,8 +98,24 @@ expect 0 "" predict "$examples/$name.tab" -o plain --force
 expect 1 "no earlier prediction" predict "$examples/$name.tab" -o plain.orvixn --force
 test -s plain.orvixn/pred.tab || fail "--force touched a foreign directory"
 
+# A finished run on a terminal: 80 columns, no colours in a file, full disks seen.
+expect 0 "" show plain
+[ "$(awk 'length > n { n = length } END { print n }' out.txt)" -le 80 ] || fail "wide lines"
+grep -q reference out.txt && fail "reference columns without a reference"
+expect 0 "" show reference --color always
+grep -q "$(printf '\033')" out.txt || fail "no colours"
+expect 0 "" show plain.orvixn --wide
+expect 0 "" show plain --color auto
+grep -q "$(printf '\033')" out.txt && fail "colours in a file"
+if [ -w /dev/full ]; then
+    status=0
+    "$build/bin/orvix" show plain >/dev/full 2>err.txt || status=$?
+    [ "$status" -eq 1 ] || fail "a full output gave status $status"
+fi
+
 # The check: orvixn lists the same outliers.
-expect 4 "" check "$examples/$name.tab"
+expect 0 "" check "$examples/$name.tab"
+expect 4 "" check "$examples/$name.tab" --fail-on any
 [ "$(grep -c '  limit ' out.txt)" -eq \
     "$(ORVIXN_DIR=$data "$build/bin/orvixn" -in "$examples/$name.tab" -check 2>/dev/null |
         grep -c 'Secondary Shift:')" ] || fail "outliers of the check"
@@ -106,13 +126,13 @@ grep -qx "No findings" out.txt || fail "findings in a clean table"
 awk '$3 == "CA" || $3 == "CB" { $4 = $4 + 2.5 } { print }' clean.tab |
     sed 's/^FORMAT.*/FORMAT %4d %1s %4s %8.3f/' >shifted.tab
 expect 4 "" check shifted.tab
-grep -q 'CA/CB.*correct it' out.txt || { cat out.txt; fail "an offset was not found"; }
+grep -q 'CA/CB.*! correct it' out.txt || { cat out.txt; fail "an offset was not found"; }
 expect 4 "" check --json shifted.tab
 grep -q '"significant": true' out.txt || fail "an offset was not found in the record"
 
 # A packed table, and a file that has to be imported: the same shifts, the same numbers.
 gzip -c "$examples/$name.tab" >packed.tab.gz
-expect 4 "" check packed.tab.gz
+expect 4 "" check packed.tab.gz --fail-on any
 awk 'BEGIN { print "seq_id,comp_id,atom_id,value" }
     /^ *[0-9]+ [A-Z] / { print $1 "," $2 "," $3 "," $4 }' "$examples/$name.tab" >shifts.csv
 (echo ">$name"; sed -n 's/^DATA SEQUENCE //p' "$examples/$name.tab" | tr -d ' ') >sequence.fasta

@@ -36,7 +36,7 @@ TEST(DataDirectory, ErrorsNameEveryPlace) {
     const TemporaryDirectory directory;
     layOut(directory, "program");
     const auto message = [](const orvix::cli::DataPlaces& places) {
-        return errorOf<orvix::RunError>([&] { orvix::cli::findDataDirectory(places); });
+        return errorOf<orvix::RunEnd>([&] { orvix::cli::findDataDirectory(places); });
     };
     orvix::cli::DataPlaces places{"", std::nullopt, directory.path("a"), directory.path("b")};
     EXPECT_NE(message(places).find(directory.path("a/tab")), std::string::npos);

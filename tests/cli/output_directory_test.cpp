@@ -51,7 +51,7 @@ TEST(OutputDirectory, ReplacesOnlyAnEarlierPrediction) {
     EXPECT_NE(message("foreign", true).find("no earlier prediction"), std::string::npos);
     EXPECT_NE(message("other", true).find("no earlier prediction"), std::string::npos);
     EXPECT_NE(message("file", true).find("not a directory"), std::string::npos);
-    EXPECT_NE(message("no/where", false).find("there is no directory"), std::string::npos);
+    EXPECT_NE(message("file/where", false).find("file"), std::string::npos);
     EXPECT_EQ(directory.names(), before);
 
     std::filesystem::create_directory_symlink(directory.path("earlier"), directory.path("link"));
@@ -62,6 +62,15 @@ TEST(OutputDirectory, ReplacesOnlyAnEarlierPrediction) {
     EXPECT_EQ(directory.names("earlier"), Names{"results.json"});
     EXPECT_TRUE(std::filesystem::is_symlink(directory.path("link")));
     EXPECT_EQ(directory.names(), (Names{"earlier", "foreign", "other", "file", "link"}));
+}
+
+TEST(OutputDirectory, MakesParentsAndTakesThemBack) {
+    const TemporaryDirectory directory;
+    { const orvix::results::OutputDirectory output(directory.path("a/b/out"), false); }
+    EXPECT_EQ(directory.names(), Names());
+    orvix::results::OutputDirectory output(directory.path("a/b/out"), false);
+    output.publish();
+    EXPECT_EQ(directory.names("a/b"), Names{"out"});
 }
 
 TEST(OutputDirectory, DoesNotTakeANameThatAppearedMeanwhile) {

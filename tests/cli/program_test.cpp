@@ -31,7 +31,7 @@ TEST(Program, HelpAndVersionAreResults) {
         EXPECT_EQ(said.err, "") << option;
         EXPECT_NE(said.out, "") << option;
     }
-    for (const char* command : {"import", "predict", "check", "export"}) {
+    for (const char* command : {"import", "predict", "check", "show", "export", "profile"}) {
         const Said said = say({command, "--help"});
         EXPECT_EQ(said.status, 0) << command;
         EXPECT_NE(said.out, "") << command;
@@ -57,6 +57,10 @@ TEST(Program, UsageErrorsHaveAHint) {
     expectHint({"predict", "x", "-o", "y", "--s2-threshold", "nan"}, "not a number from 0 to 1");
     expectHint({"predict", "x", "-o", "y", "--first", "a"}, "See orvix predict --help");
     expectHint({"check", "x", "y"}, "unexpected argument y");
+    expectHint({"predict", "x", "-o", ""}, "is empty");
+    expectHint({"import", "x", "-o", ""}, "is empty");
+    expectHint({"import", "x", "-o", "t", "--report", "./t"}, "is the file that the table goes to");
+    expectHint({"check", "x", "--fail-on", "all"}, "See orvix check --help");
 }
 
 TEST(Program, NearestWord) {

@@ -1,11 +1,13 @@
-#include "results/results.h"
-
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "run/orvix.h"
+#include "base/run_end.h"
+#include "results/gather.h"
+#include "results/results_file.h"
+#include "run/prediction.h"
 #include "temporary_directory.h"
 
 namespace {
@@ -14,11 +16,11 @@ using Json = nlohmann::ordered_json;
 using Row = std::map<std::string, std::string>;
 
 TEST(Results, PlaceholdersAreNull) {
-    ORVIX run;
-    run.seqOrig = {{8, "V"}, {9, "V"}, {10, "A"}, {11, "S"}, {12, "C"}};
-    run.seq = {{8, "V"}, {9, "V"}, {10, "A"}, {11, "S"}, {12, "c"}};
-    run.phiPsiRows[8] = {};
-    run.phiPsiRows[8].shiftCount = 9;
+    orvix::Prediction run;
+    run.sequenceAsRead = {{8, "V"}, {9, "V"}, {10, "A"}, {11, "S"}, {12, "C"}};
+    run.sequence = {{8, "V"}, {9, "V"}, {10, "A"}, {11, "S"}, {12, "c"}};
+    run.phiPsi[8] = {};
+    run.phiPsi[8].shiftCount = 9;
     orvix::summaries::PhiPsiRow strong;
     strong.classWord = "Strong";
     strong.phi = -60.12345;
@@ -27,24 +29,26 @@ TEST(Results, PlaceholdersAreNull) {
     strong.distance = 1234.5678;  // six digits first, then three decimals, as in the table
     strong.s2 = 1.0;
     strong.count = 25;
-    run.phiPsiRows[9] = strong;
-    run.orderRows[9].s2 = 9999.0;
-    run.orderRows[10].s2 = 0.8125;
-    run.structureRows[9].letter = "x";
-    run.structureRows[10].letter = "c";
-    run.structureRows[10].coil = 0.75;
-    run.chi1Rows[9].turned = true;
-    run.chi1Rows[9].prediction = {0.1F, 0.8F, 0.1F, "g+"};
-    run.chi1Rows[9].chi1 = 54.06;
-    run.chi1Rows[9].spread = 180.0;
+    run.phiPsi[9] = strong;
+    run.order[9].s2 = 9999.0;
+    run.order[10].s2 = 0.8125;
+    run.structure[9].letter = "x";
+    run.structure[10].letter = "c";
+    run.structure[10].coil = 0.75;
+    run.chi1[9].turned = true;
+    run.chi1[9].prediction = {0.1F, 0.8F, 0.1F, "g+"};
+    run.chi1[9].chi1 = 54.06;
+    run.chi1[9].spread = 180.0;
     // A rotamer, but no match that has it: the spread of nothing is none.
-    run.chi1Rows[11].prediction = {0.7F, 0.2F, 0.1F, "g-"};
-    run.chi1Rows[11].spread = 0.0;
-    run.chi1Rows[12].spread = 0.0;
+    run.chi1[11].prediction = {0.7F, 0.2F, 0.1F, "g-"};
+    run.chi1[11].spread = 0.0;
+    run.chi1[12].spread = 0.0;
 
     orvix::results::ResultsOrigin origin;
     origin.authorNumber = {{9, "109A"}};
-    const Json record = orvix::results::resultsRecord(run, origin);
+    run.seqFirstResid = 8;
+    const Json record = Json::parse(
+        orvix::results::resultsText(orvix::results::finishedPrediction(run, origin, GDB())));
     EXPECT_EQ(record["schema"], "orvix-results");
     EXPECT_EQ(record["input"]["sequence"], "VVASC");
     const Json& residues = record["residues"];
@@ -81,9 +85,28 @@ TEST(Results, PlaceholdersAreNull) {
 }
 
 TEST(Results, AnyTextBecomesValidText) {
-    Json record;
-    record["title"] = "caf\xe9";
-    EXPECT_TRUE(nlohmann::json::accept(orvix::results::recordText(record)));
+    orvix::results::FinishedPrediction prediction;
+    prediction.title = "caf\xe9";
+    EXPECT_TRUE(nlohmann::json::accept(orvix::results::resultsText(prediction)));
+}
+
+TEST(Results, OldVersionsAreReadAndLaterOnesRefused) {
+    const auto text = [](int version) {
+        return "{\"schema\": \"orvix-results\", \"schema_version\": " + std::to_string(version) +
+               ", \"program\": {\"name\": \"orvix\", \"version\": \"1\"},"
+               "\"input\": {\"sequence\": \"AV\", \"first_residue\": 4},"
+               "\"residues\": [{\"resid\": 5, \"resname\": \"V\", \"class\": \"Warn\","
+               "\"phi\": 9999.0, \"chi1\": {\"angle\": 60.0}}]}";
+    };
+    const auto prediction = orvix::results::parseResults(text(1), "f");
+    const auto& residue = prediction.residues.at(5);
+    EXPECT_FALSE(residue.phi.has_value());
+    EXPECT_TRUE(residue.chi1->turned);
+    EXPECT_TRUE(residue.map.empty());
+    EXPECT_NE(errorOf<orvix::InputRejected>([&] {
+                  orvix::results::parseResults(text(3), "f");
+              }).find("schema_version"),
+              std::string::npos);
 }
 
 /// The rows of a table by RESID (and ATOMNAME where there is one), read by the words of its text.
@@ -127,7 +150,12 @@ TEST(Results, NumbersOfTheTablesToTheDigit) {
                                 directory.path("out") + " 2>/dev/null";
     ASSERT_EQ(std::system(command.c_str()), 0);
     std::ifstream file(directory.path("out/results.json"));
-    const Json record = Json::parse(file);
+    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    const Json record = Json::parse(bytes);
+    // What was written is read back whole: all of it, to the byte.
+    const auto finished = orvix::results::readFinishedPrediction(directory.path("out"));
+    EXPECT_EQ(orvix::results::resultsText(finished), bytes);
+    EXPECT_EQ(finished, orvix::results::parseResults(bytes, "again"));
     const auto summary = readTable(directory.path("out/pred.tab"));
     const auto order = readTable(directory.path("out/predS2.tab"));
     const auto structure = readTable(directory.path("out/predSS.tab"));
@@ -195,6 +223,22 @@ TEST(Results, NumbersOfTheTablesToTheDigit) {
         expectSame(reference.is_null() ? reference : reference["chi1"], side->second.at("CHI1_OBS"),
                    "9999.000", "reference chi1");
     }
+    // Maps and matches stand in the record with the digits of their tables.
+    const auto maps = readTable(directory.path("out/predABP.tab"));
+    std::size_t mapCount = 0;
+    for (const Json& residue : record["residues"]) {
+        const auto found = maps.find(std::to_string(residue["resid"].get<int>()));
+        ASSERT_EQ(residue["map"].is_null(), found == maps.end());
+        for (std::size_t box = 0; found != maps.end() && box < 324; ++box, ++mapCount) {
+            const std::string& word = found->second.at("Q_" + std::to_string(box));
+            ASSERT_EQ(inDigitsOf(word, residue["map"][box]), word);
+        }
+        if (residue["class"] == "Strong") {
+            EXPECT_EQ(residue["matches"]["source"].size(), 25U);
+            EXPECT_FALSE(residue["matched_shifts"]["CA"].is_null());
+        }
+    }
+    EXPECT_GT(mapCount, 140U * 324U);
     EXPECT_EQ(shiftCount, shifts.size());
     EXPECT_EQ(chi1Count, chi1.size());
     // The example has what the comparison is about.

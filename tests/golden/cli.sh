@@ -59,12 +59,12 @@ MKTAYIAKQRQISFVKSHFSRQ
 >other
 MRTAYLAKQRQ-SFVRSHFARQ
 END
-"$build/bin/orvix-profile" family.fasta family.check
+"$build/bin/orvix" profile family.fasta -o family.check
 "$build/bin/orvixn" -seqSS -blast_check family.check -inTitle family >out.txt 2>err.txt
 [ "$(grep -c '^ *[0-9]* [A-Z] .*[hec]$' predSS.tab)" -eq 22 ] || fail "sequence-only rows"
 status=0
-"$build/bin/orvix-profile" "$examples/$name.tab" x.check 2>err.txt || status=$?
-[ "$status" -eq 3 ] || fail "orvix-profile took a shift table"
+"$build/bin/orvix" profile "$examples/$name.tab" -o x.check 2>err.txt || status=$?
+[ "$status" -eq 3 ] || fail "orvix profile took a shift table"
 printf '\377\377\377\177abc' >bad.check
 expect 255 "expected 0 to 1279" err -seqSS -blast_check bad.check
 expect 255 "Unable to open file" out -seqSS -blast_check none.check
