@@ -1,0 +1,33 @@
+# What an installation holds, in three components: programs, data, development.
+include(${PROJECT_SOURCE_DIR}/cmake/InstallHeaders.cmake)
+include(CMakePackageConfigHelpers)
+
+set(ORVIX_DATA_DIR ${CMAKE_INSTALL_DATADIR}/orvixn)
+set(package ${CMAKE_INSTALL_LIBDIR}/cmake/orvix)
+
+if(ORVIX_BUILD_PROGRAMS)
+    install(TARGETS ${ORVIX_PROGRAMS} RUNTIME COMPONENT programs)
+endif()
+install(DIRECTORY ${CMAKE_BINARY_DIR}/share/orvixn/tab DESTINATION ${ORVIX_DATA_DIR}
+        COMPONENT data OPTIONAL)
+install(DIRECTORY examples DESTINATION ${ORVIX_DATA_DIR} COMPONENT data)
+
+# The library is static: no interface between versions is promised, and a program linked to it keeps
+# giving the same bytes.
+install(TARGETS orvix EXPORT orvixTargets ARCHIVE COMPONENT development)
+orvix_public_headers(headers
+    run/orvix.h
+    tables/gdb.h tables/gdb2.h tables/line_node.h
+    networks/ann.h networks/surfann.h networks/ssann.h networks/chi1ann.h
+    order/rci.h
+    search/db.h search/clusterdata.h
+    structure/pdb.h
+    base/run_end.h base/streams.h)
+orvix_install_headers(${headers})
+install(EXPORT orvixTargets NAMESPACE orvix:: DESTINATION ${package} COMPONENT development)
+configure_package_config_file(cmake/orvixConfig.cmake.in ${CMAKE_BINARY_DIR}/orvixConfig.cmake
+                              INSTALL_DESTINATION ${package} PATH_VARS ORVIX_DATA_DIR)
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/orvixConfigVersion.cmake
+                                 COMPATIBILITY SameMinorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/orvixConfig.cmake ${CMAKE_BINARY_DIR}/orvixConfigVersion.cmake
+        DESTINATION ${package} COMPONENT development)
