@@ -1,37 +1,22 @@
 #pragma once
 
-#include <gtest/gtest.h>
-#include <unistd.h>
-
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "networks/ann.h"
+#include "support/temporary.h"
 
 /// A temporary directory of weight files, removed at the end.
 class NetworkFiles {
   public:
-    NetworkFiles() {
-        static int count = 0;
-        folder_ = std::filesystem::temp_directory_path() /
-                  ("network_test." + std::to_string(getpid()) + "." + std::to_string(++count));
-        std::filesystem::create_directories(folder_);
-    }
-    ~NetworkFiles() { std::filesystem::remove_all(folder_); }
-    NetworkFiles(const NetworkFiles&) = delete;
-    NetworkFiles& operator=(const NetworkFiles&) = delete;
-
-    std::string dir() const { return folder_.string(); }
-    std::string path(const std::string& name) const { return (folder_ / name).string(); }
+    std::string dir() const { return folder_.path(); }
+    std::string path(const std::string& name) const { return folder_.path(name); }
 
     std::string write(const std::string& name, const std::string& content) const {
-        std::ofstream(path(name), std::ios::binary) << content;
-        return path(name);
+        return folder_.write(name, content);
     }
 
     /// A table of random weights of the columns "1" to `columns` and "b".
@@ -66,7 +51,7 @@ class NetworkFiles {
     }
 
   private:
-    std::filesystem::path folder_;
+    orvix::test::TemporaryDirectory folder_;
 };
 
 /// Random residue vectors of `length` values for the given residue numbers.

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <fstream>
 #include <numeric>
 #include <string>
@@ -8,12 +7,9 @@
 #include "import/profile_import.h"
 #include "networks/check_file.h"
 #include "networks/secondary_structure.h"
+#include "support/temporary.h"
 
 namespace {
-
-std::string temporary(const std::string& name) {
-    return (std::filesystem::temp_directory_path() / ("orvix_profile_" + name)).string();
-}
 
 std::size_t placeOf(char letter) {
     return std::string(orvix::networks::profileLetters).find(letter);
@@ -30,7 +26,8 @@ TEST(CheckFile, RoundTripInTheFilesLetterOrder) {
     for (std::size_t i = 0; i < 20; ++i) {
         profile.rows[0][i] = static_cast<double>(i);
     }
-    const std::string path = temporary("round.check");
+    const orvix::test::TemporaryDirectory directory;
+    const std::string path = directory.path("round.check");
     ASSERT_TRUE(orvix::networks::writeCheckFile(path, profile));
     // Length, two letters, and the first double is that of alanine, the second that of arginine.
     std::ifstream in(path, std::ios::binary);
@@ -61,11 +58,10 @@ TEST(CheckFile, RoundTripInTheFilesLetterOrder) {
         EXPECT_EQ(orvix::networks::readCheckFile(path, read, length, extra),
                   orvix::networks::CheckFileStatus::badLength);
     }
-    EXPECT_EQ(orvix::networks::readCheckFile(temporary("none"), read, length, extra),
+    EXPECT_EQ(orvix::networks::readCheckFile(directory.path("none"), read, length, extra),
               orvix::networks::CheckFileStatus::cannotOpen);
-    EXPECT_EQ(
-        orvix::networks::readCheckFile(std::filesystem::temp_directory_path(), read, length, extra),
-        orvix::networks::CheckFileStatus::cannotOpen);
+    EXPECT_EQ(orvix::networks::readCheckFile(directory.path(), read, length, extra),
+              orvix::networks::CheckFileStatus::cannotOpen);
 }
 
 TEST(ProfileImport, PssmScoresBecomeFrequencies) {

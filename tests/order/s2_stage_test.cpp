@@ -1,12 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "run/orvix.h"
+#include "support/temporary.h"
 
 namespace {
 
@@ -27,16 +25,14 @@ void fill(ORVIX& run) {
 }
 
 TEST(S2Stage, WritesItsTable) {
-    const std::string base = testing::TempDir() + "s2_stage_test_";
+    const orvix::test::TemporaryDirectory directory;
     ORVIX run;
-    run.outBase = base;
+    run.outBase = directory.path("run");
     fill(run);
     testing::internal::CaptureStdout();
     run.runS2_Prediction();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "RCI prediction ...\n");
-    std::ifstream in(base + "S2.tab");
-    const std::string text{std::istreambuf_iterator<char>(in), {}};
-    std::remove((base + "S2.tab").c_str());
+    const std::string text = directory.read("runS2.tab");
 
     char first[80], second[80];
     std::snprintf(first, sizeof first, "    9 A 16  5 %8.3f\n", 1.003 - run.s2.at(9));

@@ -1,20 +1,13 @@
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <memory>
+#include <map>
+#include <string>
 
 #include "run/orvix.h"
 #include "search/db.h"
+#include "support/temporary.h"
 
 namespace {
-
-std::string writeTemporary(const std::string& name, const std::string& text) {
-    const std::string path = (std::filesystem::temp_directory_path() / name).string();
-    std::ofstream(path, std::ios::binary) << text;
-    return path;
-}
 
 TEST(Pipeline, EnoughShiftsAroundAResidue) {
     ORVIX run;
@@ -85,13 +78,15 @@ TEST(Pipeline, ProteinBlocks) {
         text += std::string(source) + " A 1 -60 -40 -65 115 0 0 0 0 0 0 0 0 0 0 0 0\n";
     }
     ORVIX run;
-    run.db = new DB(writeTemporary("orvix_blocks.tab", text));
+    const orvix::test::TemporaryFile blocks(text);
+    run.db = new DB(blocks.path());
     run.cutProteinBlocks();
     EXPECT_EQ(run.dbProteinCount, 4);
     EXPECT_EQ(run.dbProteinFirst, (std::map<int, int>{{0, 0}, {1, 0}, {2, 2}, {3, 3}}));
     EXPECT_EQ(run.dbProteinLast, (std::map<int, int>{{0, -1}, {1, 1}, {2, 2}, {3, 3}}));
 
-    run.db->loadDB(writeTemporary("orvix_empty.tab", ""));
+    const orvix::test::TemporaryFile empty("");
+    run.db->loadDB(empty.path());
     run.cutProteinBlocks();
     EXPECT_EQ(run.dbProteinCount, 1);
     EXPECT_EQ(run.dbProteinLast, (std::map<int, int>{{0, -1}}));

@@ -29,8 +29,6 @@ TEST(CommandLine, CutsAtBlankMinus) {
     const auto parse = [&](const std::string& text) {
         return orvix::parseCommandLine(text, run.argNames);
     };
-    EXPECT_EQ(run.argNames.size(), 62U);
-
     orvix::CommandLine line = parse(" -in  a.tab -inTitle my  first\ttry -verb -check foo");
     EXPECT_EQ(line.options["in"], "a.tab");
     EXPECT_EQ(line.options["inTitle"], "my first try");

@@ -1,33 +1,23 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cstdio>
-#include <fstream>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "search/database_planes.h"
 #include "search/db.h"
+#include "support/temporary.h"
 
-/// A file in the test's own directory that goes away with the object.
+/// A file that goes away with the object.
 class TextFile {
   public:
-    explicit TextFile(const std::string& content) {
-        const auto* const info = testing::UnitTest::GetInstance()->current_test_info();
-        static int number = 0;
-        path = testing::TempDir() + info->test_suite_name() + "_" + info->name() + "_" +
-               std::to_string(number++) + ".txt";
-        std::replace(path.begin() + static_cast<std::ptrdiff_t>(testing::TempDir().size()),
-                     path.end(), '/', '_');
-        std::ofstream(path, std::ios::binary) << content;
-    }
-    ~TextFile() { std::remove(path.c_str()); }
-    TextFile(const TextFile&) = delete;
-    TextFile& operator=(const TextFile&) = delete;
+    explicit TextFile(const std::string& content) : file_(content), path(file_.path()) {}
 
+  private:
+    orvix::test::TemporaryFile file_;
+
+  public:
     std::string path;
 };
 

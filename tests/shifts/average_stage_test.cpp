@@ -1,4 +1,5 @@
 #include <memory>
+#include <sstream>
 
 #include "search/db.h"
 #include "shift_fixture.h"
@@ -110,8 +111,7 @@ TEST_F(AverageStage, WithoutObservedTriplets) {
 }
 
 TEST_F(AverageStage, AgainstTheDatabase) {
-    const std::string path = testing::TempDir() + "average_stage.db";
-    std::ofstream file(path);
+    std::ostringstream file;
     const auto residue = [&file](const std::string& source, int number, double cb, double scale) {
         file << source << " A " << number << " -60 -40 180 120 0 1 0 1 0 1 0 1 " << cb << " "
              << scale << " 0 1\n";
@@ -123,9 +123,7 @@ TEST_F(AverageStage, AgainstTheDatabase) {
     residue("two", 2, 2.0, 0.0);  // no shift of its own
     residue("two", 3, 2.5, 1.0);
     residue("two", 9, 100.0, 1.0);  // nor across a gap
-    file.close();
-    DB database(path);
-    std::remove(path.c_str());
+    DB database(orvix::test::TemporaryFile(file.str()).path());
     ASSERT_EQ(database.dbSize, 7);
     std::map<std::string, double> average;
     ASSERT_TRUE(run.calcAverageCS(3, average, &database));

@@ -1,24 +1,14 @@
 #pragma once
 
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "run/orvix.h"
+#include "support/temporary.h"
 
 /// A table read from `text`.
 inline GDB tableFrom(const std::string& text) {
-    static int count = 0;
-    const std::string path = testing::TempDir() + "shifts_" + std::to_string(::getpid()) + "_" +
-                             std::to_string(count++) + ".tab";
-    std::ofstream(path, std::ios::binary) << text;
     GDB table;
-    table.loadGDB(path);
-    std::remove(path.c_str());
+    table.loadGDB(orvix::test::TemporaryFile(text).path());
     return table;
 }
 
@@ -49,13 +39,10 @@ class ShiftRun : public testing::Test {
             rows += name + limits + "\n";
         }
         run.ssLimitTable = tableFrom(vars + formats + "\n" + rows);
-        base_ = testing::TempDir() + "shift_run_" + std::to_string(::getpid()) + "_";
-        run.outBase = base_;
+        run.outBase = directory_.path("run");
         run.inTitle = "the title";
         run.inFile = "in.tab";
     }
-    ~ShiftRun() override { std::remove((base_ + "AdjCS.tab").c_str()); }
-
     void setInput(const std::string& sequence, const std::string& rows, int first = 1) {
         run.inTable = tableFrom("REMARK from the input\nDATA FIRST_RESID " + std::to_string(first) +
                                 "\nDATA SEQUENCE " + sequence +
@@ -71,10 +58,7 @@ class ShiftRun : public testing::Test {
         output = testing::internal::GetCapturedStdout();
         errors = testing::internal::GetCapturedStderr();
     }
-    std::string writtenTable() const {
-        std::ifstream in(base_ + "AdjCS.tab");
-        return {std::istreambuf_iterator<char>(in), {}};
-    }
+    std::string writtenTable() const { return directory_.read("runAdjCS.tab"); }
     /// Cell of the working table, "none" without the row.
     std::string cell(int residue, const std::string& atom, const std::string& column) {
         GDB::Entry row =
@@ -86,5 +70,5 @@ class ShiftRun : public testing::Test {
     std::string output, errors;
 
   private:
-    std::string base_;
+    orvix::test::TemporaryDirectory directory_;
 };

@@ -1,13 +1,10 @@
 #pragma once
 
-#include <gtest/gtest.h>
-#include <unistd.h>
-
 #include <cstdio>
-#include <fstream>
 #include <string>
 
 #include "structure/pdb.h"
+#include "support/temporary.h"
 
 /// One atom record in the fixed columns, 66 of them.
 inline std::string atomLine(int serial, const std::string& name, const std::string& residue,
@@ -22,10 +19,5 @@ inline std::string atomLine(int serial, const std::string& name, const std::stri
 
 /// A structure read from `text`.
 inline PDB readStructure(const std::string& text) {
-    const std::string path =
-        testing::TempDir() + "structure_" + std::to_string(::getpid()) + ".pdb";
-    std::ofstream(path, std::ios::binary) << text;
-    PDB structure(path);
-    std::remove(path.c_str());
-    return structure;
+    return PDB(orvix::test::TemporaryFile(text).path());
 }

@@ -1,25 +1,16 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <memory>
-#include <sstream>
+#include <string>
 
 #include "run/orvix.h"
 #include "search/db.h"
+#include "support/temporary.h"
 
 namespace {
 
-std::string temporary(const std::string& name) {
-    return (std::filesystem::temp_directory_path() / ("orvix_summary_" + name)).string();
-}
-
-std::string contents(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using orvix::test::contents;
+using orvix::test::TemporaryDirectory;
 
 /// The text behind the FORMAT line and the blank line that follows it.
 std::string rowsOf(const std::string& table) {
@@ -28,7 +19,7 @@ std::string rowsOf(const std::string& table) {
 }
 
 /// A run of five residues, numbered from 10, that has been searched at residues 11 and 12.
-std::unique_ptr<ORVIX> searchedRun() {
+std::unique_ptr<ORVIX> searchedRun(const TemporaryDirectory& directory) {
     auto run = std::make_unique<ORVIX>();
     run->inTitle = "five";
     run->inTable.firstResid = 10;
@@ -54,14 +45,15 @@ std::unique_ptr<ORVIX> searchedRun() {
     run->matchPsi[12] = {130.0};
     run->matchScore[12] = {0.5, 0.7};
     run->matchCount[12] = 10;
-    run->sumFile = temporary("pred.tab");
-    run->outBase = temporary("pred");
-    run->allFile = temporary("predAll.tab");
+    run->sumFile = directory.path("pred.tab");
+    run->outBase = directory.path("pred");
+    run->allFile = directory.path("predAll.tab");
     return run;
 }
 
 TEST(SummaryTables, PhiPsi) {
-    const auto run = searchedRun();
+    const TemporaryDirectory directory;
+    const auto run = searchedRun(directory);
     run->vina();
     const std::string table = contents(run->sumFile);
     EXPECT_EQ(rowsOf(table),
@@ -77,13 +69,14 @@ TEST(SummaryTables, PhiPsi) {
 }
 
 TEST(SummaryTables, Chi1) {
-    const auto run = searchedRun();
-    run->tabDir = std::filesystem::temp_directory_path().string();
+    const TemporaryDirectory directory;
+    const auto run = searchedRun(directory);
+    run->tabDir = directory.path();
     run->pathSep = "/";
-    std::ofstream(run->tablePath("chi1.tab"))
-        << "VARS RESNAME 0 1 2 3 4 5 6 7 8 9 10\n"
-           "FORMAT %s %f %f %f %f %f %f %f %f %f %f %f\n"
-           "V 8 8 8 8 8 1 1 1 1 1 1\nK 8 8 8 8 8 1 1 1 1 1 1\nC 1 1 1 1 1 1 1 1 1 1 1\n";
+    directory.write("chi1.tab",
+                    "VARS RESNAME 0 1 2 3 4 5 6 7 8 9 10\n"
+                    "FORMAT %s %f %f %f %f %f %f %f %f %f %f %f\n"
+                    "V 8 8 8 8 8 1 1 1 1 1 1\nK 8 8 8 8 8 1 1 1 1 1 1\nC 1 1 1 1 1 1 1 1 1 1 1\n");
     run->matchChi1[11] = {180.0, -179.0, 60.0};
     run->chi1Result[11]["t"] = {0.1, 0.2, 0.3};
     run->matchChi1[12] = {-65.0, 9999.0, 178.0};
@@ -98,14 +91,14 @@ TEST(SummaryTables, Chi1) {
 }
 
 TEST(SummaryTables, MatchesSkipLeftOverRanks) {
-    const auto run = searchedRun();
+    const TemporaryDirectory directory;
+    const auto run = searchedRun(directory);
     std::string text;
     for (int i = 0; i < 9; ++i) {
         text += "prot " + std::string(1, "ACDEFGHIK"[i]) + " " + std::to_string(i + 1) +
                 " -60.25 -40 9999 115 120.5 1 4.5 1 0 0 0.25 1 0 0 8.125 1\n";
     }
-    std::ofstream(temporary("db.tab")) << text;
-    run->db = new DB(temporary("db.tab"));
+    run->db = new DB(directory.write("db.tab", text));
     run->matchIndex[11] = {{1, 4}, {2, 5}};
     run->matchWeight[11] = {1.0, 0.0};
     run->writePredAll();
