@@ -5,6 +5,7 @@ set -eu
 prefix=$(cd "$1" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+# shellcheck source=examples/demo.conf
 . "$prefix/share/orvixn/examples/demo.conf"
 cd "$work"
 ORVIXN_DIR="$prefix/share/orvixn" "$prefix/bin/orvixn" \

@@ -1,0 +1,58 @@
+#!/bin/sh
+# Installs into a directory of its own and uses what lies there: the programs from elsewhere, the
+# library by find_package from a foreign project.
+#   install.sh BUILD WORK CMAKE COMPILER
+set -eu
+build=$1
+work=$2
+cmake=$3
+compiler=$4
+here=$(cd "$(dirname "$0")" && pwd)
+fail() { echo "FAILED: $*" >&2; exit 1; }
+rm -rf "$work"
+mkdir -p "$work"
+
+# Moved after the installation: nothing may hold on to the first place.
+"$cmake" --install "$build" --prefix "$work/first place" >"$work/install.log"
+mv "$work/first place" "$work/a place"
+prefix="$work/a place"
+"$here/../../scripts/check-install.sh" "$prefix"
+
+# Only what is meant for users.
+for program in "$prefix"/bin/*; do
+    case ${program##*/} in
+    orvix | orvixn | orvix-summary | orvix-profile) ;;
+    *) fail "$program is installed" ;;
+    esac
+done
+include="$prefix/include/orvix"
+for folder in cli import restraints results; do
+    [ ! -e "$include/$folder" ] || fail "headers of $folder are installed"
+done
+
+# Every installed header compiles alone with what is installed.
+(cd "$include" && find . -name '*.h' | sort) >"$work/headers.txt"
+[ "$(wc -l <"$work/headers.txt")" -gt 10 ] || fail "no headers"
+while read -r header; do
+    "$compiler" -std=c++20 -fsyntax-only -x c++ -I "$include" "$include/$header" ||
+        fail "$header does not compile alone"
+done <"$work/headers.txt"
+
+# A foreign project, built in another directory against the installed tree.
+cp -r "$prefix/share/orvixn/examples/library" "$work/foreign"
+"$cmake" -S "$work/foreign" -B "$work/foreign/build" -DCMAKE_PREFIX_PATH="$prefix" \
+    -DCMAKE_CXX_COMPILER="$compiler" >"$work/configure.log"
+"$cmake" --build "$work/foreign/build" >"$work/build.log"
+mkdir "$work/run"
+cd "$work/run"
+"$work/foreign/build/residue_angles" "$prefix/share/orvixn/examples/ci2.tab" >angles.txt
+strong=$(grep -c ' Strong$' pred.tab)
+[ "$strong" -gt 10 ] || fail "$strong residues in class Strong"
+[ "$(wc -l <angles.txt)" -eq "$strong" ] || fail "angles.txt differs from pred.tab"
+sed 's/4.21 REQUIRED/5.0 REQUIRED/' "$prefix/share/orvixn/examples/library/CMakeLists.txt" \
+    >"$work/foreign/CMakeLists.txt"
+if "$cmake" -S "$work/foreign" -B "$work/foreign/other" -DCMAKE_PREFIX_PATH="$prefix" \
+    >"$work/other.log" 2>&1; then
+    fail "another version was accepted"
+fi
+echo "the installed tree serves"
