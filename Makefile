@@ -1,27 +1,48 @@
-# Two commands do everything on a fresh Debian machine, as root or with sudo:
-#   make demo   installs packages, builds, predicts the bundled example and shows the result
-#   make test   installs packages, builds and runs the tests
-.PHONY: demo test packages build bench format clean
+# On a fresh Debian machine, as root or with sudo, two commands do everything: make demo, make test.
+# `make help` lists the rest. Packagers call CMake themselves; nothing here is needed for that.
+.PHONY: help demo test build packages install bench format clean
+.DEFAULT_GOAL := help
+PREFIX ?= /usr/local
+
+help:
+	@echo "make demo       install packages, build the programs, predict the bundled example"
+	@echo "make test       install packages, build programs and tests, run the tests"
+	@echo "make build      install packages, build the programs and the data directory"
+	@echo "make install    the same, then install under PREFIX ($(PREFIX)); DESTDIR is respected"
+	@echo "make packages   install the Debian packages that building needs (root or sudo)"
+	@echo "make bench      ratios of the fast kernels to their plain forms; takes some minutes"
+	@echo "make format     clang-format on all sources"
+	@echo "make clean      remove build/"
 
 demo: build
-	scripts/demo.sh build/release
-
-test: build
-	ctest --preset release
+	@scripts/demo.sh build/release
 
 build: packages
-	cmake --preset release
+	@echo "Building the programs; on two cores this takes about three minutes the first time."
+	@scripts/configure.sh release
+	cmake --build --preset release --target programs
+
+test: packages
+	@echo "Building programs and tests, running the tests; on two cores about ten minutes the first time."
+	@ORVIX_EXTRA_PACKAGES="libgtest-dev libgmock-dev python3-numpy" scripts/install-packages.sh
+	@scripts/configure.sh release -DORVIX_BUILD_TESTS=ON
 	cmake --build --preset release
+	ctest --preset release
+
+install: build
+	cmake --install build/release --prefix "$(PREFIX)"
 
 packages:
-	scripts/install-packages.sh
+	@scripts/install-packages.sh
 
-# Ratios of the fast kernels to their plain forms at full size; takes some minutes.
-bench: build
+bench: packages
+	@ORVIX_EXTRA_PACKAGES="libbenchmark-dev" scripts/install-packages.sh
+	@scripts/configure.sh release -DORVIX_BUILD_BENCH=ON
+	cmake --build --preset release
 	scripts/bench.sh build/release full
 
 format:
-	git ls-files '*.h' '*.cpp' | xargs clang-format -i
+	git ls-files -z '*.h' '*.cpp' | xargs -0 clang-format -i
 
 clean:
 	rm -rf build
