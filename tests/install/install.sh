@@ -34,7 +34,8 @@ done
 (cd "$include" && find . -name '*.h' | sort) >"$work/headers.txt"
 [ "$(wc -l <"$work/headers.txt")" -gt 10 ] || fail "no headers"
 while read -r header; do
-    "$compiler" -std=c++20 -fsyntax-only -x c++ -I "$include" "$include/$header" ||
+    echo "#include \"$header\"" |
+        "$compiler" -std=c++20 -fsyntax-only -x c++ -I "$include" - ||
         fail "$header does not compile alone"
 done <"$work/headers.txt"
 
