@@ -21,7 +21,7 @@ prefix="$work/a place"
 # Only what is meant for users.
 for program in "$prefix"/bin/*; do
     case ${program##*/} in
-    orvix | orvixn | orvix-summary | orvix-profile) ;;
+    orvix | orvixn) ;;
     *) fail "$program is installed" ;;
     esac
 done
