@@ -18,15 +18,16 @@ PACKAGES = ("data", "training", "evaluation")
 
 
 def programs():
-    """(module name, first line of its description) of every module that runs."""
+    """(module name, first sentence of its description) of every module that runs."""
     for package in PACKAGES:
         for name in sorted(os.listdir(os.path.join(TOOLS, package))):
             if name.endswith(".py"):
                 with open(os.path.join(TOOLS, package, name), encoding="utf-8") as stream:
                     text = stream.read()
                 if '__name__ == "__main__"' in text:
-                    summary = (ast.get_docstring(ast.parse(text)) or "").split("\n")[0]
-                    yield f"{package}.{name[:-3]}", summary
+                    about = ast.get_docstring(ast.parse(text)) or ""
+                    sentence = " ".join(about.split("\n\n")[0].split()).split(". ")[0]
+                    yield f"{package}.{name[:-3]}", sentence.rstrip(".")
 
 
 def main():

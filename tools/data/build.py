@@ -4,9 +4,9 @@
 
 Runs the steps below in order and marks each finished one in WORK/steps, so that a broken-off build
 goes on where it stopped. `--again STEP` runs a step and all after it anew; `--steps` limits the run
-to some. With no new training (`--steps
-clean,tables,structures,chains,triplets,features,shifts,database,pack`) the whole takes a few
-minutes.
+to some. Without the trainings the whole takes a few minutes:
+
+    --steps clean,tables,structures,chains,triplets,features,shifts,database,pack
 
     clean       data.cleaning: cleaned shift tables and labels
     tables      data.reference_tables: small reference tables, scales of the search
@@ -17,8 +17,8 @@ minutes.
     shifts      training.shifts: shifts computed for the chains without, for database and training
     database    orvix.tab
     unlabelled  data.unlabelled, training.teacher: proteins with shifts alone, and their labels
-    surface     surface.py: surf20, surf20_hyb
-    secondary   secondary.py: ss, ss.center, ss.prev, ss.next, ss5
+    surface     training.surface: surf20, surf20_hyb
+    secondary   training.secondary: ss, ss.center, ss.prev, ss.next, ss5
     sequence    training.sequence: seqSS, seqSS15
     chi1        training.chi1: chi1_* networks, chi1.tab
     figures     evaluation.proteins through the folds; the runs stay in WORK/runs
