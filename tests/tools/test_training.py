@@ -128,6 +128,16 @@ class Vectors(unittest.TestCase):
         window = np.array([[0, 1, 2], [3, 4, 5]])
         self.assertEqual(data.present(np.array([1, 1]), window).tolist(), [1, 0])
 
+    def test_members_stop_on_proteins_they_are_not_trained_on(self):
+        data = windows.MeasuredVectors.__new__(windows.MeasuredVectors)
+        data.fold = np.arange(20)
+        stops = [set(np.flatnonzero(data.shipped_split(m)[1])) for m in range(3)]
+        self.assertEqual(len(set.union(*stops)), sum(map(len, stops)))
+        for f in range(4):
+            train, held = data.fold_split(f)
+            self.assertFalse((train & held).any())
+            self.assertFalse(((data.fold % 4 == f) & (train | held)).any())
+
     def test_only_the_first_place_of_a_secondary_window_may_lie_before_the_chain(self):
         data = vectors([5])
         for name, expected in (("ss5", [1, 2]), ("ss", [1, 2, 3])):

@@ -192,16 +192,6 @@ class NetworkTraining:
     def state(self, suffix):
         return os.path.join(self.args.state, self.name + suffix)
 
-    def shipped_split(self, m):
-        """Two of the small folds stop each shipped member: a different pair for each."""
-        held = np.isin(self.data.fold, (2 * m, 2 * m + 1))
-        return ~held, held
-
-    def fold_split(self, f):
-        """One small fold stops the members that never see fold f."""
-        held = self.data.fold == (f + 1) % FOLDS
-        return ~(self.data.fold % FOLDS == f) & ~held, held
-
     def first_member(self, m):
         """A level 1 member trained on computed shifts."""
         computed, name, args = self.computed, self.name, self.args
@@ -248,13 +238,17 @@ class NetworkTraining:
 
         first = [self.first_member(m) for m in range(MEMBERS)]
         members = [
-            member(start, ".l1.m%d" % m, self.shipped_split(m), self.seed + m, -1)
+            member(start, ".l1.m%d" % m, self.data.shipped_split(m), self.seed + m, -1)
             for m, start in enumerate(first)
         ]
         of_fold = [
             [
                 member(
-                    start, ".fold%d.m%d" % (f, m), self.fold_split(f), self.seed + 50 + 3 * f + m, f
+                    start,
+                    ".fold%d.m%d" % (f, m),
+                    self.data.fold_split(f),
+                    self.seed + 50 + 3 * f + m,
+                    f,
                 )
                 for m, start in enumerate(first)
             ]
@@ -276,12 +270,14 @@ class NetworkTraining:
             return fit(net, self.state(suffix), task, train, held, schedule, seed)
 
         members = [
-            member(".l2.m%d" % m, self.shipped_split(m), self.seed + 100 + m)
+            member(".l2.m%d" % m, self.data.shipped_split(m), self.seed + 100 + m)
             for m in range(MEMBERS)
         ]
         of_fold = [
             [
-                member(".l2.fold%d.m%d" % (f, m), self.fold_split(f), self.seed + 150 + 3 * f + m)
+                member(
+                    ".l2.fold%d.m%d" % (f, m), self.data.fold_split(f), self.seed + 150 + 3 * f + m
+                )
                 for m in range(MEMBERS)
             ]
             for f in range(FOLDS)

@@ -540,16 +540,6 @@ class SurfaceTraining:
             )
         )
 
-    def shipped_split(self, m):
-        """Two of the small folds stop each shipped member: a different pair for each."""
-        held = np.isin(self.data.fold, (2 * m, 2 * m + 1))
-        return ~held, held
-
-    def fold_split(self, f):
-        """One small fold stops the members that never see fold f."""
-        held = self.data.fold == (f + 1) % FOLDS
-        return ~(self.data.fold % FOLDS == f) & ~held, held
-
     def teacher(self, number, padded, mix):
         if self.unlabelled is None:
             return None
@@ -571,7 +561,7 @@ class SurfaceTraining:
                 first,
                 lift,
                 seed + 10 * (f + 1),
-                lambda m, f=f: self.fold_split(f),
+                lambda m, f=f: self.data.fold_split(f),
                 self.teacher(f, padded, mix),
             )
         report(data, "hybrid" if padded else "level 1", of_fold)
@@ -584,7 +574,7 @@ class SurfaceTraining:
             first,
             lift,
             seed,
-            self.shipped_split,
+            self.data.shipped_split,
             self.teacher(-1, padded, mix),
         )
         return first, members, of_fold
@@ -625,11 +615,11 @@ class SurfaceTraining:
                 standard,
                 first2,
                 seed + 10 * (f + 1),
-                lambda m, f=f: self.fold_split(f),
+                lambda m, f=f: self.data.fold_split(f),
             )
         report(data, "level 2", of_fold, maps)
         members = train_level2(
-            data, args, "surf20.l2", maps, standard, first2, seed, self.shipped_split
+            data, args, "surf20.l2", maps, standard, first2, seed, self.data.shipped_split
         )
         widened = {f: [widen_level2(m, boxes) for m in of] for f, of in of_fold.items()}
         return [widen_level2(m, boxes) for m in members], widened

@@ -11,7 +11,7 @@ import os
 import numpy as np
 import torch
 
-from data.folds import small_folds
+from data.folds import FOLDS, small_folds
 from data.rows import FLAGS, SIZE, VALUES, load_features, read_dump, window_index
 
 # Added to measured values in training: random error, and a referencing error of the whole window
@@ -90,6 +90,17 @@ class MeasuredVectors(ResidueVectors):
         self.weight = torch.from_numpy(first["weight"].astype(np.float32))
         self.fold = small_folds(work, first["cluster30"])
         self.tested = first["kind"] != "related"
+
+    def shipped_split(self, m):
+        """Masks of training and stopping residues of a shipped member: it stops on two small folds,
+        each member on others."""
+        held = np.isin(self.fold, (2 * m, 2 * m + 1))
+        return ~held, held
+
+    def fold_split(self, f):
+        """The same for members that never see fold f; one small fold stops them."""
+        held = self.fold == (f + 1) % FOLDS
+        return ~(self.fold % FOLDS == f) & ~held, held
 
 
 class ComputedVectors(ResidueVectors):
