@@ -309,6 +309,9 @@ class ORVIX {
                                    ClusterData& residueClusters);
     /// Angles, spreads, order parameter and class of residue `res`.
     orvix::summaries::PhiPsiRow summarize(int res);
+    /// Rotamer and chi1 of residue `res`.
+    orvix::summaries::Chi1Row summarizeChi1(
+        int res, const orvix::summaries::RotamerCalibration& calibration);
     /// Writes the summary table.
     void vina();
     /// Writes the chi1 table.

@@ -26,7 +26,74 @@ std::string cellText(const std::map<std::string, std::string>& row, const std::s
     return cell == row.end() ? std::string() : cell->second;
 }
 
-constexpr const char* chi1Letters = "CDEFHIKLMNQRSTVWY";
+using ValuesByName = std::map<std::string, std::map<std::string, double>>;
+
+ValuesByName isotopeAdjustments(const GDB& table) {
+    ValuesByName adjustments;
+    for (const auto& [number, row] : table.entries) {
+        std::map<std::string, double>& adjustment = adjustments[cellText(row, "RESNAME")];
+        adjustment["CA"] = orvix::textToDouble(cellText(row, "CA"));
+        adjustment["CB"] = orvix::textToDouble(cellText(row, "CB"));
+    }
+    return adjustments;
+}
+
+/// All cells but the names, by row and column name.
+ValuesByName valuesByColumn(const GDB& table) {
+    ValuesByName values;
+    for (const auto& [number, row] : table.entries) {
+        std::map<std::string, double>& named = values[cellText(row, "RESNAME")];
+        for (const auto& [column, cell] : row) {
+            if (column != "RESNAME") {
+                named[column] = orvix::textToDouble(cell);
+            }
+        }
+    }
+    return values;
+}
+
+/// Weights of atoms and positions from the weight table.
+void deriveWeights(ORVIX& run) {
+    int index = 1;
+    for (int position = 1; position <= 3; ++position) {
+        const std::string row = "R" + std::to_string(position);
+        for (const auto& [key, atom] : run.atomNames) {
+            run.atomPosWeight[index++] = run.getWeight(row, atom);
+        }
+        run.posWeight[position] = run.getWeight(row, "W");
+    }
+    const double averageWeight = run.getWeight("AVG", "W");
+    for (const auto& [key, atom] : run.atomNames) {
+        run.atomWeight[key] = averageWeight * run.getWeight("AVG", atom);
+    }
+}
+
+/// Substitution scores by letters and as rows in either letter order.
+void deriveSubstitutions(ORVIX& run, const GDB& table) {
+    run.blosumLetters1 = "A C D E F G H I K L M N P Q R S T V W Y";
+    run.blosumLetters2 = "ARNDCQEGHILKMFPSTWYV";
+    for (const auto& [number, row] : table.entries) {
+        const std::string name = cellText(row, "RESNAME");
+        for (const auto& [column, cell] : row) {
+            if (column.empty() || run.blosumLetters1.find(column) == std::string::npos) {
+                continue;
+            }
+            const double score = orvix::textToDouble(cell);
+            run.blosumScaled[name].push_back(score * 0.1);
+            if (!name.empty()) {
+                run.blosum[name[0]][column[0]] = score;
+            }
+        }
+        for (char letter : run.blosumLetters2) {
+            run.blosumRaw[name].push_back(
+                orvix::textToDouble(cellText(row, std::string(1, letter))));
+        }
+    }
+    for (const char* unknown : {"x", "X", "?"}) {
+        std::vector<double>& scores = run.blosumRaw[unknown];
+        scores.insert(scores.end(), run.blosumLetters2.size(), 0.0);
+    }
+}
 
 }  // namespace
 
@@ -76,65 +143,17 @@ void ORVIX::init() {
     load(rcNextTable, rcNextFile, "Reading Next Residue RC Adjustments from ");
     if (isoCorrect) {
         isoAdjTable = *model->table(isoAdjFile);
-        for (const auto& [number, row] : isoAdjTable.entries) {
-            std::map<std::string, double>& adjustment = isoAdj[cellText(row, "RESNAME")];
-            adjustment["CA"] = orvix::textToDouble(cellText(row, "CA"));
-            adjustment["CB"] = orvix::textToDouble(cellText(row, "CB"));
-        }
+        isoAdj = isotopeAdjustments(isoAdjTable);
     }
     load(ssLimitTable, ssLimitFile, "Reading Secondary Shift Limits from ");
     load(homologyTable, homologyFile, "Reading Homology Values from ");
     load(weightTable, weightFile, "ORVIX Weight Factors from ");
 
-    int index = 1;
-    for (int position = 1; position <= 3; ++position) {
-        const std::string row = "R" + std::to_string(position);
-        for (const auto& [key, atom] : atomNames) {
-            atomPosWeight[index++] = getWeight(row, atom);
-        }
-        posWeight[position] = getWeight(row, "W");
-    }
-    const double averageWeight = getWeight("AVG", "W");
-    for (const auto& [key, atom] : atomNames) {
-        atomWeight[key] = averageWeight * getWeight("AVG", atom);
-    }
-
-    for (const auto& [number, row] : homologyTable.entries) {
-        std::map<std::string, double>& values = homology[cellText(row, "RESNAME")];
-        for (const auto& [column, cell] : row) {
-            if (column != "RESNAME") {
-                values[column] = orvix::textToDouble(cell);
-            }
-        }
-    }
-
-    blosumLetters1 = "A C D E F G H I K L M N P Q R S T V W Y";
-    blosumLetters2 = "ARNDCQEGHILKMFPSTWYV";
-    const std::shared_ptr<const GDB> blosumTable = model->table(tablePath("BLOSUM62.tab"));
-    for (const auto& [number, row] : blosumTable->entries) {
-        const std::string name = cellText(row, "RESNAME");
-        for (const auto& [column, cell] : row) {
-            if (column.empty() || blosumLetters1.find(column) == std::string::npos) {
-                continue;
-            }
-            const double score = orvix::textToDouble(cell);
-            blosumScaled[name].push_back(score * 0.1);
-            if (!name.empty()) {
-                blosum[name[0]][column[0]] = score;
-            }
-        }
-        for (char letter : blosumLetters2) {
-            blosumRaw[name].push_back(orvix::textToDouble(cellText(row, std::string(1, letter))));
-        }
-    }
-    for (const char* unknown : {"x", "X", "?"}) {
-        blosumRaw[unknown].insert(blosumRaw[unknown].end(), blosumLetters2.size(), 0.0);
-    }
-
-    for (char letter : std::string(chi1Letters)) {
-        const std::string name(1, letter);
-        delete chi1Nets[name];
-        chi1Nets[name] = nullptr;
-        chi1Nets[name] = new CHI1ANN(39, 15, 1, tabDir, "chi1_" + name);
+    deriveWeights(*this);
+    homology = valuesByColumn(homologyTable);
+    deriveSubstitutions(*this, *model->table(tablePath("BLOSUM62.tab")));
+    for (auto& [letter, network] : chi1Nets) {
+        delete std::exchange(network, nullptr);
+        network = new CHI1ANN(39, 15, 1, tabDir, "chi1_" + letter);
     }
 }

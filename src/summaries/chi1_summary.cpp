@@ -30,52 +30,53 @@ std::map<std::string, orvix::summaries::RotamerCalibration> readCalibration(cons
     return calibration;
 }
 
+/// The letter by which a residue is calibrated: the states of cysteine and histidine are their own.
+std::string calibratedLetter(const std::string& name) {
+    return name == "c" ? "C" : name == "h" ? "H" : name;
+}
+
+/// The best candidates of a rotamer, at most `pickLimit`; `turned` as valine's are.
+std::vector<double> candidatesOf(std::string_view rotamer, const std::vector<double>& candidates,
+                                 bool turned) {
+    std::vector<double> picks;
+    for (const double candidate : candidates) {
+        const double chi1 = turned ? orvix::summaries::turnValine(candidate) : candidate;
+        if (picks.size() < pickLimit && orvix::chi1Rotamer(static_cast<float>(chi1)) == rotamer) {
+            picks.push_back(chi1);
+        }
+    }
+    return picks;
+}
+
 }  // namespace
+
+orvix::summaries::Chi1Row ORVIX::summarizeChi1(
+    int res, const orvix::summaries::RotamerCalibration& calibration) {
+    orvix::summaries::Chi1Row row;
+    row.residue = res;
+    row.name = residueLabel(res);
+    row.turned = seqName(res) == "V";
+    row.shiftCount = 18 - missingAt(res - 1) - missingAt(res) - missingAt(res + 1);
+    if (hasReference()) {
+        row.observed = static_cast<double>(refPDB->getChi1(1, res));
+    }
+    row.prediction = orvix::summaries::predictRotamer(chi1Result[res], calibration, row.turned);
+    std::vector<double> picks = candidatesOf(row.prediction.word, matchChi1[res], row.turned);
+    row.chi1 = getAVGAngle2(picks);
+    row.spread = getSTDAngle(picks);
+    return row;
+}
 
 void ORVIX::vinaChi1() {
     std::map<std::string, orvix::summaries::RotamerCalibration> calibration =
         readCalibration(*model->table(tablePath("chi1.tab")));
-    const bool compared = hasReference();
     orvix::out() << "Summarizing Chi1 Predictions ..." << std::endl;
-
+    chi1Rows.clear();
     for (int r = firstResid; r <= lastResid; ++r) {
-        std::string letter = seqName(r);
-        if (letter == "c") {
-            letter = "C";
-        } else if (letter == "h") {
-            letter = "H";
+        const std::string letter = calibratedLetter(seqName(r));
+        if (letter != "A" && letter != "G" && letter != "P") {
+            chi1Rows[r] = summarizeChi1(r, calibration[letter]);
         }
-        if (letter == "A" || letter == "G" || letter == "P") {
-            continue;
-        }
-        const bool valine = letter == "V";
-        std::vector<double> candidates = matchChi1[r];
-        if (valine) {
-            for (double& chi1 : candidates) {
-                chi1 = orvix::summaries::turnValine(chi1);
-            }
-        }
-        orvix::summaries::Chi1Row row;
-        row.residue = r;
-        row.name = residueLabel(r);
-        row.turned = valine;
-        row.shiftCount = 18 - missingAt(r - 1) - missingAt(r) - missingAt(r + 1);
-        if (compared) {
-            row.observed = static_cast<double>(refPDB->getChi1(1, r));
-        }
-        row.prediction =
-            orvix::summaries::predictRotamer(chi1Result[r], calibration[letter], valine);
-
-        std::vector<double> picks;
-        for (double chi1 : candidates) {
-            if (picks.size() < pickLimit &&
-                orvix::chi1Rotamer(static_cast<float>(chi1)) == row.prediction.word) {
-                picks.push_back(chi1);
-            }
-        }
-        row.chi1 = getAVGAngle2(picks);
-        row.spread = getSTDAngle(picks);
-        chi1Rows[r] = row;
     }
     writeTable(orvix::ResultTable::chi1);
 }
