@@ -37,7 +37,12 @@ std::vector<double> CHI1ANN::runANNLevel1Batch(const std::vector<std::vector<dou
     if (!chi1Loaded) {
         loadWeights();
     }
-    return orvix::networks::chi1Scores(orvix::networks::ObjectLevel(*this, 1, memberCount), inputs);
+    std::vector<double> scores =
+        orvix::networks::chi1Scores(orvix::networks::ObjectLevel(*this, 1, memberCount), inputs);
+    level1Input.clear();
+    level1Input[1] = inputs.back();
+    calcLevel1();
+    return scores;
 }
 
 void CHI1ANN::runANN(std::map<int, std::vector<double>>& input) {

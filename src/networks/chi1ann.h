@@ -24,7 +24,7 @@ class CHI1ANN : public ANN {
     double runANNLevel1(std::vector<double> input);
 
     /// The scores of many vectors, each bit for bit what runANNLevel1 gives, with the weights read
-    /// once for all of them. level1Input and level1Output take no part.
+    /// once for all of them. Leaves level1Input and level1Output as the last single call would.
     std::vector<double> runANNLevel1Batch(const std::vector<std::vector<double>>& inputs);
 
     /// The ensemble over a whole map of input vectors; results in level1Output.

@@ -50,6 +50,36 @@ class NetworkFiles {
         writeWeights(prefix + ".WL2.tab", members * output, hidden, seed + 2);
     }
 
+    /// A table of zeros but for the biases, which `biases` holds for one member, of `members`
+    /// alike.
+    std::string writeBiases(const std::string& name, int columns, const std::vector<double>& biases,
+                            int members) const {
+        std::string text = "VARS", formats = "FORMAT", zeros;
+        for (int c = 1; c <= columns; ++c) {
+            text += ' ' + std::to_string(c);
+            formats += " %f";
+            zeros += "0 ";
+        }
+        text += " b\n" + formats + " %f\n\n";
+        for (int m = 0; m < members; ++m) {
+            for (const double bias : biases) {
+                text += zeros + std::to_string(bias) + '\n';
+            }
+        }
+        return write(name, text);
+    }
+
+    /// A level that gives `results` whatever its input.
+    void writeConstantLevel(const std::string& prefix, int input, int hidden,
+                            const std::vector<double>& results, int members) const {
+        const auto zeros = [](int count) {
+            return std::vector<double>(static_cast<std::size_t>(count), 0.0);
+        };
+        writeBiases(prefix + ".WI.tab", input, zeros(input), members);
+        writeBiases(prefix + ".WL1.tab", input, zeros(hidden), members);
+        writeBiases(prefix + ".WL2.tab", hidden, results, members);
+    }
+
   private:
     orvix::test::TemporaryDirectory folder_;
 };
