@@ -15,11 +15,17 @@
 namespace orvix::cli {
 namespace {
 
-/// Whether the file is compressed or begins with a byte order mark, which the library can't read.
+/// Whether the library can't read the file as it is: the standard input, and files that are
+/// compressed, begin with a byte order mark or have 16 bits a character.
 bool isPackedText(const std::string& file) {
+    if (file == importing::standardInput) {
+        return true;
+    }
     std::string start(3, '\0');
     std::ifstream(file, std::ios::binary).read(start.data(), 3);
-    return start.compare(0, 2, "\x1f\x8b") == 0 || start == "\xef\xbb\xbf";
+    return start.compare(0, 2, "\x1f\x8b") == 0 || start == "\xef\xbb\xbf" ||
+           start.compare(0, 2, "\xff\xfe") == 0 || start.compare(0, 2, "\xfe\xff") == 0 ||
+           start.find('\0') < 2;
 }
 
 }  // namespace
@@ -52,21 +58,23 @@ RunInput takeInput(const std::string& file, const importing::ImportOptions& opti
     RunInput input;
     input.file = file;
     std::string fromFile;
-    if (options.format.empty() && importing::isShiftTable(file)) {
+    const std::string given = importing::readShiftText(file);
+    if (options.format.empty() && importing::isShiftTableText(given)) {
         if (!options.list.empty() || !options.entity.empty() || !options.assembly.empty() ||
             !options.sequenceFile.empty() || options.numbering != "seq" ||
-            options.maxAmbiguity != 0) {
+            options.maxAmbiguity != 0 || options.shiftNumbers) {
             std::cerr << programName << ": warning: " << file
                       << " is an input table and taken as it is; the options for reading other "
                          "forms have no effect\n";
         }
+        input.tableReport = importing::lookAtShiftTable(given, file);
         if (isPackedText(file)) {
-            input.tableText = importing::readShiftText(file);
+            input.tableText = given;
         } else {
-            input.shifts = readShiftInput(file);
+            input.shifts = shiftInput(given, file);
         }
     } else {
-        input.imported = importing::importShifts(file, options);
+        input.imported = importing::importShiftText(given, file, options);
         fromFile = input.imported->title;
         std::ostringstream text;
         importing::writeShiftTable(*input.imported, text);
@@ -81,12 +89,13 @@ RunInput takeInput(const std::string& file, const importing::ImportOptions& opti
 }
 
 void tellImport(const RunInput& input) {
-    if (!input.imported) {
-        return;
+    if (input.imported) {
+        std::cerr << programName << ": " << input.file << " read as " << input.imported->format
+                  << ", " << input.imported->shifts.size() << " backbone shifts; "
+                  << input.imported->fit.text << '\n';
     }
-    std::cerr << programName << ": " << input.file << " read as " << input.imported->format << ", "
-              << input.imported->shifts.size() << " backbone shifts\n";
-    for (const std::string& warning : input.imported->report.warnings()) {
+    for (const std::string& warning :
+         (input.imported ? input.imported->report : input.tableReport).warnings()) {
         std::cerr << programName << ": warning: " << warning << '\n';
     }
 }

@@ -33,7 +33,9 @@ struct RunInput {
     std::string title;  ///< for the tables
     std::optional<importing::ImportedTable>
         imported;  ///< empty for a file that is an input table already
-    /// The table that the run works on where it is not FILE itself: imported, or unpacked.
+    /// What is odd about an input table; empty for an imported file, which has its own report.
+    importing::ImportReport tableReport;
+    /// The table to run on where it is not FILE itself: imported, or unpacked. Else empty.
     std::string tableText;
     ShiftInput shifts;  ///< for the run
 };
@@ -57,7 +59,7 @@ auto namingInput(const RunInput& input, const Work& work) {
     }
 }
 
-/// Tells on standard error what an import has to say.
+/// Tells on standard error what an import or an odd input table has to say.
 void tellImport(const RunInput& input);
 
 }  // namespace orvix::cli

@@ -75,6 +75,22 @@ ShiftFile readNef(std::string_view text, const std::string& path);
 ShiftFile readXeasy(std::string_view text, const std::string& path);
 ShiftFile readSparky(std::string_view text, const std::string& path);
 ShiftFile readCsv(std::string_view text, const std::string& path);
+ShiftFile readRows(std::string_view text, const std::string& path);
+ShiftFile readNmrView(std::string_view text, const std::string& path);
+
+/// Whether a line is a row of a list without a header, or of an NMRView list.
+bool isListRow(const std::vector<std::string_view>& words);
+bool isNmrViewRow(const std::vector<std::string_view>& words);
+
+/// What a text that has none of the forms is instead, in words; empty when that isn't known.
+std::string nameWrongForm(std::string_view text);
+
+/// Warns when the last line of a list has no line end and fewer words than the one before.
+void warnOfCutLine(std::string_view text, ImportReport& report);
+
+/// Takes the sequence from the CYANA `.seq` beside a list: of the same stem, or the only one there
+/// if the residues of the rows fit it.
+void readSequenceBeside(ShiftFile& file);
 
 /// The form of a text, one of `importFormats`, or nothing.
 std::string findFormat(std::string_view text);

@@ -52,6 +52,10 @@ std::string findFormat(std::string_view text) {
             return format;
         }
     }
+    constexpr int mostLooked = 20;
+    int looked = 0;
+    int listRows = 0;
+    int viewRows = 0;
     TextRows rows(text);
     while (rows.next()) {
         const auto& words = rows.words();
@@ -68,13 +72,24 @@ std::string findFormat(std::string_view text) {
         if (isXeasyRow(words)) {
             return "xeasy";
         }
-        CsvRecords records(rows.text());
-        if (records.next() && CsvColumns(records.fields()).usable()) {
-            return "csv";
+        if (words[0].starts_with('#') || words[0].starts_with('!')) {
+            continue;
         }
-        if (!words[0].starts_with('#')) {
+        ++looked;
+        listRows += isListRow(words) ? 1 : 0;
+        viewRows += isNmrViewRow(words) ? 1 : 0;
+        if (looked == mostLooked) {
             break;
         }
+    }
+    if (CsvColumns::findHeader(text).first > 0) {
+        return "csv";
+    }
+    if (2 * viewRows > looked) {
+        return "nmrview";
+    }
+    if (2 * listRows > looked) {
+        return "rows";
     }
     return {};
 }

@@ -17,7 +17,8 @@ struct Form {
 
 constexpr Form forms[] = {{"nmrstar3", readNmrStar3}, {"nmrstar21", readNmrStar21},
                           {"nef", readNef},           {"xeasy", readXeasy},
-                          {"sparky", readSparky},     {"csv", readCsv}};
+                          {"sparky", readSparky},     {"csv", readCsv},
+                          {"rows", readRows},         {"nmrview", readNmrView}};
 
 std::string knownForms() {
     std::string names;
@@ -41,11 +42,18 @@ const std::vector<std::string>& importFormats() {
 }
 
 ImportedTable importShifts(const std::string& path, const ImportOptions& options) {
+    return importShiftText(readShiftText(path), path, options);
+}
+
+ImportedTable importShiftText(const std::string& text, const std::string& path,
+                              const ImportOptions& options) {
     if (options.numbering != "seq" && options.numbering != "auth") {
         throw InputRejected("numbering " + options.numbering +
                             " is not known; expected seq or auth");
     }
-    const std::string text = readShiftText(path);
+    if (text.find_first_not_of(" \t\n") == std::string::npos) {
+        throw InputRejected(path + ": the file is empty");
+    }
     const std::string format = options.format.empty() ? findFormat(text) : options.format;
     for (const Form& form : forms) {
         if (format == form.name) {
@@ -61,10 +69,12 @@ ImportedTable importShifts(const std::string& path, const ImportOptions& options
         throw InputRejected(path + ": the form " + format +
                             " is not known; known forms: " + knownForms());
     }
-    throw InputRejected(path +
-                        (isShiftTable(path)
-                             ? ": is an input table already and needs no import"
-                             : ": no known form of a shift file; known forms: " + knownForms()));
+    if (isShiftTableText(text)) {
+        throw InputRejected(path + ": is an input table already and needs no import");
+    }
+    const std::string wrong = nameWrongForm(text);
+    throw InputRejected(path + ": " + (wrong.empty() ? "no known form of a shift file" : wrong) +
+                        "; known forms: " + knownForms());
 }
 
 void writeImportReport(const ImportedTable& table, std::ostream& out, std::size_t itemLimit) {

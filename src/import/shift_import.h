@@ -5,6 +5,7 @@
 #include <optional>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "import/import_report.h"
@@ -58,6 +59,19 @@ const std::vector<std::string>& importFormats();
 /// Reads a shift file, plain or gzip, of any known form. Throws InputRejected for a file that can't
 /// be read, has an unknown form or no usable shift, and for options that name nothing in it.
 ImportedTable importShifts(const std::string& path, const ImportOptions& options);
+
+/// The same for a text that `readShiftText` has read; `path` is its name in messages and the place
+/// where a sequence file is looked for.
+ImportedTable importShiftText(const std::string& text, const std::string& path,
+                              const ImportOptions& options);
+
+/// Looks through an input table of `orvixn`: rows with a word too many or too few, atoms given
+/// twice, an end within a line. Throws InputRejected for a shift with a decimal comma, which a run
+/// would cut off at the comma.
+ImportReport lookAtShiftTable(std::string_view text, const std::string& path);
+
+/// True for a text that is an input table of `orvixn`.
+bool isShiftTableText(std::string_view text);
 
 /// True for a file that already is an input table of `orvixn`. False for one that can't be read.
 bool isShiftTable(const std::string& path);

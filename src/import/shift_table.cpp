@@ -49,6 +49,8 @@ class TableBuilder {
   private:
     using Atoms = std::map<std::string, Candidate>;
 
+    static constexpr const char* secondOfPair = "HA again";
+
     void add(ImportFinding finding, const ShiftRow& row, const std::string& remark = {}) {
         file_.report.add(finding, describe(row) + remark);
     }
@@ -80,7 +82,11 @@ class TableBuilder {
         checkResidueName(row, residue, numbers);
         Atoms& atoms =
             atom.kind == AtomName::Kind::glycineAlpha ? glycines_[residue] : residues_[residue];
-        const auto [first, fresh] = atoms.emplace(atom.name, candidate);
+        // Two values for the set of both protons are one for each.
+        const auto pair = atoms.find(atom.name);
+        const bool second = atom.name == "HA" && row.atom.size() > 2 && pair != atoms.end() &&
+                            pair->second.value != candidate.value;
+        const auto [first, fresh] = atoms.emplace(second ? secondOfPair : atom.name, candidate);
         if (!fresh) {
             add(first->second.value == candidate.value ? ImportFinding::duplicateEqual
                                                        : ImportFinding::duplicateDifferent,
@@ -150,14 +156,15 @@ class TableBuilder {
         const bool older = has("HA1") && !has("HA3");
         const std::vector<std::pair<const char*, std::vector<const char*>>> places = {
             {"HA2", {older ? "HA3" : "HA2"}}, {"HA3", {"HA3"}},        {"HA1", {"HA2"}},
-            {"HAX", {"HA2", "HA3"}},          {"HAY", {"HA3", "HA2"}}, {"HA", {"HA2"}}};
+            {"HAX", {"HA2", "HA3"}},          {"HAY", {"HA3", "HA2"}}, {"HA", {"HA2"}},
+            {secondOfPair, {"HA3"}}};
         for (const auto& [name, targets] : places) {
             const auto proton = protons.find(name);
             if (proton == protons.end()) {
                 continue;
             }
             const ShiftRow& row = *proton->second.row;
-            const bool pair = std::string_view(name) == "HA";
+            const bool pair = std::string_view(name) == "HA" || name == secondOfPair;
             const auto target =
                 std::find_if(targets.begin(), targets.end(),
                              [&atoms](const char* place) { return atoms.count(place) == 0; });
@@ -201,9 +208,20 @@ class TableBuilder {
             "written: " + std::to_string(table.shifts.size()) + " shifts, sequence " +
             std::to_string(table.firstResidue) + " to " +
             std::to_string(table.firstResidue + static_cast<int>(table.sequence.size()) - 1));
+        warnOfRows(ImportFinding::duplicateDifferent, "second value of an atom left out");
+        warnOfRows(ImportFinding::rowIncomplete, "row that can't be read");
         table.fit = numbers.fit();
         table.report = std::move(file_.report);
         return table;
+    }
+
+    // What is lost for a reason in the file stands in every report, not only in the long one.
+    void warnOfRows(ImportFinding finding, const std::string& what) {
+        const std::vector<std::string>& items = file_.report.items(finding);
+        if (!items.empty()) {
+            file_.report.warn(what + ": " + std::to_string(items.size()) + ", the first is " +
+                              items[0]);
+        }
     }
 
     ImportedShift shiftOf(const std::string& atom, const Candidate& candidate,

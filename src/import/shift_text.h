@@ -10,8 +10,12 @@ namespace orvix::importing {
 /// depositions; it keeps a small compressed file from filling the memory.
 inline constexpr std::size_t shiftTextLimit = std::size_t{128} << 20;
 
-/// The whole text of a plain or gzip file, with every line end made a line feed and without a byte
-/// order mark. Throws InputRejected when it can't be read or unpacked or exceeds the limit.
+/// The name that stands for the standard input.
+inline constexpr std::string_view standardInput = "-";
+
+/// The whole text of a plain or gzip file or of the standard input, in UTF-8 (UTF-16 is recoded),
+/// with every line end made a line feed and without a byte order mark. Throws InputRejected when it
+/// can't be read or unpacked or exceeds the limit.
 std::string readShiftText(const std::string& path, std::size_t limit = shiftTextLimit);
 
 /// "path:line: text", the form of every complaint about a line.

@@ -25,6 +25,7 @@ ShiftFile readSparky(std::string_view text, const std::string& path) {
     file.path = path;
     file.format = "sparky";
     TextRows rows(text);
+    ResidueWords residues;
     std::size_t group = 0;
     std::size_t atom = 0;
     std::size_t shift = 0;
@@ -54,12 +55,14 @@ ShiftFile readSparky(std::string_view text, const std::string& path) {
         row.line = rows.line();
         row.atom = words[atom];
         row.value = words[shift];
-        if (!splitResidueWord(words[group], row)) {
+        if (!residues.split(words[group], row)) {
             file.report.add(ImportFinding::unassigned, rows.shown());
             continue;
         }
         file.rows.push_back(std::move(row));
     }
+    residues.settle(file.rows);
+    warnOfCutLine(text, file.report);
     return file;
 }
 

@@ -53,12 +53,14 @@ void writeShiftTable(const ImportedTable& table, std::ostream& out) {
 }
 
 bool isShiftTable(const std::string& path) {
-    std::string text;
     try {
-        text = readShiftText(path);
+        return isShiftTableText(readShiftText(path));
     } catch (const InputRejected&) {
         return false;
     }
+}
+
+bool isShiftTableText(std::string_view text) {
     bool sequence = false;
     bool columns = false;
     std::vector<std::string_view> words;

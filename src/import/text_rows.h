@@ -32,8 +32,20 @@ class TextRows {
     int line_ = 0;
 };
 
-/// Takes a residue written as one word, "G7", "GLY7", "A.G7" or "1G7", apart: molecule in front,
-/// residue name, number. A bare number has no name. False for anything else.
-bool splitResidueWord(std::string_view word, ShiftRow& row);
+/// Takes residues written as one word apart: "G7", "GLY7", "7GLY", "GLY-7", "A.G7", "1G7",
+/// "A.7.GLY". Molecule, residue name and number go into the row, and an atom behind them ("G7CA",
+/// "A.7.GLY.CA") into a row without one. A bare number has no name.
+class ResidueWords {
+  public:
+    /// False for anything else; the row is then as it was.
+    bool split(std::string_view word, ShiftRow& row);
+
+    /// In a file that joins all names and numbers by a hyphen, "GLY-7" isn't minus seven.
+    void settle(std::vector<ShiftRow>& rows) const;
+
+  private:
+    int plain_ = 0;
+    int hyphens_ = 0;
+};
 
 }  // namespace orvix::importing

@@ -1,6 +1,3 @@
-#include <filesystem>
-
-#include "import/sequence_text.h"
 #include "import/shift_file.h"
 #include "import/shift_text.h"
 #include "import/text_rows.h"
@@ -18,7 +15,6 @@ ShiftFile readXeasy(std::string_view text, const std::string& path) {
     ShiftFile file;
     file.path = path;
     file.format = "xeasy";
-    bool named = false;
     TextRows rows(text);
     while (rows.next()) {
         const auto& words = rows.words();
@@ -41,7 +37,6 @@ ShiftFile readXeasy(std::string_view text, const std::string& path) {
         // A trailing column in brackets holds isotope marks, not a name.
         if (words.size() > name && !words[name].starts_with('#') && !words[name].starts_with('[')) {
             row.residueName = words[name];
-            named = true;
         }
         int residue = 0;
         if (!parseNumber(row.number, residue)) {
@@ -50,19 +45,8 @@ ShiftFile readXeasy(std::string_view text, const std::string& path) {
         }
         file.rows.push_back(std::move(row));
     }
-    std::filesystem::path sequence(path);
-    if (sequence.extension() == ".gz") {
-        sequence.replace_extension();
-    }
-    sequence.replace_extension(".seq");
-    std::error_code failure;
-    if (std::filesystem::is_regular_file(sequence, failure) && sequence != path) {
-        ShiftEntity entity = readSequenceFile(sequence.string(), file.report);
-        file.entities.push_back(std::move(entity));
-    } else if (!named) {
-        file.report.warn("no residue names in the file and no " + sequence.filename().string() +
-                         " beside it");
-    }
+    warnOfCutLine(text, file.report);
+    readSequenceBeside(file);
     return file;
 }
 

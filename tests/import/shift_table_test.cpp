@@ -22,6 +22,9 @@ TEST(ShiftTable, GlycineProtonsFindTheirPlaces) {
     EXPECT_EQ(protons("1 GLY HA1 3.9 1\n1 GLY HA3 4.1 1"), with({"1 G HA2 3.9", "1 G HA3 4.1"}));
     EXPECT_EQ(protons("1 GLY HAy 3.9 1\n1 GLY HA3 4.1 1"), with({"1 G HA2 3.9", "1 G HA3 4.1"}));
 
+    EXPECT_EQ(protons("1 GLY HA% 3.9 1\n1 GLY HA% 4.1 1"), with({"1 G HA2 3.9", "1 G HA3 4.1"}));
+    EXPECT_EQ(protons("1 GLY HA% 3.9 1\n1 GLY HA% 3.90 1"), with({"1 G HA2 3.9"}));
+
     const importing::ImportedTable full =
         importText(list("1 GLY QA 4.0 1\n1 GLY HA2 3.9 1\n1 GLY HA3 4.1 1\n1 GLY HA1 4.2 1"));
     EXPECT_EQ(rowsOf(full), (Rows{"1 G HA2 3.9", "1 G HA3 4.1"}));
@@ -90,6 +93,32 @@ TEST(ShiftTable, WritesWhatTheRunReads) {
     EXPECT_EQ(read.entries.at(1).at("SHIFT"), "8.1234");
     EXPECT_EQ(read.entries.at(2).at("RESID"), "1004");
     EXPECT_NE(refusal(out.str()).find("already"), std::string::npos);
+}
+
+TEST(InputTable, IsLookedThrough) {
+    const std::string head =
+        "DATA SEQUENCE MK\nVARS RESID RESNAME ATOMNAME SHIFT\nFORMAT %4d %1s %4s %8.3f\n\n";
+    const auto warnings = [&head](const std::string& rows) {
+        return importing::lookAtShiftTable(head + rows, "x.tab").warnings();
+    };
+    EXPECT_TRUE(warnings("1 M CA 55.1\n2 K CA 56.1").empty());
+    EXPECT_EQ(warnings("1 M CA 55.1\n1 M CA 55.3\n"),
+              (Rows{"line 6 gives 1 CA a second time, after line 5: 55.1, then 55.3"}));
+    EXPECT_EQ(warnings("1 M CA 55.1 sure\n"),
+              (Rows{"line 5 has 5 words where the table has 4 columns: 1 M CA 55.1 sure"}));
+    EXPECT_EQ(warnings("1 M CA 55.1\n2 K C").size(), 2U);
+    std::string many;
+    for (int i = 0; i < 30; ++i) {
+        many += "1 M CA 55.1\n";
+    }
+    EXPECT_EQ(warnings(many).size(), 11U);
+    try {
+        warnings("1 M CA 55.1\n2 K HA 4,180\n");
+        ADD_FAILURE() << "a decimal comma is taken";
+    } catch (const InputRejected& error) {
+        EXPECT_EQ(std::string(error.what()),
+                  "x.tab:6: the shift 4,180 has a decimal comma; write it with a point, 4.180");
+    }
 }
 
 TEST(ShiftTable, ReportCutsOnlyWhenAsked) {

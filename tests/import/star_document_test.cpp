@@ -131,6 +131,20 @@ TEST(ShiftText, UnpacksAndLimits) {
         "\xEF\xBB\xBF"
         "a\r\nb\rc");
     EXPECT_EQ(importing::readShiftText(file.path()), "a\nb\nc");
+    // UTF-16 of both byte orders, with and without a mark; beyond 16 bits there are two units.
+    const std::string text = "loop_ \u03B1\U0001F9EA\n";
+    const std::u16string units = u"loop_ \u03B1\U0001F9EA\r\n";
+    for (const bool little : {true, false}) {
+        for (const bool mark : {true, false}) {
+            std::string bytes;
+            for (const char16_t unit : (mark ? u"\uFEFF" : u"") + units) {
+                const std::string both{static_cast<char>(unit >> 8),
+                                       static_cast<char>(unit & 0xFF)};
+                bytes += little ? std::string(both.rbegin(), both.rend()) : both;
+            }
+            EXPECT_EQ(importing::readShiftText(TemporaryFile(bytes).path()), text);
+        }
+    }
     EXPECT_THROW(importing::readShiftText(file.path(), 4), InputRejected);
     EXPECT_THROW(importing::readShiftText("/nowhere/at/all"), InputRejected);
     EXPECT_THROW(importing::readShiftText(testing::TempDir()), InputRejected);

@@ -1,6 +1,7 @@
 #include <filesystem>
 
 #include "import/import_text.h"
+#include "tables/gdb.h"
 
 namespace orvix {
 namespace {
@@ -41,6 +42,17 @@ TEST(Xeasy, SequenceFromColumnsFileOrOption) {
     EXPECT_EQ(besides.sequence, "AMKGC");
     EXPECT_EQ(besides.firstResidue, 11);
     EXPECT_EQ(rowsOf(besides), expected);
+
+    // The only one there under another name serves when the residue names fit.
+    const std::filesystem::path directory =
+        std::filesystem::path(file.path()).string() + "_directory";
+    std::filesystem::create_directory(directory);
+    std::ofstream(directory / "a.prot") << filled({"MET M", "LYS+ K", "GLY G"});
+    std::ofstream(directory / "b.seq") << "ALA 11\nMET\nLYS\nGLY\n";
+    EXPECT_EQ(importing::importShifts((directory / "a.prot").string(), {}).sequence, "AMKG");
+    std::ofstream(directory / "b.seq") << "ALA 11\nTRP\nLYS\nGLY\n";
+    EXPECT_EQ(importing::importShifts((directory / "a.prot").string(), {}).sequence, "MKG");
+    std::filesystem::remove_all(directory);
 
     // A sequence without numbers is placed by the residue names.
     const TemporaryFile fasta(">some protein\nSSAMKG\nW*\n");
@@ -102,13 +114,92 @@ TEST(Csv, LongWideAndServerForms) {
     EXPECT_EQ(server.report.items(importing::ImportFinding::valueZero).size(), 3U);
 }
 
-TEST(UnknownForm, ListsTheKnownOnes) {
-    for (const char* text : {"", "some prose\n", "loop_ _a 1 stop_", "1 2 3\n", "%PDF\xff\xfe"}) {
-        const std::string message = refusal(text);
-        EXPECT_NE(message.find("known forms: nmrstar3, nmrstar21, nef, xeasy, sparky, csv"),
-                  std::string::npos)
-            << text;
+TEST(Csv, HeadersOfOtherPrograms) {
+    const Rows wide{"1 M N 120.1", "1 M CA 55", "1 M HN 8.1", "2 K N 121", "2 K CA 56", "2 K HN 8"};
+    for (const char* header :
+         {"Residue;Type;15N;1HN;13CA\n", "#;Res;N;HN;CA\n", "No;AA;N (ppm);H;C\u03B1 [ppm]\n",
+          "# any comment\n# Residue N HN CA of a title\nProtein of a friend\n! "
+          "more\nNo.;Residue;\u03B4N;H_N;C-alpha\n"}) {
+        EXPECT_EQ(rowsOf(importText(header + std::string("1;M;120.1;8.1;55\n2;K;121;8;56\n"))),
+                  wide)
+            << header;
     }
+    const Rows list{"1 M CA 55.1", "2 K HN 8.1"};
+    for (const char* text :
+         {"Seq,Residue,Atom,Chemical Shift (ppm)\n1,MET,CA,55.1\n2,LYS,H,8.1\n",
+          "NmrResidue,NmrAtom,Value\nA.1.MET,CA,55.1\nA.2.LYS,H,8.1\nA.@3.,C,1\n",
+          "#,NmrAtom,Value\n1,NA:A.1.MET.CA,55.1\n2,NA:A.2.LYS.H,8.1\n",
+          "Assignment,Atom,Shift\nMET-1,CA,55.1\nLYS-2,H,8.1\n",
+          "Assignment,Shift\nM1CA,55.1\nK2-H,8.1\n"}) {
+        EXPECT_EQ(rowsOf(importText(text)), list) << text;
+    }
+    // Beside a name without one, a hyphen is a minus.
+    EXPECT_EQ(rowsOf(importText("Assignment,Atom,Shift\nG-1,CA,45\nM1,CA,55.1\n")),
+              (Rows{"-1 G CA 45", "1 M CA 55.1"}));
+}
+
+TEST(Lists, RowsWithoutAHeader) {
+    const Rows expected{"1 M CA 55.1", "2 K C 176.1"};
+    for (const char* text :
+         {"1 1 MET CA C 55.1 0.1 1\n2 2 LYS C C 176.1 0.1 1\n",
+          "1 1 1 1 MET CA C 13 55.1 0.1 . 1\n2 1 1 2 LYS C C 13 176.1 0.1 . 1\n",
+          "1 M CA 55.1\n2 K C 176.1\n", "# by hand\nMET 1 CA 55.1\nLYS 2 C 176.1\n"}) {
+        const importing::ImportedTable table = importText(text);
+        EXPECT_EQ(table.format, "rows");
+        EXPECT_EQ(rowsOf(table), expected) << text;
+    }
+    const importing::ImportedTable code =
+        importText("1 1 2 LYS CA C 13 56.1 0.1 . 4 .\n1 1 3 LYS CA C 13 . . . 1 .\nLYS CA\n");
+    EXPECT_EQ(code.report.items(importing::ImportFinding::ambiguous).size(), 1U);
+    EXPECT_EQ(code.report.items(importing::ImportFinding::valueMissing).size(), 1U);
+    EXPECT_TRUE(tells(code, "row that can't be read: 1, the first is line 3"));
+}
+
+TEST(Lists, NmrViewNeedsASequence) {
+    const TemporaryFile sequence(">x\nMKA\n");
+    importing::ImportOptions options;
+    options.sequenceFile = sequence.path();
+    const importing::ImportedTable table =
+        importText("1.CA 55.1 1\n2.HN 8.1 1\n3.QB 1.3 1\n", options);
+    EXPECT_EQ(table.format, "nmrview");
+    EXPECT_EQ(rowsOf(table), (Rows{"1 M CA 55.1", "2 K HN 8.1"}));
+    EXPECT_TRUE(tells(table, "the rows have none"));
+}
+
+// One protein in every form, as a user gets it.
+TEST(BundledExamples, HoldTheSameShiftsInEveryForm) {
+    const std::string directory = ORVIX_EXAMPLES_DIR;
+    const GDB table(directory + "/ci2.tab");
+    Rows expected;
+    for (const auto& [index, entry] : table.entries) {
+        expected.push_back(entry.at("RESID") + " " + entry.at("RESNAME") + " " +
+                           entry.at("ATOMNAME") + " " + entry.at("SHIFT"));
+    }
+    std::sort(expected.begin(), expected.end());
+    for (const char* name :
+         {"ci2_v3.str", "ci2_v21.str", "ci2.nef", "ci2.prot", "ci2_resonances.list", "ci2_wide.csv",
+          "ci2_ccpnmr.csv", "ci2_rows.txt", "ci2_nmrview.ppm"}) {
+        Rows rows = rowsOf(importing::importShifts(directory + "/forms/" + name, {}));
+        std::sort(rows.begin(), rows.end());
+        EXPECT_EQ(rows, expected) << name;
+    }
+}
+
+TEST(UnknownForm, IsNamedOrListsTheKnownOnes) {
+    const std::string known = "known forms: nmrstar3, nmrstar21, nef, xeasy, sparky, csv";
+    for (const auto& [text, named] :
+         {std::pair{"some prose\n", "no known form"}, std::pair{"loop_ _a 1 stop_", "STAR file"},
+          std::pair{"%PDF\xff\xfe", "PDF"}, std::pair{">x\nMKL\n", "FASTA"},
+          std::pair{"MET 1\nLYS 2\n", "is a sequence"},
+          std::pair{"ATOM      1  N   MET A   1\n", "coordinate file"},
+          std::pair{"Assignment w1 w2\n\nM1N-H 120 8\n", "peak list"},
+          std::pair{"VARS RESID RESNAME ATOMNAME SHIFT\n1 M CA 55\n", "no DATA SEQUENCE line"},
+          std::pair{"DATA SEQUENCE M\nVARS RESID ATOMNAME\n", "column SHIFT missing"}}) {
+        const std::string message = refusal(text);
+        EXPECT_NE(message.find(known), std::string::npos) << text;
+        EXPECT_NE(message.find(named), std::string::npos) << message;
+    }
+    EXPECT_NE(refusal(" \n\n").find("the file is empty"), std::string::npos);
     importing::ImportOptions options;
     options.format = "xml";
     EXPECT_NE(refusal("x", options).find("known forms"), std::string::npos);
