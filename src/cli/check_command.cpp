@@ -37,8 +37,8 @@ ExitStatus check(const CheckOptions& options) {
     control.listener = [&](const Message& message) { progress.hear(message); };
     const auto model = std::make_shared<const Model>();
     const Settings settings = runSettings(options.preparation, data.path, input.title);
-    const Prediction run =
-        namingInput(input, [&] { return checkShifts(model, input.shifts, settings, control); });
+    const Prediction run = namingInput(
+        input.file, [&] { return checkShifts(model, input.shifts, settings, control); });
     progress.finish();
     const results::ShiftReport report =
         results::shiftReport(run, *model->table(run.settings.ssLimitFile));

@@ -132,15 +132,34 @@ std::string listed(const std::vector<int>& residues) {
     return list;
 }
 
+int residuesOfOtherClasses(const restraints::RestraintFile& file) {
+    int count = 0;
+    for (const auto& [number, residue] : file.prediction.residues) {
+        count += file.rules.classes.count(residue.classWord) == 0 ? 1 : 0;
+    }
+    return count;
+}
+
 void writeNotes(const restraints::RestraintFile& file, restraints::RestraintFormat format,
                 const ExportOptions& options) {
     const auto note = [](const std::string& text) { std::cerr << "orvix: note: " << text << '\n'; };
     const restraints::RestraintSet& set = file.set;
+    std::cerr << programName << ": " << set.restraints.size()
+              << " restraints: " << set.count(restraints::Dihedral::phi) << " phi, "
+              << set.count(restraints::Dihedral::psi) << " psi, "
+              << set.count(restraints::Dihedral::chi1) << " chi1\n";
+    if (const int left = residuesOfOtherClasses(file); left > 0) {
+        note(std::to_string(left) + " residues of other classes, not restrained");
+    }
     if (set.restraints.empty()) {
         note("no restraints: no residue of the chosen classes has a usable angle");
     }
     if (!set.endResidues.empty()) {
         note("residues at an end, not restrained: " + listed(set.endResidues));
+    }
+    if (!set.gapResidues.empty()) {
+        note("residues beside a gap of the sequence, the angle across it not restrained: " +
+             listed(set.gapResidues));
     }
     if (!set.unknownResidues.empty()) {
         note("residues of unknown type, not restrained (name them by --name-map NUMBER=NAME): " +

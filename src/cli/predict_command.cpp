@@ -1,5 +1,7 @@
 #include <CLI/CLI.hpp>
+#include <fstream>
 #include <iostream>
+#include <limits>
 #include <memory>
 #include <sstream>
 
@@ -161,6 +163,45 @@ void requireMatchingNames(const Prediction& checked, const results::ShiftReport&
     }
 }
 
+/// Refuses a range of residues that holds none, and tells of one that goes beyond the sequence.
+void checkRange(const PredictOptions& options, const Prediction& checked) {
+    const int begin = checked.seqFirstResid, end = begin + checked.seqLength - 1;
+    const int first = options.first.value_or(begin), last = options.last.value_or(end);
+    const auto range = [](int from, int to) {
+        return std::to_string(from) + " to " + std::to_string(to);
+    };
+    const bool outside = first > end || last < begin;
+    if (first > last || outside) {
+        throw RunEnd(EndReason::usage,
+                     "--first, --last: residues " + range(first, last) +
+                         (!outside ? " are in the wrong order"
+                                   : " are outside of the sequence, " + range(begin, end)));
+    }
+    if (first < begin || last > end) {
+        std::cerr << programName << ": note: the sequence has residues " << range(begin, end)
+                  << "; the range is cut to that\n";
+    }
+}
+
+/// Refuses an exclusion that leaves out nothing: most likely it is misspelt.
+void checkExclusion(const PredictOptions& options, const std::string& database) {
+    const std::string excluded = simplifyWhiteSpace(options.exclude);
+    if (excluded.empty()) {
+        return;
+    }
+    std::ifstream rows(database);
+    std::string source, before;
+    while (rows >> source) {
+        rows.ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+        if (source != before && excluded.find(source) != std::string::npos) {
+            return;
+        }
+        before.swap(source);
+    }
+    throw RunEnd(EndReason::usage, "--exclude: no source of the database occurs in \"" + excluded +
+                                       "\"; sources are whole words as in the table of matches");
+}
+
 void writeTables(const results::OutputDirectory& output, const Prediction& prediction) {
     for (const ResultTable table : resultTables) {
         writeWholeFile(output.file(tableFileName(table)), tableText(prediction, table));
@@ -177,6 +218,8 @@ void predictInto(results::OutputDirectory& output, const PredictOptions& options
     const Settings settings = settingsOf(options, input, data.path);
     {
         const Prediction checked = checkShifts(model, input.shifts, settings, control);
+        checkRange(options, checked);
+        checkExclusion(options, checked.settings.dbFile);
         requireMatchingNames(
             checked, results::shiftReport(checked, *model->table(checked.settings.ssLimitFile)),
             input.file);
@@ -225,7 +268,7 @@ void predict(const PredictOptions& options) {
     const StopSignals signals;
     results::OutputDirectory output(options.directory, options.force);
     try {
-        namingInput(input, [&] { predictInto(output, options, input, data, signals); });
+        namingInput(input.file, [&] { predictInto(output, options, input, data, signals); });
     } catch (const RunEnd&) {
         signals.check();
         throw;

@@ -71,7 +71,7 @@ RunInput takeInput(const std::string& file, const importing::ImportOptions& opti
         if (isPackedText(file)) {
             input.tableText = given;
         } else {
-            input.shifts = shiftInput(given, file);
+            input.shifts = namingInput(file, [&] { return shiftInput(given, file); });
         }
     } else {
         input.imported = importing::importShiftText(given, file, options);
@@ -81,7 +81,7 @@ RunInput takeInput(const std::string& file, const importing::ImportOptions& opti
         input.tableText = text.str();
     }
     if (!input.tableText.empty()) {
-        input.shifts = shiftInput(input.tableText, file);
+        input.shifts = namingInput(file, [&] { return shiftInput(input.tableText, file); });
     }
     // Titles are one line with single blanks, as from a command line of orvixn.
     input.title = simplifyWhiteSpace(!title.empty() ? title : !fromFile.empty() ? fromFile : file);

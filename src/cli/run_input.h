@@ -27,6 +27,20 @@ void addPreparationOptions(CLI::App& command, PreparationOptions& options);
 Settings runSettings(const PreparationOptions& options, const std::string& dataDirectory,
                      const std::string& title);
 
+/// Carries out `work` with `file` in front of what it says about it.
+template <class Work>
+auto namingInput(const std::string& file, const Work& work) {
+    try {
+        return work();
+    } catch (const RunEnd& end) {
+        const std::string message = end.what();
+        if (end.reason() == EndReason::input && message.find(file) == std::string::npos) {
+            throw InputRejected(file + ": " + message);
+        }
+        throw;
+    }
+}
+
 /// A shift file as the user gave it.
 struct RunInput {
     std::string file;   ///< as named by the user
@@ -44,20 +58,6 @@ struct RunInput {
 /// import. Throws InputRejected.
 RunInput takeInput(const std::string& file, const importing::ImportOptions& options,
                    const std::string& title);
-
-/// Carries out `work` with the name of the input in front of what it says about it.
-template <class Work>
-auto namingInput(const RunInput& input, const Work& work) {
-    try {
-        return work();
-    } catch (const RunEnd& end) {
-        const std::string message = end.what();
-        if (end.reason() == EndReason::input && message.find(input.file) == std::string::npos) {
-            throw InputRejected(input.file + ": " + message);
-        }
-        throw;
-    }
-}
 
 /// Tells on standard error what an import or an odd input table has to say.
 void tellImport(const RunInput& input);

@@ -1,5 +1,6 @@
 #include "restraints/dihedral_restraint.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -36,6 +37,16 @@ double rotamerCentre(const std::string& rotamer) {
 
 bool hasChi1(char letter) {
     return letter != 'A' && letter != 'G' && letter != 'P' && letter != 'p';
+}
+
+/// Whether nothing is known of a residue of the sequence, neither type nor shift nor name: it fills
+/// a gap of the numbering.
+bool isGap(const results::FinishedPrediction& prediction, int number, const std::set<int>& named) {
+    const auto found = prediction.residues.find(number);
+    return !isKnownLetter(prediction.letter(number)) && named.count(number) == 0 &&
+           (found == prediction.residues.end() ||
+            std::none_of(found->second.shifts.begin(), found->second.shifts.end(),
+                         [](const std::optional<double>& shift) { return shift.has_value(); }));
 }
 
 /// Collects the restraints of one residue after the other.
@@ -118,8 +129,18 @@ RestraintSet makeRestraints(const results::FinishedPrediction& prediction,
             set.unknownResidues.push_back(number);
             continue;
         }
-        collector.add(number, Dihedral::phi, residue.phi, residue.phiSpread);
-        collector.add(number, Dihedral::psi, residue.psi, residue.psiSpread);
+        // An angle does not reach over a gap: the atom at its other side is not bonded.
+        const bool missingBefore = isGap(prediction, number - 1, namedResidues);
+        const bool missingBehind = isGap(prediction, number + 1, namedResidues);
+        if (missingBefore || missingBehind) {
+            set.gapResidues.push_back(number);
+        }
+        if (!missingBefore) {
+            collector.add(number, Dihedral::phi, residue.phi, residue.phiSpread);
+        }
+        if (!missingBehind) {
+            collector.add(number, Dihedral::psi, residue.psi, residue.psiSpread);
+        }
         if (rules.withChi1 && residue.chi1 && isKnownLetter(residue.letter) &&
             hasChi1(residue.letter)) {
             collector.addChi1(number, *residue.chi1);

@@ -48,6 +48,7 @@ struct RestraintSet {
     int wholeCircle = 0;           ///< angles whose interval would be the whole circle
     std::vector<int> endResidues;  ///< chosen residues at an end of the chain or of the run
     std::vector<int> unknownResidues;  ///< chosen residues of unknown type
+    std::vector<int> gapResidues;  ///< chosen residues beside a gap, which no angle reaches into
     std::vector<int> outsideRotamer;   ///< chi1 angle outside the interval about its rotamer
 };
 

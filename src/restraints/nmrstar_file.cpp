@@ -42,7 +42,13 @@ class StarWriter {
         entry.tag("ID", entry_);
         entry.tag("Title", file_.prediction.title.empty() ? "Predicted torsion angle restraints"
                                                           : file_.prediction.title);
+        entry.tag("Type", "macromolecule");
         entry.tag("Version_type", "original");
+        entry.tag("Submission_date", date());
+        entry.tag("Accession_date", date());
+        entry.tag("Last_release_date", date());
+        entry.tag("Original_release_date", date());
+        entry.tag("Origination", "author");
         entry.tag("NMR_STAR_version", "3.2");
         entry.tag("Original_NMR_STAR_version", "3.2");
         entry.tag("Experimental_method", "NMR");
@@ -65,6 +71,7 @@ class StarWriter {
         assembly.tag("ID", one);
         assembly.tag("Name", "assembly");
         assembly.tag("Number_of_components", one);
+        assembly.tag("Paramagnetic", "no");
         assembly.beginLoop("Entity_assembly",
                            {"ID", "Entity_assembly_name", "Entity_ID", "Entity_label", "Asym_ID",
                             "Entry_ID", "Assembly_ID"});
@@ -119,7 +126,7 @@ class StarWriter {
         std::vector<std::string> tags = {"Index_ID", "ID", "Combination_ID", "Torsion_angle_name"};
         for (const char* const number : {"_1", "_2", "_3", "_4"}) {
             for (const char* const name : {"Entity_assembly_ID", "Entity_ID", "Comp_index_ID",
-                                           "Seq_ID", "Comp_ID", "Atom_ID"}) {
+                                           "Seq_ID", "Comp_ID", "Atom_ID", "Atom_type"}) {
                 tags.push_back(std::string(name) + number);
             }
         }
@@ -144,8 +151,9 @@ class StarWriter {
         std::vector<std::string> row = {std::to_string(id), std::to_string(id), "",
                                         torsionName(restraint.dihedral)};
         for (const TorsionAtom& atom : atoms) {
-            row.insert(row.end(), {one, one, place(atom.residue), place(atom.residue),
-                                   file_.residueName(atom.residue), atom.name});
+            row.insert(row.end(),
+                       {one, one, place(atom.residue), place(atom.residue),
+                        file_.residueName(atom.residue), atom.name, atom.name.substr(0, 1)});
         }
         row.insert(row.end(),
                    {degreesText(restraint.lower()), degreesText(restraint.upper()),
@@ -158,6 +166,9 @@ class StarWriter {
         row.emplace_back(one);
         return row;
     }
+
+    /// Day of writing.
+    std::string date() const { return file_.created.substr(0, 10); }
 
     /// Place in the sequence, from 1: the archive's own numbering.
     std::string place(int residue) const {

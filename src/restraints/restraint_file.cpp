@@ -41,8 +41,8 @@ std::string RestraintFile::numberText(int residue) const {
     }
     const auto found = prediction.residues.find(residue);
     if (found == prediction.residues.end() || found->second.authorNumber.empty()) {
-        throw InputRejected(source + ": no author's number for residue " +
-                            std::to_string(residue) + "; expected author_resid for all of them");
+        throw InputRejected(source + ": no author's number for residue " + std::to_string(residue) +
+                            "; expected author_resid for all of them");
     }
     return found->second.authorNumber;
 }

@@ -61,6 +61,10 @@ done
 expect 3 "nowhere.pdb" predict "$examples/$name.tab" --ref nowhere.pdb -o result
 leaves_nothing "a missing reference"
 expect 2 "is empty" predict "$examples/$name.tab" -o ""
+expect 2 "wrong order" predict "$examples/$name.tab" -o result --first 30 --last 20
+expect 2 "outside" predict "$examples/$name.tab" -o result --first 300
+expect 2 "no source" predict "$examples/$name.tab" -o result --exclude nothing
+leaves_nothing "a refused option"
 sed 's/ [A-Z] *\(HN\|N\|CA\|CB\|C\|HA\) / W \1 /' "$examples/$name.tab" >wrongnames.tab
 expect 3 "are not those of the sequence" predict wrongnames.tab -o deep/result
 [ ! -e deep ] || fail "a refused run left its parents"

@@ -9,7 +9,7 @@ namespace {
 cli::ExitStatus runImport(const std::vector<std::string>& words) {
     CLI::App app;
     cli::ExitStatus status = cli::ExitStatus::runError;
-    cli::addImportCommand(app, status);
+    cli::addImportCommand(*app.add_subcommand("import"), status);
     std::vector<std::string> reversed(words.rbegin(), words.rend());
     reversed.emplace_back("import");
     app.parse(reversed);
@@ -41,7 +41,7 @@ TEST(ImportCommand, TellsItsErrorsApart) {
     EXPECT_THROW(runImport({input.path(), "--list", "4"}), InputRejected);
     EXPECT_THROW(runImport({input.path(), "-o", "/nowhere/x.tab", "--report", "/dev/null"}),
                  RunError);
-    EXPECT_THROW(runImport({input.path(), "-o", input.path()}), RunError);
+    EXPECT_THROW(runImport({input.path(), "-o", input.path()}), CLI::ParseError);
     EXPECT_EQ(input.content(), text);
 }
 

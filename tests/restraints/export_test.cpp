@@ -118,7 +118,7 @@ ExportRun exportOf(const json& document, std::vector<std::string> arguments) {
     const TemporaryFile output;
     CLI::App app;
     orvix::cli::ExitStatus status = orvix::cli::ExitStatus::runError;
-    orvix::cli::addExportCommand(app, status);
+    orvix::cli::addExportCommand(*app.add_subcommand("export"), status);
     arguments.insert(arguments.begin(), {"export", input.path(), "-o", output.path()});
     ExportRun run;
     std::exception_ptr thrown;
@@ -196,6 +196,23 @@ TEST_P(EveryFormat, HoldsTheIntendedIntervalsAndNoOthers) {
     EXPECT_TRUE(hasText(run.notes, "1 angles whose interval would be the whole circle"));
     EXPECT_TRUE(hasText(run.notes, "7 angles without a value")) << run.notes;
     EXPECT_TRUE(hasText(run.notes, "1 side chains without")) << run.notes;
+}
+
+TEST_P(EveryFormat, NoAngleReachesIntoAGap) {
+    json document = exampleResults();
+    // The unknown residue 9 without a shift fills a gap; its neighbour 10 is made restrainable.
+    for (json& one : document["residues"]) {
+        if (one["resid"] == 9) {
+            one["shifts"] = nullptr;
+        }
+        if (one["resid"] == 10) {
+            one["class"] = "Strong";
+        }
+    }
+    const ExportRun run = exportAs(GetParam(), {}, document);
+    EXPECT_EQ(exampleRestraints.size() + 1, read(GetParam(), run.text).size());
+    EXPECT_TRUE(hasText(run.notes, "beside a gap of the sequence")) << run.notes;
+    EXPECT_TRUE(hasText(run.notes, std::to_string(exampleRestraints.size() + 1) + " restraints: "));
 }
 
 TEST_P(EveryFormat, WidthsClassesAndChi1FollowTheOptions) {
@@ -344,7 +361,7 @@ TEST(ExportInput, IsRejectedWithThePlace) {
         return rejection(document, cyana);
     };
     using Pointer = json::json_pointer;
-    EXPECT_TRUE(hasText(changed(Pointer("/schema_version"), 2), "version 1, found 2"));
+    EXPECT_TRUE(hasText(changed(Pointer("/schema_version"), 3), "version from 1 to 2, found 3"));
     EXPECT_TRUE(hasText(changed(Pointer("/schema"), "x"), "schema: expected \"orvix-results\""));
     EXPECT_TRUE(hasText(changed(Pointer("/residues/3/phi"), "x"),
                         "residues[3].phi: expected a number or null, found \"x\""));
@@ -361,7 +378,7 @@ TEST(ExportInput, IsRejectedWithThePlace) {
 
     CLI::App app;
     orvix::cli::ExitStatus status = orvix::cli::ExitStatus::done;
-    orvix::cli::addExportCommand(app, status);
+    orvix::cli::addExportCommand(*app.add_subcommand("export"), status);
     const TemporaryFile broken("{\"schema\": \"orvix-results\", ");
     EXPECT_THROW(app.parse("export --format nef " + broken.path()), orvix::InputRejected);
     const TemporaryFile deep("{\"schema\": " + std::string(200000, '[') + std::string(200000, ']') +
@@ -375,7 +392,7 @@ TEST(ExportOutput, NeverHalfWritten) {
     const auto parse = [](const std::string& line) {
         CLI::App app;
         orvix::cli::ExitStatus status = orvix::cli::ExitStatus::done;
-        orvix::cli::addExportCommand(app, status);
+        orvix::cli::addExportCommand(*app.add_subcommand("export"), status);
         app.parse(line);
     };
     EXPECT_THROW(parse("export " + input.path() + " --format cns -o /no/such/place/x.tbl"),
