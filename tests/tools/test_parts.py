@@ -73,9 +73,10 @@ class Chains(unittest.TestCase):
 
     def test_rows_need_both_angles_and_side_chains_may_be_unknown(self):
         path = self.source + "/chains.tsv"
-        self.assertEqual(chains.write_chains(path, chains.read_backbones(self.source, 4)), 3)
+        self.assertEqual(chains.write_chains(path, chains.read_backbones(self.source, 4), {"z"}), 3)
         first = next(dataset.read_tsv(path))
-        self.assertEqual((first["resid"], first["chi1"], first["dssp8"]), ("2", "9999.0", "H"))
+        cells = [first[name] for name in ("resid", "chi1", "dssp8", "set")]
+        self.assertEqual(cells, ["2", "9999.0", "H", "backbones"])
         self.assertEqual(first["source"], "s_z".ljust(18, "_"))
 
     def test_the_protein_itself_is_told_from_a_relative(self):

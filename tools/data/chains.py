@@ -74,17 +74,18 @@ def write_related(path, proteins, related):
             out.write(f"{p.id}\t{','.join(words)}\n")
 
 
-def write_chains(path, chains):
+def write_chains(path, chains, backbones):
     """One line a residue with both angles; returns their number."""
     count = 0
     with open(path, "w") as out:
-        out.write("source\tresid\tletter\tphi\tpsi\tchi1\tdssp8\n")
+        out.write("source\tresid\tletter\tphi\tpsi\tchi1\tdssp8\tset\n")
         for chain in sorted(chains):
+            kind = "backbones" if chain in backbones else "structures"
             for r in chains[chain]:
                 if r["aa"] in LETTERS and r["phi"] != "." and r["psi"] != ".":
                     chi1 = r.get("chi1", ".")
                     angles = [r["phi"], r["psi"], "9999.0" if chi1 == "." else chi1]
-                    cells = [chain_word(chain), r["index"], r["aa"], *angles, r["dssp8"]]
+                    cells = [chain_word(chain), r["index"], r["aa"], *angles, r["dssp8"], kind]
                     out.write("\t".join(cells) + "\n")
                     count += 1
     return count
@@ -100,12 +101,15 @@ def main():
         "--backbones", type=int, default=0, help="most residues of chains without side chains"
     )
     args = parser.parse_args()
-    chains = {**read_backbones(args.source, args.backbones), **read_structures(args.source)}
+    structures, backbones = read_structures(args.source), read_backbones(
+        args.source, args.backbones
+    )
+    chains = {**backbones, **structures}
     proteins = dataset.load_work(args.work)
     related, same = find_kin(proteins, chains)
     write_related(os.path.join(args.work, "related.tsv"), proteins, related)
     kept = {chain: rows for chain, rows in chains.items() if chain not in same}
-    residues = write_chains(os.path.join(args.work, "chains.tsv"), kept)
+    residues = write_chains(os.path.join(args.work, "chains.tsv"), kept, backbones)
     log(f"{len(kept)} chains, {residues} residues; {len(same)} chains left out that have shifts")
 
 

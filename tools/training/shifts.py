@@ -178,17 +178,27 @@ def blosum_rows(features):
 def read_chains(work):
     """Residues of the chains that enter the database, with DSSP states and breaks."""
     numbers = {"resid": int, "phi": float, "psi": float, "chi1": float}
-    out = {name: [] for name in ("source", "resid", "letter", "dssp8", "phi", "psi", "chi1")}
+    names = ("source", "resid", "letter", "dssp8", "phi", "psi", "chi1", "set")
+    out = {name: [] for name in names}
     for row in dataset.read_tsv(os.path.join(work, "chains.tsv")):
         for name, values in out.items():
             values.append(numbers.get(name, str)(row[name]))
     out = {name: np.array(values) for name, values in out.items()}
     out["dssp"] = out.pop("dssp8")
-    new_chain = out["source"][1:] != out["source"][:-1]
-    breaks = np.flatnonzero(new_chain | (np.diff(out["resid"]) != 1)) + 1
-    edges = np.concatenate([[0], breaks, [len(out["resid"])]])
-    out["chains"] = [(int(a), int(b)) for a, b in zip(edges[:-1], edges[1:])]
-    return out
+    return with_breaks(out)
+
+
+def with_breaks(columns):
+    """Columns of residues, and under `chains` the ranges of those that follow each other."""
+    source, resid = columns["source"], columns["resid"]
+    breaks = np.flatnonzero((source[1:] != source[:-1]) | (np.diff(resid) != 1)) + 1
+    edges = [0, *breaks.tolist(), len(resid)]
+    return {**columns, "chains": list(zip(edges[:-1], edges[1:]))}
+
+
+def selected(chains, mask):
+    """The residues of `mask`."""
+    return with_breaks({name: values[mask] for name, values in chains.items() if name != "chains"})
 
 
 def kind_of(ss, letter, phi):
@@ -371,6 +381,9 @@ def main():
     )
     parser.add_argument("work")
     parser.add_argument("--seed", type=int, default=11)
+    parser.add_argument(
+        "--all", action="store_true", help="first training on chains without side chains too"
+    )
     args = parser.parse_args()
     folder = os.path.join(args.work, "synthetic")
     os.makedirs(folder, exist_ok=True)
@@ -382,6 +395,10 @@ def main():
     computed = apply(nets, x, windows_of(chains["chains"], len(x) - 1)) * SCALE
     write_computed(os.path.join(folder, "chains.tsv"), chains, computed)
 
+    # The first training of the networks is on the chains of structures.tsv.gz, unless all are
+    # wanted.
+    mask = np.ones(len(computed), bool) if args.all else chains["set"] == "structures"
+    chains, computed = selected(chains, mask), computed[mask]
     dumps = {name: load_features(args.work, name) for name in FILLED}
     dumps["full"] = data.dump
     filler = train_filler(dumps.values(), os.path.join(folder, "filler"))
@@ -401,8 +418,9 @@ def main():
         spread=spread,
     )
     log(
-        "%d residues with computed shifts, %d of them in chains related to a protein with "
-        "shifts and coordinates" % (len(related), related.sum())
+        "%d residues with computed shifts in the first training, %d of them in chains related "
+        "to a protein with shifts and coordinates, which the networks leave out"
+        % (len(related), related.sum())
     )
 
 
