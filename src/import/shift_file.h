@@ -82,6 +82,10 @@ ShiftFile readNmrView(std::string_view text, const std::string& path);
 bool isListRow(const std::vector<std::string_view>& words);
 bool isNmrViewRow(const std::vector<std::string_view>& words);
 
+/// What keeps a text with the header of an input table from being one, in words; empty for a text
+/// without such a header.
+std::string nameBrokenTable(std::string_view text);
+
 /// What a text that has none of the forms is instead, in words; empty when that isn't known.
 std::string nameWrongForm(std::string_view text);
 

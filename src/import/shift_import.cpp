@@ -54,6 +54,16 @@ ImportedTable importShiftText(const std::string& text, const std::string& path,
     if (text.find_first_not_of(" \t\n") == std::string::npos) {
         throw InputRejected(path + ": the file is empty");
     }
+    if (options.format.empty() && options.sequenceFile.empty()) {
+        // Its rows could be read as a list, but then a sequence with holes would be made of them.
+        const std::string broken = nameBrokenTable(text);
+        if (!broken.empty()) {
+            throw InputRejected(
+                path + ": " + broken +
+                "; mend the table, or name the whole sequence by --sequence; known forms: " +
+                knownForms());
+        }
+    }
     const std::string format = options.format.empty() ? findFormat(text) : options.format;
     for (const Form& form : forms) {
         if (format == form.name) {

@@ -48,7 +48,9 @@ bool isSequenceList(std::string_view text) {
     return residues > 1;
 }
 
-std::string nameTable(std::string_view text) {
+}  // namespace
+
+std::string nameBrokenTable(std::string_view text) {
     bool sequence = false;
     int line = 0;
     std::vector<std::string> columns;
@@ -80,10 +82,8 @@ std::string nameTable(std::string_view text) {
     return sequence ? "" : "looks like an input table: no DATA SEQUENCE line";
 }
 
-}  // namespace
-
 std::string nameWrongForm(std::string_view text) {
-    std::string table = nameTable(text);
+    std::string table = nameBrokenTable(text);
     if (!table.empty()) {
         return table;
     }

@@ -75,13 +75,12 @@ TEST_F(WholeRun, EndsWithAReason) {
 
 TEST_F(WholeRun, AgainAndAgainTheSameBytes) {
     const auto tables = [this](int threads) {
-        orvix::limitThreads(threads);
+        const orvix::ScopedThreadLimit limit(threads);
         settled()->orvixPredict();
         return table("pred.tab") + table("predAll.tab") + table("predChi1.tab");
     };
     const std::string first = tables(1);
     EXPECT_EQ(tables(2), first);
-    orvix::limitThreads(0);
 }
 
 }  // namespace
