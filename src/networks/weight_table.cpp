@@ -5,18 +5,11 @@
 
 #include "base/large_pages.h"
 #include "base/numbers.h"
-#include "base/parallel.h"
 #include "networks/weight_text.h"
 #include "tables/gdb.h"
 #include "tables/gdb2.h"
 
 namespace orvix::networks {
-namespace {
-
-// A thread is worth its start from about this much text on.
-constexpr std::size_t textPerThread = std::size_t{4} << 20;
-
-}  // namespace
 
 std::vector<const double*> WeightTable::rows() const {
     std::vector<const double*> starts;
@@ -83,33 +76,11 @@ WeightTable readWeightTablePlain(const std::string& path, WeightRules rules, int
 
 std::optional<WeightTable> readWeightTableFast(const std::string& path, WeightRules rules,
                                                int columns, int threads) {
-    WeightText text;
-    if (!text.open(path, rules, columns)) {
+    std::optional<WeightTable> table = WeightText(rules, columns).read(path, threads);
+    if (table && table->bias.empty()) {
         return std::nullopt;
     }
-    if (threads <= 0) {
-        threads = std::min(availableThreads(), static_cast<int>(text.bodySize() / textPerThread));
-    }
-    const std::vector<WeightText::Part> parts = text.split(std::max(1, threads));
-    std::vector<WeightTable> tables(parts.size());
-    std::vector<char> good(parts.size());
-    parallelFor(static_cast<int>(parts.size()), threads, [&](int i) {
-        const std::size_t at = static_cast<std::size_t>(i);
-        good[at] = text.readRows(parts[at], tables[at]) ? 1 : 0;
-    });
-    if (std::find(good.begin(), good.end(), 0) != good.end()) {
-        return std::nullopt;
-    }
-    WeightTable& result = tables[0];
-    for (std::size_t i = 1; i < tables.size(); ++i) {
-        std::move(tables[i].blocks.begin(), tables[i].blocks.end(),
-                  std::back_inserter(result.blocks));
-        result.bias.insert(result.bias.end(), tables[i].bias.begin(), tables[i].bias.end());
-    }
-    if (result.bias.empty()) {
-        return std::nullopt;
-    }
-    return std::move(result);
+    return table;
 }
 
 WeightTable readWeightTable(const std::string& path, WeightRules rules, int columns, int threads) {
