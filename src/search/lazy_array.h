@@ -1,13 +1,12 @@
 #pragma once
 
-#include <sys/mman.h>
-
 #include <cstddef>
-#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <new>
 #include <type_traits>
+
+#include "base/large_pages.h"
 
 namespace orvix::search {
 
@@ -33,35 +32,14 @@ class LazyArray {
         count_ = 0;
     }
 
-    /// Asks for large pages, for arrays that will be filled in one go: the first touches of small
-    /// ones cost as much as reading the text. A hint; without support all works the same.
-    void useLargePages() noexcept {
-#ifdef MADV_HUGEPAGE
-        constexpr std::uintptr_t page = std::uintptr_t{2} << 20;
-        const auto begin = reinterpret_cast<std::uintptr_t>(data());
-        const std::uintptr_t first = (begin + page - 1) / page * page;
-        const std::uintptr_t last = (begin + count_ * sizeof(T)) / page * page;
-        if (last > first) {
-            (void)madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
-        }
-#endif
-    }
+    /// For arrays that will be filled in one go.
+    void useLargePages() const { adviseLargePages(data(), count_ * sizeof(T)); }
 
-    std::size_t size() const {
-        return count_;
-    }
-    T* data() {
-        return cells_.get();
-    }
-    const T* data() const {
-        return cells_.get();
-    }
-    T& operator[](std::ptrdiff_t i) {
-        return data()[i];
-    }
-    const T& operator[](std::ptrdiff_t i) const {
-        return data()[i];
-    }
+    std::size_t size() const { return count_; }
+    T* data() { return cells_.get(); }
+    const T* data() const { return cells_.get(); }
+    T& operator[](std::ptrdiff_t i) { return data()[i]; }
+    const T& operator[](std::ptrdiff_t i) const { return data()[i]; }
 
   private:
     struct Free {
@@ -77,7 +55,7 @@ class LazyRows {
   public:
     void reset(std::size_t rows) { cells_.reset(rows * Width); }
     void clear() noexcept { cells_.clear(); }
-    void useLargePages() noexcept { cells_.useLargePages(); }
+    void useLargePages() const { cells_.useLargePages(); }
     std::size_t size() const { return cells_.size() / Width; }
     T* operator[](std::ptrdiff_t row) { return cells_.data() + row * Width; }
     const T* operator[](std::ptrdiff_t row) const { return cells_.data() + row * Width; }
