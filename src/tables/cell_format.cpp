@@ -16,11 +16,13 @@ void takeLiteral(std::string_view& spec, std::string& literal) {
     }
 }
 
-// Takes the digits at the front; false when they make more than the widest cell.
-bool takeNumber(std::string_view& spec, int& number) {
+// Takes the digits at the front and adds them to `safe`; false when they make more than the widest
+// cell.
+bool takeNumber(std::string_view& spec, int& number, std::string& safe) {
     number = 0;
     for (; !spec.empty() && isDigit(spec[0]); spec.remove_prefix(1)) {
         number = number * 10 + (spec[0] - '0');
+        safe += spec[0];
         if (number > CellFormat::widest) {
             return false;
         }
@@ -28,22 +30,20 @@ bool takeNumber(std::string_view& spec, int& number) {
     return true;
 }
 
-// snprintf into `out`, whatever the length. `print` is called as print(buffer, size).
-template <typename Print>
-void appendPrinted(std::string& out, Print print) {
+// The specifier is one that this unit has made for a number of this type.
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+template <typename Number>
+void appendPrinted(std::string& out, const char* spec, Number value) {
     char small[256];
-    const int length = print(small, sizeof small);
-    if (length < 0) {
-        return;
-    }
-    const std::size_t size = static_cast<std::size_t>(length);
+    const int length = std::snprintf(small, sizeof small, spec, value);
+    const std::size_t size = length < 0 ? 0 : static_cast<std::size_t>(length);
     if (size < sizeof small) {
         out.append(small, size);
         return;
     }
     const std::size_t old = out.size();
     out.resize(old + size + 1);
-    print(out.data() + old, size + 1);
+    std::snprintf(out.data() + old, size + 1, spec, value);
     out.resize(old + size);
 }
 
@@ -76,22 +76,25 @@ bool CellFormat::parse(std::string_view spec) {
         return false;
     }
     spec.remove_prefix(1);
+    safe_ = "%";
     for (; !spec.empty() && (spec[0] == '-' || spec[0] == '0'); spec.remove_prefix(1)) {
         leftAligned_ = leftAligned_ || spec[0] == '-';
-        zeroFilled_ = zeroFilled_ || spec[0] == '0';
+        safe_ += spec[0];
     }
-    if (!takeNumber(spec, width_)) {
+    if (!takeNumber(spec, width_, safe_)) {
         return false;
     }
     if (!spec.empty() && spec[0] == '.') {
         spec.remove_prefix(1);
-        if (!takeNumber(spec, precision_)) {
+        safe_ += '.';
+        if (!takeNumber(spec, precision_, safe_)) {
             return false;
         }
     }
     if (spec.empty() || spec[0] != type_) {
         return false;
     }
+    safe_ += type_;
     spec.remove_prefix(1);
     takeLiteral(spec, after_);
     return spec.empty();
@@ -126,35 +129,13 @@ void CellFormat::appendText(std::string& out, std::string_view text) const {
 
 void CellFormat::appendInt(std::string& out, int value) const {
     out += before_;
-    const bool own = type_ == 'd' && meaningful_;
-    const int width = own ? width_ : 0;
-    const int precision = own ? precision_ : -1;
-    appendPrinted(out, [&](char* to, std::size_t size) {
-        if (own && leftAligned_) {
-            return std::snprintf(to, size, "%-*.*d", width, precision, value);
-        }
-        if (own && zeroFilled_ && precision < 0) {
-            return std::snprintf(to, size, "%0*d", width, value);
-        }
-        return std::snprintf(to, size, "%*.*d", width, precision, value);
-    });
+    appendPrinted(out, type_ == 'd' && meaningful_ ? safe_.c_str() : "%d", value);
     out += after_;
 }
 
 void CellFormat::appendReal(std::string& out, double value) const {
     out += before_;
-    const bool own = type_ == 'f' && meaningful_;
-    const int width = own ? width_ : 0;
-    const int precision = own ? precision_ : -1;
-    appendPrinted(out, [&](char* to, std::size_t size) {
-        if (own && leftAligned_) {
-            return std::snprintf(to, size, "%-*.*f", width, precision, value);
-        }
-        if (own && zeroFilled_) {
-            return std::snprintf(to, size, "%0*.*f", width, precision, value);
-        }
-        return std::snprintf(to, size, "%*.*f", width, precision, value);
-    });
+    appendPrinted(out, type_ == 'f' && meaningful_ ? safe_.c_str() : "%f", value);
     out += after_;
 }
 

@@ -7,10 +7,10 @@ namespace orvix::tables {
 
 /// A column's print specifier, read once and applied to many cells with the results of C's printf.
 ///
-/// A specifier comes from a file, so it is never handed to printf. One that C gives no meaning to
-/// (flags or a second point behind the digits, a width or precision above `widest`) prints the cell
-/// as its type, without width, between the white space that surrounds it. Cells print whole at any
-/// length.
+/// A specifier comes from a file, so printf is handed one made anew from its parts. One that C
+/// gives no meaning to (flags or a second point behind the digits, a width or precision above
+/// `widest`) prints the cell as its type, without width, between the white space that surrounds it.
+/// Cells print whole at any length.
 class CellFormat {
   public:
     static constexpr int widest = 65535;
@@ -35,9 +35,9 @@ class CellFormat {
     char type_ = '\0';
     bool meaningful_ = false;
     bool leftAligned_ = false;
-    bool zeroFilled_ = false;
     int width_ = 0;
     int precision_ = -1;  // none
+    std::string safe_;    // the specifier without what surrounds it
     std::string before_;
     std::string after_;
 };
