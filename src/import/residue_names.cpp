@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "base/residues.h"
 #include "import/shift_text.h"
 
 namespace orvix::importing {
@@ -10,11 +11,15 @@ namespace {
 
 using Letters = std::map<std::string, char, std::less<>>;
 
-const Letters standardNames = {{"ALA", 'A'}, {"ARG", 'R'}, {"ASN", 'N'}, {"ASP", 'D'},
-                               {"CYS", 'C'}, {"GLN", 'Q'}, {"GLU", 'E'}, {"GLY", 'G'},
-                               {"HIS", 'H'}, {"ILE", 'I'}, {"LEU", 'L'}, {"LYS", 'K'},
-                               {"MET", 'M'}, {"PHE", 'F'}, {"PRO", 'P'}, {"SER", 'S'},
-                               {"THR", 'T'}, {"TRP", 'W'}, {"TYR", 'Y'}, {"VAL", 'V'}};
+const Letters standardNames = [] {
+    Letters letters;
+    for (const Residue& residue : residues) {
+        if (residue.isStandard()) {
+            letters.emplace(residue.name, residue.letter);
+        }
+    }
+    return letters;
+}();
 
 // States that structure programs give names of their own.
 const Letters stateNames = {

@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "base/angles.h"
+#include "base/residues.h"
 #include "restraints/restraint_names.h"
 
 namespace orvix::restraints {
@@ -159,25 +160,9 @@ std::array<TorsionAtom, 4> torsionAtoms(const DihedralRestraint& restraint, char
         case Dihedral::chi1:
             break;
     }
-    std::string gamma = "CG";
-    switch (letter) {
-        case 'I':
-        case 'V':
-            gamma = "CG1";
-            break;
-        case 'S':
-            gamma = "OG";
-            break;
-        case 'T':
-            gamma = "OG1";
-            break;
-        case 'C':
-        case 'c':
-            gamma = "SG";
-            break;
-        default:
-            break;
-    }
+    const Residue* const residue = findResidue(letter);
+    const bool known = residue != nullptr && !residue->gamma.empty();
+    const std::string gamma(known ? residue->gamma : "CG");
     return {{{i, "N"}, {i, "CA"}, {i, "CB"}, {i, gamma}}};
 }
 

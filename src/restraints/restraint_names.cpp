@@ -6,20 +6,11 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "base/residues.h"
+
 namespace orvix::restraints {
 
 namespace {
-
-struct LetterName {
-    char letter;
-    std::string_view name;
-};
-
-constexpr LetterName letterNames[] = {
-    {'A', "ALA"}, {'R', "ARG"}, {'N', "ASN"}, {'D', "ASP"}, {'C', "CYS"}, {'c', "CYS"},
-    {'Q', "GLN"}, {'E', "GLU"}, {'G', "GLY"}, {'H', "HIS"}, {'h', "HIS"}, {'I', "ILE"},
-    {'L', "LEU"}, {'K', "LYS"}, {'M', "MET"}, {'F', "PHE"}, {'P', "PRO"}, {'p', "PRO"},
-    {'S', "SER"}, {'T', "THR"}, {'W', "TRP"}, {'Y', "TYR"}, {'V', "VAL"}};
 
 constexpr std::string_view oxidisedCysteine = "CYSS";
 constexpr std::string_view unknownName = "UNK";
@@ -37,8 +28,7 @@ bool isName(std::string_view text) {
 }  // namespace
 
 bool isKnownLetter(char letter) {
-    return std::any_of(std::begin(letterNames), std::end(letterNames),
-                       [letter](const LetterName& entry) { return entry.letter == letter; });
+    return findResidue(letter) != nullptr;
 }
 
 RestraintNames::RestraintNames(bool cyana) : cyana_(cyana) {}
@@ -62,8 +52,7 @@ void RestraintNames::addEntry(const std::string& entry) {
     } else if (key.size() == 1 && (isKnownLetter(key[0]) || key[0] == 'X' || key[0] == '?')) {
         byLetter_[key[0]] = name;
     } else if (key == oxidisedCysteine || key == unknownName ||
-               std::any_of(std::begin(letterNames), std::end(letterNames),
-                           [&key](const LetterName& known) { return known.name == key; })) {
+               (findResidue(key) != nullptr && findResidue(key)->isStandard())) {
         byName_[key] = name;
     } else {
         throw std::invalid_argument("'" + key + "' in '" + entry +
@@ -75,12 +64,12 @@ std::string RestraintNames::standardName(char letter) const {
     if (letter == 'c' && cyana_) {
         return std::string(oxidisedCysteine);
     }
-    for (const LetterName& entry : letterNames) {
-        if (entry.letter == letter) {
-            return std::string(entry.name);
-        }
+    if (!isKnownLetter(letter)) {
+        return std::string(unknownName);
     }
-    return std::string(unknownName);
+    // A state of its own has the name of its amino acid.
+    const int standard = std::toupper(static_cast<unsigned char>(letter));
+    return std::string(findResidue(static_cast<char>(standard))->name);
 }
 
 std::string RestraintNames::name(int residue, char letter) const {

@@ -11,6 +11,7 @@
 
 #include "base/narrow.h"
 #include "base/numbers.h"
+#include "base/residues.h"
 #include "base/streams.h"
 #include "tables/gdb.h"
 
@@ -202,12 +203,9 @@ const CORdata& PDB::findAtom(int model, long long res, const std::string& name) 
 }
 
 std::string PDB::getOneAAName(const std::string& name) {
-    static const std::map<std::string, std::string> letters = {
-        {"ALA", "A"}, {"CYS", "C"}, {"cys", "c"},  {"ASP", "D"},  {"GLU", "E"},
-        {"PHE", "F"}, {"GLY", "G"}, {"HIS", "H"},  {"HIS+", "H"}, {"his", "h"},
-        {"ILE", "I"}, {"LYS", "K"}, {"LYS+", "K"}, {"LEU", "L"},  {"MET", "M"},
-        {"ASN", "N"}, {"PRO", "P"}, {"GLN", "Q"},  {"ARG", "R"},  {"ARG+", "R"},
-        {"SER", "S"}, {"THR", "T"}, {"VAL", "V"},  {"TRP", "W"},  {"TYR", "Y"}};
-    const auto found = letters.find(name);
-    return found == letters.end() ? "X" : found->second;
+    if (name == "HIS+" || name == "LYS+" || name == "ARG+") {
+        return getOneAAName(name.substr(0, 3));
+    }
+    const orvix::Residue* const residue = orvix::findResidue(name);
+    return residue == nullptr || residue->letter == 'p' ? "X" : std::string(1, residue->letter);
 }

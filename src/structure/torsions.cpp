@@ -1,3 +1,4 @@
+#include "base/residues.h"
 #include "structure/dihedral.h"
 #include "structure/pdb.h"
 
@@ -6,23 +7,9 @@ namespace {
 constexpr float noAngle = 9999.0F;
 
 // The atom that ends chi1 by residue name; empty for a residue without chi1.
-std::string chi1End(const std::string& residue) {
-    if (residue == "GLY" || residue == "ALA") {
-        return std::string();
-    }
-    if (residue == "VAL" || residue == "ILE") {
-        return "CG1";
-    }
-    if (residue == "THR") {
-        return "OG1";
-    }
-    if (residue == "SER") {
-        return "OG";
-    }
-    if (residue == "CYS" || residue == "cys") {
-        return "SG";
-    }
-    return "CG";
+std::string chi1End(const std::string& name) {
+    const orvix::Residue* const residue = orvix::findResidue(name);
+    return residue == nullptr ? "CG" : std::string(residue->gamma);
 }
 
 // The third and fourth atom of chi2.

@@ -7,22 +7,11 @@
 #include <ostream>
 #include <utility>
 
+#include "base/residues.h"
 #include "base/streams.h"
 #include "base/text.h"
 
 namespace {
-
-struct ResidueName {
-    const char* name;
-    const char* letter;
-};
-
-// Upper and lower case count: "cys", "his" and "pro" are states of their own.
-constexpr ResidueName residueNames[] = {
-    {"ALA", "A"}, {"cys", "c"}, {"CYS", "C"}, {"ASP", "D"}, {"GLU", "E"}, {"PHE", "F"},
-    {"GLY", "G"}, {"his", "h"}, {"HIS", "H"}, {"ILE", "I"}, {"LYS", "K"}, {"LEU", "L"},
-    {"MET", "M"}, {"ASN", "N"}, {"pro", "p"}, {"PRO", "P"}, {"GLN", "Q"}, {"ARG", "R"},
-    {"SER", "S"}, {"THR", "T"}, {"VAL", "V"}, {"TRP", "W"}, {"TYR", "Y"}};
 
 bool columnIsValid(const std::string& name, const std::string& spec) {
     if (!orvix::checkFormat(spec)) {
@@ -296,12 +285,8 @@ int GDB2::getTypeFromFormatStr(const std::string& spec) {
 }
 
 std::string GDB2::three2One(const std::string& name) {
-    for (const ResidueName& residue : residueNames) {
-        if (name == residue.name) {
-            return residue.letter;
-        }
-    }
-    return "?";
+    const orvix::Residue* const residue = orvix::findResidue(name);
+    return residue == nullptr ? "?" : std::string(1, residue->letter);
 }
 
 bool GDB2::checkFormat(const std::string& spec) {
