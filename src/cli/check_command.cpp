@@ -1,14 +1,14 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
-#include "cli/check_report.h"
 #include "cli/command.h"
 #include "cli/data_directory.h"
 #include "cli/import_options.h"
 #include "cli/output_options.h"
-#include "cli/run_input.h"
+#include "cli/prediction_options.h"
 #include "cli/run_progress.h"
 #include "model/model.h"
+#include "results/check_report.h"
 #include "results/gather.h"
 #include "results/results_file.h"
 
@@ -18,10 +18,13 @@ namespace {
 struct CheckOptions {
     std::string file;
     bool json = false;
-    FailOn failOn = FailOn::gross;
+    results::FailOn failOn = results::FailOn::gross;
+    std::string dataDirectory;
     importing::ImportOptions import;
-    PreparationOptions preparation;
+    jobs::Preparation preparation;
 };
+
+using results::FailOn;
 
 const std::map<std::string, FailOn> failOnWords = {{"gross", FailOn::gross},
                                                    {"any", FailOn::any},
@@ -29,25 +32,26 @@ const std::map<std::string, FailOn> failOnWords = {{"gross", FailOn::gross},
                                                    {"none", FailOn::none}};
 
 ExitStatus check(const CheckOptions& options) {
-    const DataDirectory data = findDataDirectory(dataPlaces(options.preparation.dataDirectory));
-    const RunInput input = takeInput(options.file, options.import, options.preparation.title);
+    const DataDirectory data = findDataDirectory(dataPlaces(options.dataDirectory));
+    const jobs::RunInput input =
+        jobs::takeInput(options.file, options.import, options.preparation.title);
     tellImport(input);
     RunProgress progress("the report");
     RunControl control;
     control.listener = [&](const Message& message) { progress.hear(message); };
     const auto model = std::make_shared<const Model>();
-    const Settings settings = runSettings(options.preparation, data.path, input.title);
-    const Prediction run = namingInput(
+    const Settings settings = jobs::runSettings(options.preparation, data.path, input.title);
+    const Prediction run = jobs::namingInput(
         input.file, [&] { return checkShifts(model, input.shifts, settings, control); });
     progress.finish();
     const results::ShiftReport report =
         results::shiftReport(run, *model->table(run.settings.ssLimitFile));
-    const FindingCounts counts = countFindings(report);
+    const results::FindingCounts counts = results::countFindings(report);
     writeResult(options.json
                     ? results::shiftReportText(report, input.file, run.settings.inTitle,
                                                run.seqFirstResid, run.seqLength, counts.all())
-                    : checkText(report, input.file, run.seqFirstResid, run.seqLength));
-    return failsCheck(counts, options.failOn) ? ExitStatus::findings : ExitStatus::done;
+                    : results::checkText(report, input.file, run.seqFirstResid, run.seqLength));
+    return results::failsCheck(counts, options.failOn) ? ExitStatus::findings : ExitStatus::done;
 }
 
 }  // namespace
@@ -69,6 +73,7 @@ void addCheckCommand(CLI::App& command, ExitStatus& status) {
         ->check(CLI::IsMember(failOnWords))
         ->type_name("WHAT")
         ->default_str("gross");
+    addDataOption(command, options->dataDirectory);
     addPreparationOptions(command, options->preparation);
     addImportOptions(command, options->import, "Reading FILE (see orvix import)");
     command.footer("Exit status: 0 done, 4 findings (see --fail-on), 3 input rejected.");

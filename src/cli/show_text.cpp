@@ -7,7 +7,7 @@
 #include <optional>
 
 #include "base/angles.h"
-#include "cli/plain_words.h"
+#include "results/plain_words.h"
 
 namespace orvix::cli {
 namespace {
@@ -202,7 +202,7 @@ class Page {
     }
 
     std::string totals() const {
-        std::string text = "\n" + classCounts(prediction_) + "\n";
+        std::string text = "\n" + results::classCounts(prediction_) + "\n";
         int compared = 0, wrong = 0, rotamers = 0, rightRotamers = 0;
         double phiSquares = 0.0, psiSquares = 0.0;
         for (const auto& [number, residue] : prediction_.residues) {

@@ -1,4 +1,4 @@
-#include "cli/check_report.h"
+#include "results/check_report.h"
 
 #include <gtest/gtest.h>
 
@@ -51,34 +51,34 @@ TEST(CheckReport, FindingsByWhatTheyAskFor) {
     run.findings.offsets["CA"] = estimate;
     run.findings.offsets["HA"].negative.size = 3;
     const auto report = [&] { return results::shiftReport(run, GDB()); };
-    const auto text = [&] { return cli::checkText(report(), "f", 1, 20); };
-    const auto fails = [&](cli::FailOn strictness) {
-        return cli::failsCheck(cli::countFindings(report()), strictness);
+    const auto text = [&] { return results::checkText(report(), "f", 1, 20); };
+    const auto fails = [&](results::FailOn strictness) {
+        return results::failsCheck(results::countFindings(report()), strictness);
     };
-    EXPECT_FALSE(fails(cli::FailOn::any));
+    EXPECT_FALSE(fails(results::FailOn::any));
     EXPECT_NE(text().find("No findings"), std::string::npos);
     EXPECT_NE(text().find("too few shifts (3)"), std::string::npos);
 
     // The limits do not hold for the ends of the chain: nothing is gross there.
     run.findings.outliers = {{1, "L", "CB", -8.9404, -4.3, true}};
-    EXPECT_TRUE(fails(cli::FailOn::any));
-    EXPECT_FALSE(fails(cli::FailOn::gross));
+    EXPECT_TRUE(fails(results::FailOn::any));
+    EXPECT_FALSE(fails(results::FailOn::gross));
     EXPECT_NE(text().find("1 L CB   -8.940  limit   -4.300\n"), std::string::npos);
     run.findings.outliers.push_back({7, "E", "HN", 5.0, 2.39, true});
-    EXPECT_TRUE(fails(cli::FailOn::gross));
-    EXPECT_FALSE(fails(cli::FailOn::offset));
+    EXPECT_TRUE(fails(results::FailOn::gross));
+    EXPECT_FALSE(fails(results::FailOn::offset));
     EXPECT_NE(text().find("2 outliers (1 gross)"), std::string::npos);
 
     run.findings.offsets["CA"].accepted = true;
-    EXPECT_TRUE(fails(cli::FailOn::offset));
-    EXPECT_FALSE(fails(cli::FailOn::none));
+    EXPECT_TRUE(fails(results::FailOn::offset));
+    EXPECT_FALSE(fails(results::FailOn::none));
     // Significant for the run, but within what its estimate can be off.
     run.findings.offsets["CA"].offset = 0.4;
-    EXPECT_FALSE(fails(cli::FailOn::offset));
+    EXPECT_FALSE(fails(results::FailOn::offset));
     EXPECT_NE(text().find("too small to act on"), std::string::npos);
 
     run.findings.mismatches = {{5, "A", "G"}, {5, "A", "G"}, {6, "A", "G"}};
-    EXPECT_EQ(cli::countFindings(report()).mismatches, 2);
+    EXPECT_EQ(results::countFindings(report()).mismatches, 2);
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 
 #include "results/shift_report.h"
 
-namespace orvix::cli {
+namespace orvix::results {
 
 /// Which findings make `orvix check` end with the status of findings.
 enum class FailOn { none, offset, gross, any };
@@ -18,7 +18,7 @@ struct FindingCounts {
     int mismatches = 0;    ///< residues whose name is not that of the sequence
     int all() const { return outliers + offsets + otherOffsets + mismatches; }
 };
-FindingCounts countFindings(const results::ShiftReport& report);
+FindingCounts countFindings(const ShiftReport& report);
 
 /// Whether these findings fail a check of that strictness: `offset` is for offsets that should be
 /// corrected, `gross` for these, gross outliers and wrong residue names, `any` for any finding.
@@ -26,13 +26,13 @@ bool failsCheck(const FindingCounts& counts, FailOn strictness);
 
 /// Whether an offset is one to correct: significant for the run, more than twice its uncertainty,
 /// and not below what well referenced proteins show.
-bool isWorthCorrecting(std::string_view nucleus, const results::ReferencingOffset& offset);
+bool isWorthCorrecting(std::string_view nucleus, const ReferencingOffset& offset);
 
 /// The report as text for people.
-std::string checkText(const results::ShiftReport& report, const std::string& file, int firstResidue,
+std::string checkText(const ShiftReport& report, const std::string& file, int firstResidue,
                       int residueCount);
 
 /// "L1 C" for an outlier: letter, number, atom.
-std::string outlierName(const results::Outlier& outlier);
+std::string outlierName(const Outlier& outlier);
 
-}  // namespace orvix::cli
+}  // namespace orvix::results

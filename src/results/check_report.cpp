@@ -1,11 +1,11 @@
-#include "cli/check_report.h"
+#include "results/check_report.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
 
-namespace orvix::cli {
+namespace orvix::results {
 namespace {
 
 /// A line of the report, never a long one.
@@ -27,14 +27,13 @@ struct OffsetLine {
 };
 constexpr OffsetLine offsetLines[] = {{"CA", "CA/CB", 0.5}, {"HA", "HA", 0.2}, {"C", "C", 1.0}};
 
-std::string offsetText(const results::ShiftReport& report) {
+std::string offsetText(const ShiftReport& report) {
     std::string text = "Referencing offsets (ppm)\n";
     for (const OffsetLine& line : offsetLines) {
         text += printed("  %-6s", line.name);
-        const auto& offset = report.offsets[results::placeOf(results::offsetNuclei, line.nucleus)];
+        const auto& offset = report.offsets[placeOf(offsetNuclei, line.nucleus)];
         if (!offset) {
-            const results::ReferencingLines& lines =
-                report.lines[results::placeOf(results::lineNuclei, line.nucleus)];
+            const ReferencingLines& lines = report.lines[placeOf(lineNuclei, line.nucleus)];
             text += printed("too few shifts (%d) for an estimate\n",
                             lines.negative.count + lines.positive.count);
             continue;
@@ -48,9 +47,9 @@ std::string offsetText(const results::ShiftReport& report) {
     return text;
 }
 
-std::string outlierText(const results::ShiftReport& report) {
+std::string outlierText(const ShiftReport& report) {
     std::string text = "Outliers (secondary shift beyond the limit of its residue and atom, ppm)\n";
-    for (const results::Outlier& outlier : report.outliers) {
+    for (const Outlier& outlier : report.outliers) {
         text += printed("  %5d ", outlier.residue) + outlier.name + " " +
                 printed("%-3s", outlier.atom.c_str()) +
                 printed("%8.3f  limit %8.3f%s\n", outlier.shift.value_or(0.0),
@@ -59,11 +58,10 @@ std::string outlierText(const results::ShiftReport& report) {
     return text + (report.outliers.empty() ? "  none\n" : "");
 }
 
-std::string completenessText(const results::ShiftReport& report) {
+std::string completenessText(const ShiftReport& report) {
     std::string text = "Completeness (assigned of expected)\n";
     for (const std::string_view atom : {"HN", "N", "HA", "C", "CA", "CB"}) {
-        const results::Completeness& one =
-            report.completeness[results::placeOf(results::shiftAtoms, atom)];
+        const Completeness& one = report.completeness[placeOf(shiftAtoms, atom)];
         text += printed("  %-3s %5d of %5d", std::string(atom).c_str(), one.assigned, one.expected);
         if (one.expected > 0) {
             text += printed("  %5.1f %%", 100.0 * one.assigned / one.expected);
@@ -73,9 +71,9 @@ std::string completenessText(const results::ShiftReport& report) {
     return text;
 }
 
-std::string mismatchText(const results::ShiftReport& report) {
+std::string mismatchText(const ShiftReport& report) {
     std::string text = "Rows whose residue name is not that of the sequence\n";
-    for (const results::NameMismatch& mismatch : report.mismatches) {
+    for (const NameMismatch& mismatch : report.mismatches) {
         text += printed("  %5d ", mismatch.residue) + mismatch.tableName + ", sequence " +
                 (mismatch.sequenceName.empty() ? "has no such residue" : mismatch.sequenceName) +
                 "\n";
@@ -105,7 +103,7 @@ std::string countText(const FindingCounts& counts) {
 
 }  // namespace
 
-bool isWorthCorrecting(std::string_view nucleus, const results::ReferencingOffset& offset) {
+bool isWorthCorrecting(std::string_view nucleus, const ReferencingOffset& offset) {
     const auto* const line =
         std::find_if(std::begin(offsetLines), std::end(offsetLines), [&](const OffsetLine& one) {
             return one.nucleus == nucleus || (nucleus == "CB" && one.nucleus == "CA");
@@ -115,14 +113,14 @@ bool isWorthCorrecting(std::string_view nucleus, const results::ReferencingOffse
            size > 2.0 * offset.uncertainty.value_or(0.0);
 }
 
-FindingCounts countFindings(const results::ShiftReport& report) {
+FindingCounts countFindings(const ShiftReport& report) {
     FindingCounts counts;
     counts.outliers = static_cast<int>(report.outliers.size());
-    for (const results::Outlier& outlier : report.outliers) {
+    for (const Outlier& outlier : report.outliers) {
         counts.gross += outlier.gross ? 1 : 0;
     }
     for (const OffsetLine& line : offsetLines) {
-        const auto& offset = report.offsets[results::placeOf(results::offsetNuclei, line.nucleus)];
+        const auto& offset = report.offsets[placeOf(offsetNuclei, line.nucleus)];
         if (offset && offset->significant) {
             ++(isWorthCorrecting(line.nucleus, *offset) ? counts.offsets : counts.otherOffsets);
         }
@@ -145,11 +143,11 @@ bool failsCheck(const FindingCounts& counts, FailOn strictness) {
     return counts.all() > 0;
 }
 
-std::string outlierName(const results::Outlier& outlier) {
+std::string outlierName(const Outlier& outlier) {
     return outlier.name + std::to_string(outlier.residue) + " " + outlier.atom;
 }
 
-std::string checkText(const results::ShiftReport& report, const std::string& file, int firstResidue,
+std::string checkText(const ShiftReport& report, const std::string& file, int firstResidue,
                       int residueCount) {
     std::string text = "Shift check of " + file + "\n";
     text += printed("%d residues from %d on\n\n", residueCount, firstResidue);
@@ -161,4 +159,4 @@ std::string checkText(const results::ShiftReport& report, const std::string& fil
     return text + countText(countFindings(report));
 }
 
-}  // namespace orvix::cli
+}  // namespace orvix::results

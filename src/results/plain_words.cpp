@@ -1,15 +1,13 @@
-#include "cli/plain_words.h"
+#include "results/plain_words.h"
 
 #include <cmath>
 #include <cstdio>
 #include <map>
 
-#include "cli/check_report.h"
+#include "results/check_report.h"
 
-namespace orvix::cli {
+namespace orvix::results {
 namespace {
-
-using results::ReferencingOffset;
 
 constexpr std::size_t listedItems = 6;
 
@@ -31,9 +29,9 @@ std::string fixed(double value, int decimals) {
     return text;
 }
 
-std::string outlierWords(const results::ShiftReport& report) {
+std::string outlierWords(const ShiftReport& report) {
     std::vector<std::string> gross, others;
-    for (const results::Outlier& outlier : report.outliers) {
+    for (const Outlier& outlier : report.outliers) {
         (outlier.gross ? gross : others).push_back(outlierName(outlier));
     }
     const std::size_t all = gross.size() + others.size();
@@ -51,10 +49,10 @@ std::string outlierWords(const results::ShiftReport& report) {
     return text + ". Check the assignment of gross ones";
 }
 
-std::string offsetWords(const results::ShiftReport& report, bool deuterated) {
+std::string offsetWords(const ShiftReport& report, bool deuterated) {
     std::string toCorrect, applied;
-    for (const std::string_view nucleus : results::lineNuclei) {
-        const auto& offset = report.offsets[results::placeOf(results::offsetNuclei, nucleus)];
+    for (const std::string_view nucleus : lineNuclei) {
+        const auto& offset = report.offsets[placeOf(offsetNuclei, nucleus)];
         const bool worth = offset && isWorthCorrecting(nucleus, *offset);
         if (!offset || (!worth && !offset->applied) || (deuterated && nucleus == "CA")) {
             continue;
@@ -76,9 +74,9 @@ std::string offsetWords(const results::ShiftReport& report, bool deuterated) {
     return text;
 }
 
-std::string nameWords(const results::ShiftReport& report) {
+std::string nameWords(const ShiftReport& report) {
     std::vector<std::string> items;
-    for (const results::NameMismatch& one : report.mismatches) {
+    for (const NameMismatch& one : report.mismatches) {
         items.push_back(std::to_string(one.residue) + " " + one.tableName + " (sequence " +
                         (one.sequenceName.empty() ? "-" : one.sequenceName) + ")");
     }
@@ -88,7 +86,7 @@ std::string nameWords(const results::ShiftReport& report) {
 
 }  // namespace
 
-std::string classCounts(const results::FinishedPrediction& prediction) {
+std::string classCounts(const FinishedPrediction& prediction) {
     std::map<std::string, int> counts;
     for (const auto& [number, residue] : prediction.residues) {
         ++counts[residue.classWord];
@@ -104,17 +102,16 @@ std::string classCounts(const results::FinishedPrediction& prediction) {
     return text;
 }
 
-bool looksDeuterated(const results::ShiftReport& report) {
+bool looksDeuterated(const ShiftReport& report) {
     constexpr double least = -1.0, most = -0.2;  // ppm, CA and CB of a deuterated sample
-    const results::Completeness& alpha =
-        report.completeness[results::placeOf(results::shiftAtoms, "HA")];
-    const auto& offset = report.offsets[results::placeOf(results::offsetNuclei, "CA")];
+    const Completeness& alpha = report.completeness[placeOf(shiftAtoms, "HA")];
+    const auto& offset = report.offsets[placeOf(offsetNuclei, "CA")];
     return alpha.assigned * 20 < alpha.expected && offset && offset->significant &&
            offset->offset.value_or(0.0) > least && offset->offset.value_or(0.0) < most;
 }
 
-std::vector<std::string> plainWords(const results::FinishedPrediction& prediction) {
-    const results::ShiftReport& report = prediction.check;
+std::vector<std::string> plainWords(const FinishedPrediction& prediction) {
+    const ShiftReport& report = prediction.check;
     const bool deuterated = !prediction.settings.isotopeCorrection && looksDeuterated(report);
     std::vector<std::string> lines = {classCounts(prediction)};
     const std::string found[] = {
@@ -134,4 +131,4 @@ std::vector<std::string> plainWords(const results::FinishedPrediction& predictio
     return lines;
 }
 
-}  // namespace orvix::cli
+}  // namespace orvix::results

@@ -1,0 +1,74 @@
+#include "cli/prediction_options.h"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+
+#include "base/numbers.h"
+#include "base/version.h"
+#include "cli/import_options.h"
+
+namespace orvix::cli {
+namespace {
+
+/// Empty for a number from 0 to 1, else what is wrong.
+std::string isOrderParameter(const std::string& text) {
+    double value = 0.0;
+    const char* const end = text.data() + text.size();
+    const bool whole = !text.empty() && readDouble(text.data(), end, value) == end;
+    return whole && value >= 0.0 && value <= 1.0 ? "" : text + " is not a number from 0 to 1";
+}
+
+}  // namespace
+
+void addPreparationOptions(CLI::App& command, jobs::Preparation& preparation) {
+    command.add_option("--title", preparation.title, "Title in the tables; FILE if absent")
+        ->type_name("TEXT");
+    command.add_flag("--no-proton,--noproton", preparation.noProton,
+                     "Take HA and HN as missing, work from 13C and 15N alone");
+    command.add_flag("--iso", preparation.isotopeCorrection,
+                     "Correct CA and CB shifts of a deuterated sample");
+    command.add_flag("--keep-cysteines", preparation.keepCysteines,
+                     "Keep the cysteine states as given instead of taking them from CB");
+}
+
+void addPredictionOptions(CLI::App& command, jobs::PredictionOptions& options) {
+    command
+        .add_option("--ref", options.reference,
+                    "Known structure to compare with (PDB format, first chain)")
+        ->type_name("FILE");
+    command.add_option("--ref-title", options.referenceTitle, "Its title in the tables")
+        ->type_name("TEXT");
+    addPreparationOptions(command, options.preparation);
+    command.add_flag("--offset", options.offset, "Apply the referencing offsets that are found");
+    command.add_flag("--no-clip", options.noClip, "Keep extreme shifts when shifts are averaged");
+    command
+        .add_option("--s2-threshold", options.s2Threshold,
+                    "Residues with a lower S2 are of class Dyn")
+        ->check(isOrderParameter, "number from 0 to 1")
+        ->type_name("X")
+        ->capture_default_str();
+    command
+        .add_option("--exclude", options.exclude,
+                    "Leave out database proteins whose source occurs in TEXT")
+        ->type_name("TEXT");
+    command.add_option("--first", options.first, "First residue to predict")->type_name("N");
+    command.add_option("--last", options.last, "Last residue to predict")->type_name("N");
+    command.add_option("--count", options.count, "Matches that a residue needs to count as served")
+        ->check(CLI::Range(1, 25))
+        ->type_name("N")
+        ->capture_default_str();
+    addImportOptions(command, options.import, "Reading FILE (see orvix import)");
+}
+
+void tellImport(const jobs::RunInput& input) {
+    if (input.imported) {
+        std::cerr << programName << ": " << input.file << " read as " << input.imported->format
+                  << ", " << input.imported->shifts.size() << " backbone shifts; "
+                  << input.imported->fit.text << '\n';
+    }
+    for (const std::string& warning : input.warnings) {
+        std::cerr << programName << ": warning: " << warning << '\n';
+    }
+}
+
+}  // namespace orvix::cli

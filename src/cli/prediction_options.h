@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+#include "jobs/prediction_job.h"
+
+namespace CLI {
+class App;
+}
+
+namespace orvix::cli {
+
+/// Options that `check` shares with the predictions.
+void addPreparationOptions(CLI::App& command, jobs::Preparation& preparation);
+
+/// All that can be asked of a prediction, with the options of reading its file.
+void addPredictionOptions(CLI::App& command, jobs::PredictionOptions& options);
+
+/// Tells on standard error what the reading of an input has to say.
+void tellImport(const jobs::RunInput& input);
+
+}  // namespace orvix::cli
