@@ -9,7 +9,14 @@ class App;
 namespace orvix::cli {
 
 /// Exit statuses of the program; every subcommand keeps to them.
-enum class ExitStatus { done = 0, runError = 1, usageError = 2, inputRejected = 3, findings = 4 };
+enum class ExitStatus {
+    done = 0,
+    runError = 1,
+    usageError = 2,
+    inputRejected = 3,
+    findings = 4,
+    someFailed = 5
+};
 
 /// Fill an empty subcommand with its options and its callback, which sets `status` and may throw
 /// any RunEnd. The table of program.cpp has a row for each.
@@ -18,6 +25,8 @@ void addCheckCommand(CLI::App& command, ExitStatus& status);
 void addPredictCommand(CLI::App& command, ExitStatus& status);
 void addShowCommand(CLI::App& command, ExitStatus& status);
 void addExportCommand(CLI::App& command, ExitStatus& status);
+void addBatchCommand(CLI::App& command, ExitStatus& status);
+void addCollectCommand(CLI::App& command, ExitStatus& status);
 void addProfileCommand(CLI::App& command, ExitStatus& status);
 
 }  // namespace orvix::cli

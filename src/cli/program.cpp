@@ -27,6 +27,8 @@ constexpr Subcommand subcommands[] = {
      "Turn a shift file (NMR-STAR 3 and 2.1, NEF, XEASY/CYANA, Sparky, CSV) into an input table"},
     {"check", addCheckCommand, "Check shifts for outliers, referencing offsets and completeness"},
     {"predict", addPredictCommand, "Predict torsion angles, secondary structure and S2"},
+    {"batch", addBatchCommand, "Predict many proteins in one go, and go on after an interruption"},
+    {"collect", addCollectCommand, "Join the stores of batches, write their tables as text"},
     {"show", addShowCommand, "Show a finished prediction residue by residue"},
     {"export", addExportCommand, "Write dihedral restraints from a finished prediction"},
     {"profile", addProfileCommand,
@@ -108,7 +110,7 @@ int runCommand(int argc, const char* const* argv) {
     app.require_subcommand(1);
     app.footer(
         "Exit status: 0 done, 1 the run failed, 2 wrong usage, 3 the input was rejected,\n"
-        "4 done with findings (check).");
+        "4 done with findings (check), 5 done but for some failed jobs (batch).");
     ExitStatus status = ExitStatus::done;
     for (const Subcommand& one : subcommands) {
         one.add(*app.add_subcommand(one.name, one.description), status);

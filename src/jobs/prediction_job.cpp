@@ -83,11 +83,12 @@ void checkRange(const PredictionOptions& options, const Prediction& checked,
     const auto range = [](int from, int to) {
         return std::to_string(from) + " to " + std::to_string(to);
     };
-    if (first > last || first > end || last < begin) {
+    const bool outside = first > end || last < begin;
+    if (first > last || outside) {
         throw RunEnd(EndReason::usage,
                      "--first, --last: residues " + range(first, last) +
-                         (first > last ? " are in the wrong order"
-                                       : " are outside of the sequence, " + range(begin, end)));
+                         (!outside ? " are in the wrong order"
+                                   : " are outside of the sequence, " + range(begin, end)));
     }
     if (first < begin || last > end) {
         notes.push_back("the sequence has residues " + range(begin, end) +
