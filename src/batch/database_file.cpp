@@ -2,6 +2,8 @@
 
 #include <sqlite3.h>
 
+#include <filesystem>
+
 #include "base/run_end.h"
 
 namespace orvix::batch {
@@ -9,6 +11,8 @@ namespace {
 
 /// How long a file that another program has locked is waited for, milliseconds.
 constexpr int lockPatience = 5000;
+/// A disk with less room, bytes, counts as full.
+constexpr std::uintmax_t leastSpace = 1U << 20U;
 
 }  // namespace
 
@@ -31,7 +35,15 @@ DatabaseFile::~DatabaseFile() {
 }
 
 void DatabaseFile::fail() const {
-    throw RunError(path_ + ": " + sqlite3_errmsg(handle_));
+    std::string text = path_ + ": " + sqlite3_errmsg(handle_);
+    // SQLite calls a log that can't grow an I/O error and keeps the cause to itself.
+    std::error_code unknown;
+    if ((sqlite3_errcode(handle_) & 0xFF) == SQLITE_IOERR &&
+        std::filesystem::space(std::filesystem::absolute(path_).parent_path(), unknown).available <
+            leastSpace) {
+        text += ", the disk is full";
+    }
+    throw RunError(text);
 }
 
 void DatabaseFile::run(const std::string& sql) {

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
-#include <fstream>
+#include <map>
 #include <set>
 #include <sstream>
 
@@ -250,9 +250,10 @@ class Names {
     std::string nameFor(const std::string& file) {
         const std::string base = stem(file);
         std::string name = base;
-        for (std::size_t copy = ++copies_[base]; !taken_.insert(name).second;
-             copy = ++copies_[base]) {
-            name = base + "-" + std::to_string(std::max<std::size_t>(copy, 2));
+        std::size_t& last = copies_[base];
+        while (!taken_.insert(name).second) {
+            last = std::max<std::size_t>(last + 1, 2);
+            name = base + "-" + std::to_string(last);
         }
         return name;
     }
