@@ -8,8 +8,8 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     orvix::restraints::RestraintFile file;
     try {
-        file.prediction = orvix::results::parseResults(
-            {reinterpret_cast<const char*>(data), size}, "input");
+        file.prediction =
+            orvix::results::parseResults({reinterpret_cast<const char*>(data), size}, "input");
     } catch (const orvix::InputRejected&) {
         return 0;
     }

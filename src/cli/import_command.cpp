@@ -59,7 +59,9 @@ void run(const ImportArguments& arguments) {
 
 void addImportCommand(CLI::App& command, ExitStatus& status) {
     auto arguments = std::make_shared<ImportArguments>();
-    command.add_option("FILE", arguments->file, "Shift file, plain or gzip; - for the standard input")->required();
+    command
+        .add_option("FILE", arguments->file, "Shift file, plain or gzip; - for the standard input")
+        ->required();
     command.add_option("-o,--output", arguments->output, "Write the table here, not to the screen");
     command.add_option("--report", arguments->report,
                        "Write the whole report here, not to standard error");

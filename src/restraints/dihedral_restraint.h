@@ -48,8 +48,8 @@ struct RestraintSet {
     int wholeCircle = 0;           ///< angles whose interval would be the whole circle
     std::vector<int> endResidues;  ///< chosen residues at an end of the chain or of the run
     std::vector<int> unknownResidues;  ///< chosen residues of unknown type
-    std::vector<int> gapResidues;  ///< chosen residues beside a gap, which no angle reaches into
-    std::vector<int> outsideRotamer;   ///< chi1 angle outside the interval about its rotamer
+    std::vector<int> gapResidues;     ///< chosen residues beside a gap, which no angle reaches into
+    std::vector<int> outsideRotamer;  ///< chi1 angle outside the interval about its rotamer
 };
 
 /// Restraints for the residues of the chosen classes. Never one from a missing value, a spread of 0
