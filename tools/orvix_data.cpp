@@ -6,7 +6,7 @@
 //     orvix-data triplets  WORK TABLES OUT [ROWS]
 //     orvix-data features  WORK TABLES NAME [full|noproton|drop SEED]
 //
-// WORK is the directory that tools/cleaning.py writes: proteins.tsv, labels.tsv.gz unpacked as
+// WORK is the directory that tools/data/cleaning.py writes: proteins.tsv, labels.tsv.gz unpacked as
 // labels.tsv, scales.tsv, tables/<id>.tab, ref/<id>.pdb, perhaps chains.tsv. TABLES is the table
 // directory of a run.
 
