@@ -8,6 +8,7 @@
 #include "base/text.h"
 #include "base/version.h"
 #include "base/whole_file.h"
+#include "jobs/placed_reference.h"
 #include "model/model.h"
 #include "results/gather.h"
 #include "results/plain_words.h"
@@ -159,6 +160,7 @@ PredictionOutcome predictInput(const std::shared_ptr<const Model>& model, const 
     return namingInput(input.file, [&] {
         const Settings settings = settingsOf(options, input, data.path);
         PredictionOutcome outcome;
+        ShiftInput shifts = input.shifts;
         {
             RunControl quiet = control;
             quiet.listener = nullptr;
@@ -167,8 +169,11 @@ PredictionOutcome predictInput(const std::shared_ptr<const Model>& model, const 
             requireMatchingNames(
                 checked, results::shiftReport(checked, *model->table(checked.settings.ssLimitFile)),
                 input.file);
+            shifts.reference =
+                placedReference(settings.refFile, checked.sequenceAsRead, outcome.notes);
         }
-        const Prediction prediction = orvix::predict(model, input.shifts, settings, control);
+        const Prediction prediction =
+            orvix::predict(model, std::move(shifts), settings, control);
         results::ResultsOrigin origin;
         origin.inputFile = input.file;
         if (input.imported) {

@@ -15,7 +15,7 @@ namespace {
 /// A table that can't be read is the fault of the input.
 template <class Load>
 ShiftInput loadInput(const std::string& name, const Load& load) {
-    ShiftInput input{name, {}};
+    ShiftInput input{name, {}, nullptr};
     try {
         load(input.table);
     } catch (const RunEnd& end) {
@@ -24,8 +24,12 @@ ShiftInput loadInput(const std::string& name, const Load& load) {
     return input;
 }
 
-void loadReference(ORVIX& run) {
+void loadReference(ORVIX& run, const std::shared_ptr<const PDB>& given) {
     if (run.refFile.empty()) {
+        return;
+    }
+    if (given != nullptr) {
+        run.refPDB = new PDB(*given);
         return;
     }
     run.refPDB = new PDB(run.refFile);
@@ -75,8 +79,9 @@ Prediction carryOut(const std::shared_ptr<const Model>& model, ShiftInput input,
     run.tablesToFiles = false;
     run.stop = control.stop;
     run.takeSettings(settings);
+    const std::shared_ptr<const PDB> reference = input.reference;
     run.takeInput(std::move(input));
-    loadReference(run);
+    loadReference(run, reference);
     run.checkpoint();
     stages(run);
     Prediction result = takeResults(run);

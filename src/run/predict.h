@@ -12,6 +12,8 @@
 #include "run/settings.h"
 #include "tables/gdb.h"
 
+class PDB;
+
 namespace orvix {
 
 class Model;
@@ -20,6 +22,9 @@ class Model;
 struct ShiftInput {
     std::string name;  ///< file or whatever else messages call it
     GDB table;         ///< the input table
+    /// The known structure to compare with, with the residue numbers of the table; absent for the
+    /// file of Settings::refFile as it stands.
+    std::shared_ptr<const PDB> reference{};
 };
 
 /// Parses the text of an input table. `name` stands for it in messages.

@@ -49,6 +49,19 @@ compare titled "-inTitle two words -excl $source_word -s2Thresh 0.8" \
 compare reference "-ref $examples/$name.pdb -noproton -first 10 -last 40 -offset -iso -count 5" \
     --ref "$examples/$name.pdb" --no-proton --first 10 --last 40 --offset --iso --count 5
 
+# A known structure with other residue numbers gives the same tables, with a word.
+awk '/^ATOM/ { $0 = substr($0, 1, 22) sprintf("%4d", substr($0, 23, 4) + 500) substr($0, 27) } { print }' \
+    "$examples/$name.pdb" >shifted.pdb
+expect 0 "changed by -500" predict "$examples/$name.tab" -o shifted --no-proton --first 10 --last 40 \
+    --offset --iso --count 5 --ref shifted.pdb --ref-title "$examples/$name.pdb"
+for table in pred predChi1 predAll; do
+    cmp "shifted/$table.tab" "reference/$table.tab" || fail "a renumbered reference: $table"
+done
+other=ci2
+[ "$name" != ci2 ] || other=fgf2
+expect 3 "is no structure of this protein" predict "$examples/$name.tab" -o result --ref "$examples/$other.pdb"
+leaves_nothing "a structure of another protein"
+
 # Nothing under the final name, and nothing beside it, of a run that failed.
 sed 's/^DATA SEQUENCE.*//' "$examples/$name.tab" >nosequence.tab
 sed 's/^FORMAT.*/FORMAT %4d %1s %4s %q/' "$examples/$name.tab" >badformat.tab
