@@ -31,6 +31,15 @@ const std::map<std::string, FailOn> failOnWords = {{"gross", FailOn::gross},
                                                    {"offset", FailOn::offset},
                                                    {"none", FailOn::none}};
 
+/// What is odd about an input table, in front of the report.
+std::string tableRemarks(const jobs::RunInput& input) {
+    std::string text;
+    for (const std::string& warning : input.tableReport.warnings()) {
+        text += (text.empty() ? "Remarks on the table\n  " : "  ") + warning + "\n";
+    }
+    return text.empty() ? text : text + "\n";
+}
+
 ExitStatus check(const CheckOptions& options) {
     const DataDirectory data = findDataDirectory(dataPlaces(options.dataDirectory));
     const jobs::RunInput input =
@@ -50,7 +59,8 @@ ExitStatus check(const CheckOptions& options) {
     writeResult(options.json
                     ? results::shiftReportText(report, input.file, run.settings.inTitle,
                                                run.seqFirstResid, run.seqLength, counts.all())
-                    : results::checkText(report, input.file, run.seqFirstResid, run.seqLength));
+                    : tableRemarks(input) + results::checkText(report, input.file,
+                                                               run.seqFirstResid, run.seqLength));
     return results::failsCheck(counts, options.failOn) ? ExitStatus::findings : ExitStatus::done;
 }
 

@@ -76,6 +76,8 @@ class ImportReport {
     /// number of those left out is told.
     void write(std::ostream& out, std::size_t itemLimit = 0) const;
 
+    bool deuterated = false;  ///< the file says so of its sample
+
   private:
     std::vector<std::string> notes_;
     std::vector<std::string> warnings_;

@@ -99,8 +99,9 @@ class Star21Reader {
                 const bool ofMolecule = plainText(loop->cell(row, molecule)).starts_with('$');
                 if (ofMolecule && text.find("2H") != std::string::npos &&
                     deuterated_.insert(text).second) {
+                    file_.report.deuterated = true;
                     file_.report.note("deuterated sample (" + text +
-                                      "): consider the option -iso of orvixn");
+                                      "): consider the option --iso of orvix predict");
                 }
             }
         }

@@ -271,8 +271,9 @@ class Star3Reader {
                 const std::string text = plainText(loop->cell(row, labels));
                 if (!plainText(loop->cell(row, entity)).empty() &&
                     text.find("2H") != std::string::npos && deuterated_.insert(text).second) {
+                    file_.report.deuterated = true;
                     file_.report.note("deuterated sample (" + text +
-                                      "): consider the option -iso of orvixn");
+                                      "): consider the option --iso of orvix predict");
                 }
             }
         }

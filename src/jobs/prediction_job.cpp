@@ -49,6 +49,9 @@ std::string logText(const RunInput& input, const DataPlace& data,
             "\n";
     text += "Data: " + data.path + " (" + data.found + ")\n";
     text += "Settings: " + results::settingsText(settings) + "\n\n";
+    for (const std::string& warning : input.tableReport.warnings()) {
+        text += "warning: " + warning + "\n";
+    }
     for (const Message& message : prediction.messages) {
         text += message.text;
     }
@@ -182,7 +185,8 @@ PredictionOutcome predictInput(const std::shared_ptr<const Model>& model, const 
         origin.settings = recordedSettings(options, data.path);
         outcome.finished = results::finishedPrediction(
             prediction, origin, *model->table(prediction.settings.ssLimitFile));
-        outcome.words = results::plainWords(outcome.finished);
+        outcome.words = results::plainWords(
+            outcome.finished, input.imported && input.imported->report.deuterated);
         if (withFiles) {
             outcome.files =
                 resultFiles(input, prediction, outcome,

@@ -84,6 +84,17 @@ std::string nameWords(const ShiftReport& report) {
                          : "Residue names that are not those of the sequence: " + listed(items);
 }
 
+std::string deuterationWords(bool said, bool looks) {
+    if (said) {
+        return std::string("The entry says that the sample is deuterated") +
+               (looks ? ", and CA and CB are low together: run again with --iso"
+                      : ": if CA and CB are of a deuterated protein, run again with --iso");
+    }
+    return looks ? "The sample looks deuterated (no HA, CA and CB low together): if it is, run "
+                   "again with --iso"
+                 : "";
+}
+
 }  // namespace
 
 std::string classCounts(const FinishedPrediction& prediction) {
@@ -110,16 +121,15 @@ bool looksDeuterated(const ShiftReport& report) {
            offset->offset.value_or(0.0) > least && offset->offset.value_or(0.0) < most;
 }
 
-std::vector<std::string> plainWords(const FinishedPrediction& prediction) {
+std::vector<std::string> plainWords(const FinishedPrediction& prediction,
+                                    bool saidDeuterated) {
     const ShiftReport& report = prediction.check;
-    const bool deuterated = !prediction.settings.isotopeCorrection && looksDeuterated(report);
+    const bool uncorrected = !prediction.settings.isotopeCorrection;
+    const bool deuterated = uncorrected && looksDeuterated(report);
     std::vector<std::string> lines = {classCounts(prediction)};
-    const std::string found[] = {
-        outlierWords(report), offsetWords(report, deuterated),
-        deuterated ? "The sample looks deuterated (no HA, CA and CB low together): if it is, run "
-                     "again with --iso"
-                   : "",
-        nameWords(report)};
+    const std::string found[] = {outlierWords(report), offsetWords(report, deuterated),
+                                 deuterationWords(uncorrected && saidDeuterated, deuterated),
+                                 nameWords(report)};
     for (const std::string& line : found) {
         if (!line.empty()) {
             lines.push_back(line);

@@ -9,8 +9,9 @@ namespace orvix::results {
 
 /// What a spectroscopist has to know about a finished prediction, in at most six lines: classes,
 /// outliers, offsets of the referencing and what to do, deuteration, residue names that don't fit.
-/// Where nothing was found, one line says so.
-std::vector<std::string> plainWords(const FinishedPrediction& prediction);
+/// Where nothing was found, one line says so. `saidDeuterated`: the entry says so of its sample.
+std::vector<std::string> plainWords(const FinishedPrediction& prediction,
+                                    bool saidDeuterated = false);
 
 /// "64 residues: Strong 40, Generous 3, ...", the classes in the order of trust.
 std::string classCounts(const FinishedPrediction& prediction);
