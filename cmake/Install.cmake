@@ -10,6 +10,7 @@ if(ORVIX_BUILD_PROGRAMS)
 endif()
 install(DIRECTORY ${CMAKE_BINARY_DIR}/share/orvixn/tab DESTINATION ${ORVIX_DATA_DIR}
         COMPONENT data OPTIONAL)
+install(FILES data/proteins.tsv DESTINATION ${ORVIX_DATA_DIR} COMPONENT data)
 install(DIRECTORY examples DESTINATION ${ORVIX_DATA_DIR} COMPONENT data)
 
 # The library is static: no interface between versions is promised, and a program linked to it keeps

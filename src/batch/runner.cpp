@@ -58,7 +58,8 @@ std::string keyOf(const Job& job, const std::string& data) {
     const importing::ImportOptions& import = options.import;
     for (const std::string& text :
          {std::string(programName), std::string(programVersion()), data, job.file,
-          results::settingsText(jobs::recordedSettings(options, "")), options.preparation.title,
+          results::settingsText(jobs::recordedSettings(options, "")),
+          std::to_string(options.excludeRelatives.value_or(0)), options.preparation.title,
           options.referenceTitle, import.format, import.list, import.entity, import.assembly,
           import.numbering, import.sequenceFile, std::to_string(import.maxAmbiguity)}) {
         hash.add(text);

@@ -59,8 +59,8 @@ ExitStatus check(const CheckOptions& options) {
     writeResult(options.json
                     ? results::shiftReportText(report, input.file, run.settings.inTitle,
                                                run.seqFirstResid, run.seqLength, counts.all())
-                    : tableRemarks(input) + results::checkText(report, input.file,
-                                                               run.seqFirstResid, run.seqLength));
+                    : tableRemarks(input) +
+                          results::checkText(report, input.file, run.seqFirstResid, run.seqLength));
     return results::failsCheck(counts, options.failOn) ? ExitStatus::findings : ExitStatus::done;
 }
 

@@ -28,5 +28,6 @@ void addExportCommand(CLI::App& command, ExitStatus& status);
 void addBatchCommand(CLI::App& command, ExitStatus& status);
 void addCollectCommand(CLI::App& command, ExitStatus& status);
 void addProfileCommand(CLI::App& command, ExitStatus& status);
+void addDataCommand(CLI::App& command, ExitStatus& status);
 
 }  // namespace orvix::cli

@@ -6,6 +6,8 @@
 #include "base/numbers.h"
 #include "base/version.h"
 #include "cli/import_options.h"
+#include "jobs/known_relatives.h"
+#include "search/relatives.h"
 
 namespace orvix::cli {
 namespace {
@@ -51,6 +53,14 @@ void addPredictionOptions(CLI::App& command, jobs::PredictionOptions& options) {
         .add_option("--exclude", options.exclude,
                     "Leave out database proteins whose source occurs in TEXT")
         ->type_name("TEXT");
+    command
+        .add_option_function<int>(
+            "--exclude-relatives", [&options](int percent) { options.excludeRelatives = percent; },
+            "Leave out database proteins of IDENTITY percent and more (50..100; 90 if absent)")
+        ->expected(0, 1)
+        ->default_str(std::to_string(jobs::usualRelativePercent))
+        ->check(CLI::Range(static_cast<int>(100 * search::leastRelativeIdentity), 100))
+        ->type_name("[IDENTITY]");
     command.add_option("--first", options.first, "First residue to predict")->type_name("N");
     command.add_option("--last", options.last, "Last residue to predict")->type_name("N");
     command.add_option("--count", options.count, "Matches that a residue needs to count as served")

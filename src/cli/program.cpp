@@ -33,6 +33,7 @@ constexpr Subcommand subcommands[] = {
     {"export", addExportCommand, "Write dihedral restraints from a finished prediction"},
     {"profile", addProfileCommand,
      "Make the profile file of orvixn -seqSS from a sequence search or an alignment"},
+    {"data", addDataCommand, "Show what the data directory holds"},
 };
 
 /// The subcommand that was being read when parsing ended, or the program itself.

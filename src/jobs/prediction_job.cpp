@@ -8,6 +8,7 @@
 #include "base/text.h"
 #include "base/version.h"
 #include "base/whole_file.h"
+#include "jobs/known_relatives.h"
 #include "jobs/placed_reference.h"
 #include "model/model.h"
 #include "results/gather.h"
@@ -161,8 +162,9 @@ PredictionOutcome predictInput(const std::shared_ptr<const Model>& model, const 
                                const PredictionOptions& options, const DataPlace& data,
                                const RunControl& control, bool withFiles) {
     return namingInput(input.file, [&] {
-        const Settings settings = settingsOf(options, input, data.path);
+        Settings settings = settingsOf(options, input, data.path);
         PredictionOutcome outcome;
+        std::string relatives;
         ShiftInput shifts = input.shifts;
         {
             RunControl quiet = control;
@@ -174,19 +176,25 @@ PredictionOutcome predictInput(const std::shared_ptr<const Model>& model, const 
                 input.file);
             shifts.reference =
                 placedReference(settings.refFile, checked.sequenceAsRead, outcome.notes);
+            relatives = findRelatives(*model, checked, options.excludeRelatives, settings);
         }
-        const Prediction prediction =
-            orvix::predict(model, std::move(shifts), settings, control);
+        const Prediction prediction = orvix::predict(model, std::move(shifts), settings, control);
         results::ResultsOrigin origin;
         origin.inputFile = input.file;
         if (input.imported) {
             origin.authorNumber = input.imported->authorNumber;
         }
         origin.settings = recordedSettings(options, data.path);
+        if (options.excludeRelatives) {
+            origin.settings.exclude = settings.exclList;
+        }
         outcome.finished = results::finishedPrediction(
             prediction, origin, *model->table(prediction.settings.ssLimitFile));
-        outcome.words = results::plainWords(
-            outcome.finished, input.imported && input.imported->report.deuterated);
+        outcome.words = results::plainWords(outcome.finished,
+                                            input.imported && input.imported->report.deuterated);
+        if (!relatives.empty()) {
+            outcome.words.push_back(relatives);
+        }
         if (withFiles) {
             outcome.files =
                 resultFiles(input, prediction, outcome,

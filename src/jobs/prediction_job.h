@@ -22,8 +22,11 @@ struct PredictionOptions {
     bool noClip = false;              ///< keep extreme shifts when shifts are averaged
     std::string s2Threshold = "0.6";  ///< residues with a lower S2 are of class Dyn; 0 to 1
     std::string exclude;              ///< database sources that occur in it are left out
-    std::optional<int> first, last;   ///< residues to predict
-    int count = 10;                   ///< matches that a residue needs to count as served, 1 to 25
+    /// Leave out database proteins that share this many percent of their residues with the query
+    /// and more; absent: they are named alone.
+    std::optional<int> excludeRelatives;
+    std::optional<int> first, last;  ///< residues to predict
+    int count = 10;                  ///< matches that a residue needs to count as served, 1 to 25
 };
 
 /// The options as they stand in results and logs.

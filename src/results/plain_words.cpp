@@ -121,8 +121,7 @@ bool looksDeuterated(const ShiftReport& report) {
            offset->offset.value_or(0.0) > least && offset->offset.value_or(0.0) < most;
 }
 
-std::vector<std::string> plainWords(const FinishedPrediction& prediction,
-                                    bool saidDeuterated) {
+std::vector<std::string> plainWords(const FinishedPrediction& prediction, bool saidDeuterated) {
     const ShiftReport& report = prediction.check;
     const bool uncorrected = !prediction.settings.isotopeCorrection;
     const bool deuterated = uncorrected && looksDeuterated(report);

@@ -62,6 +62,29 @@ other=ci2
 expect 3 "is no structure of this protein" predict "$examples/$name.tab" -o result --ref "$examples/$other.pdb"
 leaves_nothing "a structure of another protein"
 
+# Known relatives are told, and left out by their sources.
+grep -q "The database holds this protein or relatives" plain/run.log || fail "no word about relatives"
+expect 0 "Left out of the database" predict "$examples/$name.tab" -o alone --exclude-relatives
+sources=$(sed -n 's/.*"exclude": *"\([^"]*\)".*/\1/p' alone/results.json | head -1)
+[ -n "$sources" ] || fail "the sources that were left out are not recorded"
+expect 0 "" predict "$examples/$name.tab" -o named --exclude "$sources"
+cmp alone/predAll.tab named/predAll.tab || fail "--exclude-relatives is not --exclude of its sources"
+expect 2 "50 to 100" predict "$examples/$name.tab" -o result --exclude-relatives 20
+
+expect 0 "" data list --data-dir "$data"
+for word in $(echo "$sources" | tr ',' ' '); do
+    grep -q "^$word .* [0-9]" out.txt || fail "data list lacks $word"
+done
+[ "$(grep -c '^[a-z]' out.txt)" -eq "$(grep -v '^#' "$data/tab/orvix.tab" | cut -d' ' -f1 | uniq | grep -c .)" ] ||
+    fail "data list has another number of sources than the database"
+
+# Remarks on an odd input table stand in the report and in the log.
+{ cat "$examples/$name.tab"; tail -1 "$examples/$name.tab"; } >twice.tab
+expect 0 "a second time" check twice.tab --fail-on none
+grep -q "a second time" out.txt || fail "the report of check has no remark on the table"
+expect 0 "" predict twice.tab -o twice
+grep -q "a second time" twice/run.log || fail "run.log has no remark on the table"
+
 # Nothing under the final name, and nothing beside it, of a run that failed.
 sed 's/^DATA SEQUENCE.*//' "$examples/$name.tab" >nosequence.tab
 sed 's/^FORMAT.*/FORMAT %4d %1s %4s %q/' "$examples/$name.tab" >badformat.tab
