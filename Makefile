@@ -18,12 +18,12 @@ demo: build
 	@scripts/demo.sh build/release
 
 build: packages
-	@echo "Building the programs; on two cores this takes about three minutes the first time."
+	@echo "Building the programs; the first time this takes some minutes."
 	@scripts/configure.sh release
 	cmake --build --preset release --target programs
 
 test: packages
-	@echo "Building programs and tests, running the tests; on two cores about ten minutes the first time."
+	@echo "Building programs and tests, running the tests; the first time this takes a while."
 	@ORVIX_EXTRA_PACKAGES="libgtest-dev libgmock-dev python3-numpy" scripts/install-packages.sh
 	@scripts/configure.sh release -DORVIX_BUILD_TESTS=ON
 	cmake --build --preset release
