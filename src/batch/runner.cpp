@@ -59,9 +59,11 @@ std::string keyOf(const Job& job, const std::string& data) {
     for (const std::string& text :
          {std::string(programName), std::string(programVersion()), data, job.file,
           results::settingsText(jobs::recordedSettings(options, "")),
-          std::to_string(options.excludeRelatives.value_or(0)), options.preparation.title,
-          options.referenceTitle, import.format, import.list, import.entity, import.assembly,
-          import.numbering, import.sequenceFile, std::to_string(import.maxAmbiguity)}) {
+          std::to_string(options.excludeRelatives.value_or(0)),
+          import.shiftNumbers ? std::to_string(*import.shiftNumbers) : std::string("-"),
+          options.preparation.title, options.referenceTitle, import.format, import.list,
+          import.entity, import.assembly, import.numbering, import.sequenceFile,
+          std::to_string(import.maxAmbiguity)}) {
         hash.add(text);
     }
     for (const std::string& file : {options.reference, import.sequenceFile}) {
