@@ -24,6 +24,7 @@ void addImportCommand(CLI::App& command, ExitStatus& status);
 void addCheckCommand(CLI::App& command, ExitStatus& status);
 void addPredictCommand(CLI::App& command, ExitStatus& status);
 void addShowCommand(CLI::App& command, ExitStatus& status);
+void addReportCommand(CLI::App& command, ExitStatus& status);
 void addExportCommand(CLI::App& command, ExitStatus& status);
 void addBatchCommand(CLI::App& command, ExitStatus& status);
 void addCollectCommand(CLI::App& command, ExitStatus& status);

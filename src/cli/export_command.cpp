@@ -1,7 +1,5 @@
 #include <CLI/CLI.hpp>
 #include <cmath>
-#include <cstdlib>
-#include <ctime>
 #include <filesystem>
 #include <iostream>
 #include <optional>
@@ -11,6 +9,7 @@
 #include "base/whole_file.h"
 #include "cli/command.h"
 #include "cli/output_options.h"
+#include "cli/writing_time.h"
 #include "restraints/restraint_file.h"
 #include "results/results_file.h"
 
@@ -109,21 +108,6 @@ void checkIdentifier(const char* option, const std::string& text, std::size_t lo
     }
 }
 
-/// Time of writing; SOURCE_DATE_EPOCH, where set, makes files that are the same every time.
-std::string timeOfWriting() {
-    std::time_t now = std::time(nullptr);
-    if (const char* const fixed = std::getenv("SOURCE_DATE_EPOCH"); fixed != nullptr) {
-        now = static_cast<std::time_t>(std::strtoll(fixed, nullptr, 10));
-    }
-    std::tm parts{};
-    char text[64];
-    if (gmtime_r(&now, &parts) == nullptr ||
-        std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &parts) == 0) {
-        throw RunError("SOURCE_DATE_EPOCH: no time");
-    }
-    return text;
-}
-
 std::string listed(const std::vector<int>& residues) {
     std::string list;
     for (const int residue : residues) {
@@ -215,7 +199,7 @@ void runExport(const ExportOptions& options) {
     file.numbering =
         options.numbering == "auth" ? restraints::Numbering::author : restraints::Numbering::table;
     file.version = programVersion();
-    file.created = timeOfWriting();
+    file.created = writingTime();
 
     file.source = results::resultsPath(options.input);
     file.prediction = results::readFinishedPrediction(file.source);

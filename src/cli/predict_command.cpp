@@ -1,21 +1,26 @@
 #include <CLI/CLI.hpp>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 
 #include "base/version.h"
+#include "base/whole_file.h"
 #include "cli/command.h"
 #include "cli/data_directory.h"
 #include "cli/prediction_options.h"
+#include "cli/prediction_page.h"
 #include "cli/run_progress.h"
 #include "cli/stop_signals.h"
+#include "cli/writing_time.h"
 #include "model/model.h"
+#include "results/results_file.h"
 
 namespace orvix::cli {
 namespace {
 
 struct PredictOptions {
     std::string file, directory, dataDirectory;
-    bool force = false;
+    bool force = false, report = false;
     jobs::PredictionOptions prediction;
     int threads = 0;
 };
@@ -29,6 +34,8 @@ void addOptions(CLI::App& command, PredictOptions& options) {
         ->required()
         ->type_name("DIR");
     command.add_flag("--force", options.force, "Replace DIR if it holds an earlier prediction");
+    command.add_flag("--report", options.report,
+                     "Add report.html, the page of orvix report, to the results");
     addDataOption(command, options.dataDirectory);
     command
         .add_option("--threads", options.threads, "Most threads to use; all processors if absent")
@@ -50,6 +57,12 @@ void predictInto(results::OutputDirectory& output, const PredictOptions& options
                            {data.path, data.place}, control);
     progress.finish();
     jobs::writeFiles(output, outcome);
+    if (options.report) {
+        const std::string name =
+            (std::filesystem::path(options.directory) / results::resultsFile).string();
+        writeWholeFile(output.file(pageFile), predictionPage(results::resultsText(outcome.finished),
+                                                             name, writingTime() + "Z"));
+    }
     signals.check();
     output.publish();
     for (const std::string& note : outcome.notes) {

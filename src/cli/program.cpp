@@ -30,6 +30,8 @@ constexpr Subcommand subcommands[] = {
     {"batch", addBatchCommand, "Predict many proteins in one go, and go on after an interruption"},
     {"collect", addCollectCommand, "Join the stores of batches, write their tables as text"},
     {"show", addShowCommand, "Show a finished prediction residue by residue"},
+    {"report", addReportCommand,
+     "Make a page to look at of a finished prediction, or an index of many"},
     {"export", addExportCommand, "Write dihedral restraints from a finished prediction"},
     {"profile", addProfileCommand,
      "Make the profile file of orvixn -seqSS from a sequence search or an alignment"},

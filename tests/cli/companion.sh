@@ -184,4 +184,25 @@ for table in pred predS2 predSS predChi1 predAll; do
     cmp one.txt other.txt || fail "$table of the imported table"
 done
 test -s imported/import.txt && test -s imported/input.tab || fail "no import report"
+# The page of a prediction, with the restraints that export writes, and an index of several.
+"$build/bin/orvix" predict "$examples/$name.tab" -o paged/one --report 2>/dev/null
+"$build/bin/orvix" predict "$examples/$name.tab" -o paged/two 2>/dev/null
+SOURCE_DATE_EPOCH=0 "$build/bin/orvix" report paged/one -o page.html 2>/dev/null
+SOURCE_DATE_EPOCH=0 "$build/bin/orvix" export paged/one --format nef -o page.nef 2>/dev/null
+python3 - <<'CHECK'
+import json, re
+text = open("page.html", encoding="utf-8").read()
+record = json.loads(re.search(r'type="application/json"[^>]*>(.*?)</script>', text, re.S)[1])
+files = {one["format"]: one["text"] for one in record["restraints"]}
+assert sorted(files) == ["cns", "cyana", "nef"], files.keys()
+assert files["nef"] == open("page.nef").read(), "the page's restraints are not those of export"
+CHECK
+"$build/bin/orvix" report paged 2>/dev/null
+for word in one two; do
+    grep -q "$word/report.html" paged/index.html || fail "the index lacks $word"
+done
+echo '{"schema": "other"}' >other.json
+expect 3 "other.json" report other.json -o other.html
+[ ! -e other.html ] || fail "a page was written of a foreign record"
+
 echo "the companion behaves"

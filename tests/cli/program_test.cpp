@@ -31,7 +31,8 @@ TEST(Program, HelpAndVersionAreResults) {
         EXPECT_EQ(said.err, "") << option;
         EXPECT_NE(said.out, "") << option;
     }
-    for (const char* command : {"import", "predict", "check", "show", "export", "profile"}) {
+    for (const char* command :
+         {"import", "predict", "check", "show", "report", "export", "profile"}) {
         const Said said = say({command, "--help"});
         EXPECT_EQ(said.status, 0) << command;
         EXPECT_NE(said.out, "") << command;

@@ -1,0 +1,62 @@
+#include "cli/prediction_page.h"
+
+#include <filesystem>
+#include <sstream>
+
+#include "base/version.h"
+#include "cli/writing_time.h"
+#include "report/page_record.h"
+#include "report/pages.h"
+#include "restraints/restraint_file.h"
+#include "results/results_file.h"
+
+namespace orvix::cli {
+namespace {
+
+struct OfferedFormat {
+    const char* word;
+    const char* suffix;
+    bool cyanaNames;
+    void (*write)(const restraints::RestraintFile& file, std::ostream& out);
+};
+constexpr OfferedFormat offeredFormats[] = {{"cyana", ".aco", true, restraints::writeCyana},
+                                            {"cns", ".tbl", false, restraints::writeCns},
+                                            {"nef", ".nef", false, restraints::writeNef}};
+
+std::vector<report::RestraintText> restraintTexts(results::FinishedPrediction prediction,
+                                                  const std::string& source) {
+    restraints::RestraintFile file;
+    file.source = source;
+    file.prediction = std::move(prediction);
+    file.version = programVersion();
+    file.created = writingTime();
+    file.set = restraints::makeRestraints(file.prediction, file.rules);
+    std::string stem = std::filesystem::path(file.prediction.inputFile).filename().string();
+    stem = stem.substr(0, stem.find('.'));
+    if (stem.empty()) {
+        stem = "restraints";
+    }
+    std::vector<report::RestraintText> texts;
+    for (const OfferedFormat& format : offeredFormats) {
+        file.names = restraints::RestraintNames(format.cyanaNames);
+        std::ostringstream text;
+        format.write(file, text);
+        texts.push_back({format.word, stem + format.suffix, text.str()});
+    }
+    return texts;
+}
+
+}  // namespace
+
+std::string predictionPage(const std::string& text, const std::string& source,
+                           const std::string& predicted) {
+    // The reader names the place of a fault; only what it takes becomes a page.
+    results::FinishedPrediction prediction = results::parseResults(text, source);
+    return report::pageWithRecord(
+        report::proteinPage,
+        report::proteinRecord(nlohmann::ordered_json::parse(text),
+                              restraintTexts(std::move(prediction), source),
+                              {programName, programVersion(), writingTime() + "Z", predicted}));
+}
+
+}  // namespace orvix::cli

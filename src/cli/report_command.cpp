@@ -1,0 +1,168 @@
+// `orvix report`: the page of one prediction, or the pages and the index of a directory of many.
+
+#include <sys/stat.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <sstream>
+
+#include "base/version.h"
+#include "base/whole_file.h"
+#include "cli/command.h"
+#include "cli/output_options.h"
+#include "cli/prediction_page.h"
+#include "cli/writing_time.h"
+#include "report/page_record.h"
+#include "report/pages.h"
+#include "results/results_file.h"
+
+namespace orvix::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct ReportOptions {
+    std::string input;
+    std::optional<std::string> output;
+    bool indexOnly = false;
+};
+
+std::string readText(const std::string& file) {
+    std::ifstream in(file, std::ios::binary);
+    std::ostringstream text;
+    if (!in || !(text << in.rdbuf())) {
+        throw InputRejected(file + ": can't be opened for reading, or is empty");
+    }
+    return text.str();
+}
+
+/// Time of the last change of a file; empty where it is not known.
+std::string changeTime(const std::string& file) {
+    struct stat status {};
+    return stat(file.c_str(), &status) == 0 ? timeText(status.st_mtime) + "Z" : "";
+}
+
+void writePage(const std::string& source, const std::string& text, const std::string& output) {
+    writeWholeFile(output, predictionPage(text, source, changeTime(source)));
+}
+
+/// The directories below `top` that hold a results file, in the order of their names; hidden ones
+/// are unfinished runs.
+std::vector<fs::path> predictionsBelow(const fs::path& top) {
+    std::vector<fs::path> found;
+    std::error_code error;
+    fs::recursive_directory_iterator entry(top, fs::directory_options::skip_permission_denied,
+                                           error);
+    for (; !error && entry != fs::recursive_directory_iterator(); entry.increment(error)) {
+        std::error_code ignored;
+        if (!entry->is_directory(ignored)) {
+            continue;
+        }
+        const bool hidden = entry->path().filename().string()[0] == '.';
+        const bool prediction =
+            !hidden && fs::exists(entry->path() / results::resultsFile, ignored);
+        if (prediction) {
+            found.push_back(entry->path());
+        }
+        if (hidden || prediction) {
+            entry.disable_recursion_pending();
+        }
+    }
+    if (error) {
+        throw InputRejected(top.string() + ": " + error.message());
+    }
+    std::sort(found.begin(), found.end());
+    return found;
+}
+
+ExitStatus writeIndex(const ReportOptions& options) {
+    const fs::path top(options.input);
+    const std::vector<fs::path> directories = predictionsBelow(top);
+    if (directories.empty()) {
+        throw InputRejected(options.input + ": no " + std::string(results::resultsFile) +
+                            " in it nor in a directory below it");
+    }
+    const std::string output = options.output.value_or((top / "index.html").string());
+    requireOutput(output, {});
+    const fs::path home = fs::absolute(output).parent_path();
+    std::vector<nlohmann::ordered_json> entries;
+    std::vector<report::FailedInput> failures;
+    for (const fs::path& directory : directories) {
+        const std::string name = directory.lexically_relative(top).generic_string();
+        const std::string source = (directory / results::resultsFile).string();
+        const fs::path page = directory / pageFile;
+        try {
+            const std::string text = readText(source);
+            if (options.indexOnly) {
+                results::parseResults(text, source);
+            } else {
+                writePage(source, text, page.string());
+            }
+            entries.push_back(report::indexEntry(
+                nlohmann::ordered_json::parse(text), name,
+                fs::exists(page) ? fs::absolute(page)
+                                       .lexically_normal()
+                                       .lexically_relative(home.lexically_normal())
+                                       .generic_string()
+                                 : std::string()));
+        } catch (const InputRejected& error) {
+            std::cerr << programName << ": " << error.what() << '\n';
+            failures.push_back({name, error.what()});
+        }
+    }
+    const std::size_t count = entries.size();
+    writeWholeFile(
+        output, report::pageWithRecord(
+                    report::indexPage,
+                    report::indexRecord(std::move(entries), failures, options.input,
+                                        {programName, programVersion(), writingTime() + "Z", ""})));
+    std::cerr << programName << ": " << output << ": " << count << " predictions";
+    if (!failures.empty()) {
+        std::cerr << ", " << failures.size() << " that can't be read";
+    }
+    std::cerr << '\n';
+    return failures.empty() ? ExitStatus::done : ExitStatus::inputRejected;
+}
+
+ExitStatus makeReport(const ReportOptions& options) {
+    std::error_code ignored;
+    const std::string source = results::resultsPath(options.input);
+    if (fs::is_directory(options.input, ignored) && !fs::exists(source, ignored)) {
+        return writeIndex(options);
+    }
+    if (options.indexOnly) {
+        throw CLI::ValidationError("--index-only", options.input + " is a single prediction");
+    }
+    const std::string output =
+        options.output.value_or((fs::path(source).parent_path() / pageFile).string());
+    requireOutput(output, {source});
+    writePage(source, readText(source), output);
+    std::cerr << programName << ": " << output << '\n';
+    return ExitStatus::done;
+}
+
+}  // namespace
+
+void addReportCommand(CLI::App& command, ExitStatus& status) {
+    const auto options = std::make_shared<ReportOptions>();
+    command
+        .add_option("RESULTS", options->input,
+                    "Directory of orvix predict or its results.json; or a directory with many of "
+                    "them, which gets a page for each and an index")
+        ->required()
+        ->type_name("");
+    command
+        .add_option("-o,--output", options->output,
+                    "Page to write (default: report.html beside results.json, index.html in the "
+                    "directory of many)")
+        ->type_name("FILE");
+    command.add_flag("--index-only", options->indexOnly,
+                     "Of many predictions write the index alone, with links to pages that exist");
+    command.callback([options, &status] { status = makeReport(*options); });
+}
+
+}  // namespace orvix::cli
