@@ -145,9 +145,9 @@ std::string inDigitsOf(const std::string& word, const Json& number) {
 TEST(Results, NumbersOfTheTablesToTheDigit) {
     const TemporaryDirectory directory;
     const std::string examples = ORVIX_EXAMPLES;
-    const std::string command = std::string(ORVIX_PROGRAM) + " predict " + examples +
-                                "/fgf2.tab --ref " + examples + "/fgf2.pdb -o " +
-                                directory.path("out") + " 2>/dev/null";
+    const std::string command = "'" ORVIX_PROGRAM "' predict '" + examples + "/fgf2.tab' --ref '" +
+                                examples + "/fgf2.pdb' -o '" + directory.path("out") +
+                                "' 2>/dev/null";
     ASSERT_EQ(std::system(command.c_str()), 0);
     std::ifstream file(directory.path("out/results.json"));
     const std::string bytes{std::istreambuf_iterator<char>(file), {}};

@@ -380,10 +380,10 @@ TEST(ExportInput, IsRejectedWithThePlace) {
     orvix::cli::ExitStatus status = orvix::cli::ExitStatus::done;
     orvix::cli::addExportCommand(*app.add_subcommand("export"), status);
     const TemporaryFile broken("{\"schema\": \"orvix-results\", ");
-    EXPECT_THROW(app.parse("export --format nef " + broken.path()), orvix::InputRejected);
+    EXPECT_THROW(app.parse("export --format nef \"" + broken.path() + "\""), orvix::InputRejected);
     const TemporaryFile deep("{\"schema\": " + std::string(200000, '[') + std::string(200000, ']') +
                              "}");
-    EXPECT_THROW(app.parse("export --format nef " + deep.path()), orvix::InputRejected);
+    EXPECT_THROW(app.parse("export --format nef \"" + deep.path() + "\""), orvix::InputRejected);
     EXPECT_THROW(app.parse("export --format nef /no/such/place"), orvix::InputRejected);
 }
 
@@ -395,14 +395,15 @@ TEST(ExportOutput, NeverHalfWritten) {
         orvix::cli::addExportCommand(*app.add_subcommand("export"), status);
         app.parse(line);
     };
-    EXPECT_THROW(parse("export " + input.path() + " --format cns -o /no/such/place/x.tbl"),
+    EXPECT_THROW(parse("export \"" + input.path() + "\" --format cns -o /no/such/place/x.tbl"),
                  orvix::RunError);
-    EXPECT_THROW(parse("export " + input.path() + " --format cns -o /dev/full"), orvix::RunError);
-    EXPECT_THROW(parse("export " + input.path() + " --format cns -o " + input.path()),
+    EXPECT_THROW(parse("export \"" + input.path() + "\" --format cns -o /dev/full"),
+                 orvix::RunError);
+    EXPECT_THROW(parse("export \"" + input.path() + "\" --format cns -o \"" + input.path() + "\""),
                  CLI::ParseError);
     EXPECT_EQ(exampleResults(), json::parse(input.content()));
     testing::internal::CaptureStdout();
-    parse("export " + input.path() + " --format cns --segid A");
+    parse("export \"" + input.path() + "\" --format cns --segid A");
     const std::string text = testing::internal::GetCapturedStdout();
     EXPECT_EQ(exampleRestraints.size(), readCns(text).size());
     EXPECT_TRUE(hasText(text, "(segid \"A   \" and resid   -2 and name C  )")) << text;
