@@ -52,7 +52,7 @@ bool isUtf16(const std::string& text, bool& littleEndian) {
     std::array<std::size_t, 2> zeros{};
     const std::size_t end = std::min(text.size(), looked) & ~std::size_t{1};
     for (std::size_t i = 0; i < end; ++i) {
-        zeros[i % 2] += text[i] == '\0' ? 1 : 0;
+        zeros[i % 2] += text[i] == '\0' ? 1U : 0U;
     }
     littleEndian = zeros[1] > zeros[0];
     return end >= 8 && zeros[littleEndian ? 1 : 0] * 4 > end && zeros[littleEndian ? 0 : 1] == 0;

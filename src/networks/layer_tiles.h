@@ -48,12 +48,12 @@ void denseTile(const double* const* rows, const double* bias, int valid, std::si
                const double* in, double* out) {
     constexpr std::size_t stride = static_cast<std::size_t>(batchVectors * L::width);
     using Vector = typename L::Vector;
-    const double* row[R];
+    const double* row[std::size_t{R}];
     for (int r = 0; r < R; ++r) {
         row[r] = rows[r < valid ? r : valid - 1];
     }
-    Vector s[R][V];
-    Vector n[R][V];
+    Vector s[std::size_t{R}][std::size_t{V}];
+    Vector n[std::size_t{R}][std::size_t{V}];
     for (int r = 0; r < R; ++r) {
         for (int v = 0; v < V; ++v) {
             s[r][v] = L::broadcast(0.0);
@@ -84,8 +84,8 @@ void sparseTile(const std::uint32_t* index, const double* value, const std::uint
                 double* out) {
     constexpr std::size_t stride = static_cast<std::size_t>(batchVectors * L::width);
     using Vector = typename L::Vector;
-    const std::uint32_t* place[R];
-    const double* weight[R];
+    const std::uint32_t* place[std::size_t{R}];
+    const double* weight[std::size_t{R}];
     std::size_t steps = 0;
     for (int r = 0; r < R; ++r) {
         const std::size_t at = static_cast<std::size_t>(r < valid ? r : valid - 1);
@@ -93,8 +93,8 @@ void sparseTile(const std::uint32_t* index, const double* value, const std::uint
         weight[r] = value + at * listStride;
         steps = counts[at] > steps ? counts[at] : steps;
     }
-    Vector s[R][V];
-    Vector n[R][V];
+    Vector s[std::size_t{R}][std::size_t{V}];
+    Vector n[std::size_t{R}][std::size_t{V}];
     for (int r = 0; r < R; ++r) {
         for (int v = 0; v < V; ++v) {
             s[r][v] = L::broadcast(0.0);
