@@ -15,7 +15,9 @@ void adviseLargePages([[maybe_unused]] const void* begin, [[maybe_unused]] std::
     const std::uintptr_t first = (address + page - 1) & ~(page - 1);
     const std::uintptr_t last = (address + bytes) & ~(page - 1);
     if (last > first) {
-        ::madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+        // The call takes a pointer to what may be written; this advice writes nothing.
+        char* const start = static_cast<char*>(const_cast<void*>(begin)) + (first - address);
+        ::madvise(start, last - first, MADV_HUGEPAGE);
     }
 #endif
 }

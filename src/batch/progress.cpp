@@ -1,5 +1,6 @@
 #include "batch/progress.h"
 
+#include <cmath>
 #include <cstdio>
 
 namespace orvix::batch {
@@ -9,7 +10,7 @@ namespace {
 constexpr double leastSeconds = 1.0;
 
 std::string clockText(double seconds) {
-    const auto whole = static_cast<long long>(seconds + 0.5);
+    const auto whole = std::llround(seconds);
     char text[32];
     if (whole >= 3600) {
         std::snprintf(text, sizeof text, "%lld:%02lld:%02lld", whole / 3600, whole / 60 % 60,
