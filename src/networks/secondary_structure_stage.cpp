@@ -77,8 +77,7 @@ orvix::summaries::StructureRow structureRow(const ORVIX& run, int residue,
     orvix::summaries::StructureRow row;
     row.residue = residue;
     row.name = run.residueLabel(residue);
-    row.shiftCount =
-        18 - run.missingAt(residue - 1) - run.missingAt(residue) - run.missingAt(residue + 1);
+    row.shiftCount = run.tripletShiftCount(residue);
     row.ownShiftCount = 6 - run.missingAt(residue);
     row.helix = decision.values[0];
     row.strand = decision.values[1];

@@ -9,6 +9,7 @@
 #include <mutex>
 
 #include "base/decimal.h"
+#include "base/missing.h"
 #include "base/numbers.h"
 #include "base/parallel.h"
 #include "base/text.h"
@@ -169,7 +170,7 @@ bool WeightText::readRows(const char* p, const char* end, WeightTable& table) co
     table.columns = columns_;
     // One slot more than there are values takes what no column asks for.
     const std::size_t none = columns_ + 1;
-    std::vector<double> cells(none + 1, rules_ == WeightRules::typed ? 9999.0 : 0.0);
+    std::vector<double> cells(none + 1, rules_ == WeightRules::typed ? missingValue : 0.0);
     const std::size_t count = slots_.size();
     const bool narrow = rules_ == WeightRules::typed;
     while (p < end) {

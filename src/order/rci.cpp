@@ -4,11 +4,13 @@
 #include <cmath>
 #include <cstdint>
 
+#include "base/missing.h"
+
 namespace {
 
-constexpr std::size_t pairValues = 12;  // six pairs (shift, flag)
-constexpr int unusableFrom = 5;         // missing atoms of a residue without usable data
-constexpr double missing = 9999.0;      // no index
+constexpr std::size_t pairValues = 12;           // six pairs (shift, flag)
+constexpr int unusableFrom = 5;                  // missing atoms of a residue without usable data
+constexpr double missing = orvix::missingValue;  // no index
 constexpr double indexCap = 0.6;
 constexpr std::size_t atomCount = 6;
 

@@ -1,5 +1,6 @@
 #include <ostream>
 
+#include "base/missing.h"
 #include "base/streams.h"
 #include "order/rci.h"
 #include "run/orvix.h"
@@ -19,10 +20,9 @@ void ORVIX::runS2_Prediction() {
     engine.runRCI(annInput, secShift, seq);
     s2 = engine.s2;
     for (const auto& [residue, value] : s2) {
-        const int own = missingAt(residue);
-        const int around = own + missingAt(residue - 1) + missingAt(residue + 1);
-        orderRows[residue] = {residue, residueLabel(residue), 18 - around, 6 - own,
-                              value > 999.0 ? 9999.0 : s2Base - value};
+        orderRows[residue] = {residue, residueLabel(residue), tripletShiftCount(residue),
+                              6 - missingAt(residue),
+                              value > orvix::missingLimit ? orvix::missingValue : s2Base - value};
     }
 
     writeTable(orvix::ResultTable::order);

@@ -146,6 +146,10 @@ int ORVIX::missingAt(int res) const {
     return found == missingCount.end() ? 0 : found->second;
 }
 
+int ORVIX::tripletShiftCount(int res) const {
+    return 18 - missingAt(res - 1) - missingAt(res) - missingAt(res + 1);
+}
+
 bool ORVIX::hasReference() const {
     return !refFile.empty() && refPDB != nullptr && !refPDB->isNull();
 }

@@ -347,6 +347,8 @@ class ORVIX {
     std::string residueLabel(int res) const;
     /// Shifts missing at residue `res`; 0 where nothing was counted.
     int missingAt(int res) const;
+    /// Shifts present, of 18, at residue `res` and its two neighbours.
+    int tripletShiftCount(int res) const;
     /// Whether there is a known structure to compare with.
     bool hasReference() const;
     /// Path of a file in the table directory.

@@ -1,6 +1,7 @@
 #include <ostream>
 #include <utility>
 
+#include "base/missing.h"
 #include "base/numbers.h"
 #include "base/streams.h"
 #include "model/model.h"
@@ -98,11 +99,11 @@ void deriveSubstitutions(ORVIX& run, const GDB& table) {
 }  // namespace
 
 double ORVIX::getWeight(const std::string& row, const std::string& col) {
-    return lookUp(weightTable, row, col, 9999.0);
+    return lookUp(weightTable, row, col, orvix::missingValue);
 }
 
 double ORVIX::getRC(const std::string& res, const std::string& atom) {
-    return lookUp(randCoilTable, res, atom, 9999.0);
+    return lookUp(randCoilTable, res, atom, orvix::missingValue);
 }
 
 double ORVIX::getRCadj(const std::string& res, const std::string& atom) {

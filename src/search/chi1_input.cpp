@@ -12,7 +12,7 @@ namespace {
 
 constexpr double radians = 0.017453292519943295;
 constexpr double missingShiftTerm = 1.5;
-constexpr float emptyAngles[3] = {0.0F, 0.0F, 9999.0F};
+constexpr float emptyAngles[3] = {0.0F, 0.0F, static_cast<float>(missingValue)};
 constexpr float emptyShifts[12] = {};
 
 }  // namespace

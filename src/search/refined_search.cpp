@@ -4,6 +4,7 @@
 #include <iterator>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -34,7 +35,6 @@ constexpr double matchLimit = 80.0;  ///< degrees
 constexpr double chi1Limit = 50.0;
 constexpr int chi1Candidates = 100;
 constexpr std::size_t scoresPerRotamer = 10;
-const char* const chi1Letters = "CDEFHIKLMNQRSTVWY";
 
 bool isUsable(const ORVIX& run, int index) {
     return index >= 1 && index <= lastUsableIndex && run.db != nullptr && run.db->holds(index);
@@ -230,7 +230,7 @@ int ORVIX::evalChi1WithANN(int res, std::map<double, int>& typeMatches) {
     if (letter == "c" || letter == "h") {
         letter = letter == "c" ? "C" : "H";
     }
-    if (std::string(chi1Letters).find(letter) == std::string::npos) {
+    if (std::string_view(orvix::networks::chi1NetworkLetters).find(letter) == std::string::npos) {
         return -1;
     }
     const auto found = chi1Nets.find(letter);

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "base/missing.h"
+
 namespace orvix::structure {
 namespace {
 
@@ -37,7 +39,6 @@ double arcCosine(double cosine) {
 }  // namespace
 
 double dihedralDegrees(Point a, Point b, Point c, Point d) {
-    constexpr double undefined = 9999.0;
     constexpr double degreesPerRadian = 57.29577951;
 
     const Vector axis = minus(c, b);
@@ -46,7 +47,7 @@ double dihedralDegrees(Point a, Point b, Point c, Point d) {
     const double length = std::sqrt(dot(normalA, normalA) * dot(normalB, normalB));
     const double projection = dot(normalA, normalB);
     if (!(length > 0.0) || !std::isfinite(length) || !std::isfinite(projection)) {
-        return undefined;
+        return missingValue;
     }
     const double angle = arcCosine(std::clamp(projection / length, -1.0, 1.0));
     const double side = dot(cross(normalA, normalB), axis);

@@ -1,10 +1,11 @@
+#include "base/missing.h"
 #include "base/residues.h"
 #include "structure/dihedral.h"
 #include "structure/pdb.h"
 
 namespace {
 
-constexpr float noAngle = 9999.0F;
+constexpr auto noAngle = static_cast<float>(orvix::missingValue);
 
 // The atom that ends chi1 by residue name; empty for a residue without chi1.
 std::string chi1End(const std::string& name) {

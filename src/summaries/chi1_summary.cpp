@@ -56,7 +56,7 @@ orvix::summaries::Chi1Row ORVIX::summarizeChi1(
     row.residue = res;
     row.name = residueLabel(res);
     row.turned = seqName(res) == "V";
-    row.shiftCount = 18 - missingAt(res - 1) - missingAt(res) - missingAt(res + 1);
+    row.shiftCount = tripletShiftCount(res);
     if (hasReference()) {
         row.observed = static_cast<double>(refPDB->getChi1(1, res));
     }

@@ -58,7 +58,7 @@ orvix::summaries::PhiPsiRow ORVIX::summarize(int res) {
     orvix::summaries::PhiPsiRow row;
     row.residue = res;
     row.name = residueLabel(res);
-    row.shiftCount = 18 - missingAt(res - 1) - missingAt(res) - missingAt(res + 1);
+    row.shiftCount = tripletShiftCount(res);
     if (hasReference()) {
         const KnownAngles known = knownAngles(*this, res);
         row.referencePhi = known.phi;

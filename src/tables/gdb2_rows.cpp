@@ -3,6 +3,7 @@
 #include <ostream>
 #include <utility>
 
+#include "base/missing.h"
 #include "base/streams.h"
 #include "tables/gdb2.h"
 
@@ -206,7 +207,7 @@ void* GDB2::getNodeVal(int row, const std::string& name) const {
 
 float GDB2::getFloatNodeVal(int row, const std::string& name) const {
     const LineNode::Val* const cell = findCell(row, name);
-    return cell == nullptr ? 9999.0f : cell->toFloat();
+    return cell == nullptr ? static_cast<float>(orvix::missingValue) : cell->toFloat();
 }
 
 int GDB2::getIntNodeVal(int row, const std::string& name) const {
