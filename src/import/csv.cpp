@@ -1,6 +1,7 @@
 #include "import/csv.h"
 
 #include <algorithm>
+#include <set>
 
 #include "base/run_end.h"
 #include "base/text.h"
@@ -138,6 +139,15 @@ std::string headerAtom(std::string name) {
     return foldUpper(name);
 }
 
+// "H1" beside "N15" is the amide proton; beside "H2" it is one of an amino group.
+bool hasAmideAsH1(const std::vector<std::string>& header) {
+    const auto has = [&header](std::string_view name) {
+        return std::any_of(header.begin(), header.end(),
+                           [&](const std::string& column) { return headerKey(column) == name; });
+    };
+    return has("n15") && !has("h2");
+}
+
 }  // namespace
 
 CsvColumns::CsvColumns(const std::vector<std::string>& header) {
@@ -152,27 +162,30 @@ CsvColumns::CsvColumns(const std::vector<std::string>& header) {
     };
     std::size_t residue = none;  // a number or a name
     std::size_t type = none;     // a residue name where no other column is
+    std::size_t nucleus = none;  // an atom where no other column is
     for (std::size_t i = 0; i < header.size(); ++i) {
         const std::string name = headerKey(header[i]);
-        const std::string atomName = headerAtom(name);
-        if (isOneOf(name, {"seqid",     "compindexid", "resid",  "resnum",       "residuenumber",
-                           "residueid", "num",         "number", "sequencecode", "sequencenumber",
-                           "resno",     "residueno",   "resnr",  "resi",         "seqno",
-                           "seq",       "position",    "group",  "nmrresidue",   "assignment",
-                           "assign"})) {
+        const std::string atomName = name == "h1" && hasAmideAsH1(header) ? "HN" : headerAtom(name);
+        if (isOneOf(name,
+                    {"seqid",      "compindexid", "resid",  "resnum",         "residuenumber",
+                     "residueid",  "num",         "number", "sequencecode",   "sequencenumber",
+                     "resno",      "residueno",   "resnr",  "resi",           "seqno",
+                     "seq",        "position",    "pos",    "residueseqcode", "group",
+                     "nmrresidue", "assignment",  "assign"})) {
             take(number, i);
             joined = joined || name.starts_with("assign");
-        } else if (isOneOf(name, {"#", "no", "nr"})) {
+        } else if (isOneOf(name, {"#", "no", "nr", "index"})) {
             take(rowNumber, i);
         } else if (isOneOf(name, {"authseqid", "authornumber"})) {
             take(authorNumber, i);
-        } else if (isOneOf(name, {"compid", "resname", "resname1", "resname3", "residuename",
-                                  "residuetype", "restype", "aa", "aminoacid"})) {
+        } else if (isOneOf(name,
+                           {"compid", "resname", "resname1", "resname3", "residuename",
+                            "residuelabel", "residuetype", "restype", "resn", "aa", "aminoacid"})) {
             take(residueName, i);
-        } else if (isOneOf(name, {"atomid", "atomname", "atom", "nmratom"})) {
+        } else if (isOneOf(name, {"atomid", "atomname", "atom", "nmratom", "assignname"})) {
             take(atom, i);
         } else if (isOneOf(name, {"val", "value", "shift", "chemicalshift", "cs", "ppm", "shiftppm",
-                                  "chemshift", "delta", "shiftvalue"})) {
+                                  "chemshift", "delta", "shiftvalue", "chemshiftvalue"})) {
             take(value, i);
         } else if (isOneOf(name, {"assignedchemshiftlistid", "listid", "list"})) {
             take(list, i);
@@ -189,12 +202,19 @@ CsvColumns::CsvColumns(const std::vector<std::string>& header) {
             take(residue, i);
         } else if (name == "type") {
             take(type, i);
+        } else if (isOneOf(name, {"nucleus", "name"})) {
+            take(nucleus, i);
         } else {
             unread.push_back(header[i]);
         }
     }
     if (residueName == none) {
         residueName = type;
+    }
+    if (atom == none && atoms.empty()) {
+        atom = nucleus;
+    } else if (nucleus != none) {
+        unread.push_back(header[nucleus]);
     }
     if (residue != none) {
         const bool numbered = number != none || (rowNumber != none && residueName == none);
@@ -207,6 +227,7 @@ CsvColumns::CsvColumns(const std::vector<std::string>& header) {
     }
     if (number == none && authorNumber == none) {
         std::swap(number, rowNumber);
+        counted = number != none;
     }
     if (number == none) {
         std::swap(number, authorNumber);
@@ -316,7 +337,8 @@ class CsvReader {
             }
         }
         residues_.settle(file_.rows);
-        warnOfCutLine(text_, file_.report);
+        requireResidueNumbers(columns);
+        warnOfCutLine(text_, file_.report, records_.separator());
         return std::move(file_);
     }
 
@@ -324,6 +346,22 @@ class CsvReader {
     std::string field(std::size_t column) const {
         const auto& fields = records_.fields();
         return column < fields.size() ? fields[column] : std::string();
+    }
+
+    // A running number of the rows would make a residue of every shift.
+    void requireResidueNumbers(const CsvColumns& columns) const {
+        std::set<std::string> numbers, atoms;
+        for (const ShiftRow& row : file_.rows) {
+            numbers.insert(row.number);
+            atoms.insert(row.atom);
+        }
+        if (columns.counted && atoms.size() > 1 && numbers.size() == file_.rows.size() &&
+            numbers.size() > atoms.size()) {
+            throw InputRejected(
+                atLine(file_.path, header_.first,
+                       "the only column of numbers counts the rows; expected one of residue "
+                       "numbers"));
+        }
     }
 
     void readRecord(const CsvColumns& columns) {

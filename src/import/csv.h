@@ -17,6 +17,7 @@ class CsvRecords {
     /// The next record that isn't empty; false at the end.
     bool next();
 
+    char separator() const { return separator_; }
     int line() const { return line_; }
     const std::vector<std::string>& fields() const { return fields_; }
     std::string shown() const;
@@ -39,14 +40,16 @@ struct CsvColumns {
     std::size_t number = none;
     std::size_t authorNumber = none;
     std::size_t residueName = none;
-    std::size_t rowNumber = none;  ///< "#" or "No": the residue number where no other column is
+    std::size_t rowNumber =
+        none;  ///< "#", "No" or "Index": the residue number where no other column is
     std::size_t atom = none;
     std::size_t value = none;
     std::size_t list = none;
     std::size_t entity = none;
     std::size_t assembly = none;
     std::size_t ambiguity = none;
-    bool joined = false;  ///< residue and atom may stand in one word: "L1CA", "A.1.MET.CA"
+    bool counted = false;  ///< `number` was taken from `rowNumber`
+    bool joined = false;   ///< residue and atom may stand in one word: "L1CA", "A.1.MET.CA"
     std::vector<std::string> unread;                         ///< names of columns without a meaning
     std::vector<std::pair<std::size_t, std::string>> atoms;  ///< one column an atom: index, name
 

@@ -3,6 +3,7 @@
 #include <map>
 #include <set>
 
+#include "base/text.h"
 #include "import/residue_names.h"
 #include "import/sequence_text.h"
 #include "import/shift_file.h"
@@ -150,27 +151,56 @@ bool fitsRows(const ShiftEntity& entity, const std::vector<ShiftRow>& rows) {
     return 10 * static_cast<std::size_t>(good) >= 9 * fits.size();
 }
 
+constexpr auto none = static_cast<std::size_t>(-1);
+
+struct LineSize {
+    std::size_t fields = 0;
+    std::size_t decimals = none;  // of the last field, when it is empty or a number
+};
+
+LineSize sizeOf(const TextRows& rows, char separator) {
+    LineSize size;
+    size.fields = separator == ' ' ? rows.words().size()
+                                   : 1 + static_cast<std::size_t>(std::count(
+                                             rows.text().begin(), rows.text().end(), separator));
+    std::string_view field = separator == ' ' ? rows.words().back() : rows.text();
+    field.remove_prefix(separator == ' ' ? 0 : field.rfind(separator) + 1);
+    std::string number(field);
+    std::erase_if(number, [](char c) { return c == '"' || isSpace(c); });
+    std::replace(number.begin(), number.end(), ',', '.');
+    double value = 0.0;
+    if (number.empty() || parseValue(number, value)) {
+        const std::size_t point = number.find('.');
+        size.decimals = point == std::string::npos ? 0 : number.size() - point - 1;
+    }
+    return size;
+}
+
 }  // namespace
 
-void warnOfCutLine(std::string_view text, ImportReport& report) {
+void warnOfCutLine(std::string_view text, ImportReport& report, char separator) {
     if (text.empty() || text.back() == '\n') {
         return;
     }
-    std::size_t before = 0;
-    std::size_t last = 0;
+    LineSize before, last;
+    std::size_t leastDecimals = none;
     int line = 0;
     TextRows rows(text);
     while (rows.next()) {
         if (!rows.words().empty()) {
             before = last;
-            last = rows.words().size();
+            leastDecimals = std::min(leastDecimals, before.decimals);
+            last = sizeOf(rows, separator);
             line = rows.line();
         }
     }
-    if (last < before) {
-        report.warn("the file looks cut off: its last line, " + std::to_string(line) +
-                    ", has no line end and " + std::to_string(last) + " words, the one before " +
-                    std::to_string(before));
+    const std::string cut =
+        "the file looks cut off: its last line, " + std::to_string(line) + ", has no line end and ";
+    if (last.fields < before.fields) {
+        report.warn(cut + std::to_string(last.fields) + (separator == ' ' ? " words" : " fields") +
+                    ", the one before " + std::to_string(before.fields));
+    } else if (last.decimals < leastDecimals && leastDecimals != none) {
+        report.warn(cut + "fewer decimals in its last number than all others");
     }
 }
 

@@ -89,8 +89,10 @@ std::string nameBrokenTable(std::string_view text);
 /// What a text that has none of the forms is instead, in words; empty when that isn't known.
 std::string nameWrongForm(std::string_view text);
 
-/// Warns when the last line of a list has no line end and fewer words than the one before.
-void warnOfCutLine(std::string_view text, ImportReport& report);
+/// Warns when the last line of a list has no line end, and fewer fields than the one before or
+/// fewer decimals in its last number than all others. A blank as `separator` stands for white
+/// space.
+void warnOfCutLine(std::string_view text, ImportReport& report, char separator = ' ');
 
 /// Takes the sequence from the CYANA `.seq` beside a list: of the same stem, or the only one there
 /// if the residues of the rows fit it.

@@ -70,7 +70,9 @@ ImportedTable importShiftText(const std::string& text, const std::string& path,
             ShiftFile file = form.read(text, path);
             file.report.noteFirst("file: " + path + ", read as " + format);
             if (file.rows.empty()) {
-                throw InputRejected(path + ": no row with a shift in it (read as " + format + ")");
+                const std::string losses = file.report.losses();
+                throw InputRejected(path + ": no row with a shift in it (read as " + format +
+                                    (losses.empty() ? "" : "; " + losses) + ")");
             }
             return buildShiftTable(std::move(file), options);
         }

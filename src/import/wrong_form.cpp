@@ -21,6 +21,7 @@ constexpr Mark marks[] = {
     {"pk\x03\x04", "is a zip archive or an office document"},
     {"<!doctype", "is a web page"},
     {"<html", "is a web page"},
+    {"\x89png", "is a picture"},
     {"<?xml", "is an XML document"},
     {">", "is a FASTA sequence without shifts"},
     {"_atom_site.", "is a coordinate file (mmCIF) without shifts"},
@@ -89,7 +90,8 @@ std::string nameWrongForm(std::string_view text) {
     }
     TextRows rows(text);
     bool star = false;
-    while (rows.next()) {
+    const bool binary = text.find('\0') != std::string_view::npos;
+    while (rows.next() && (!binary || rows.line() == 1)) {
         const std::string line = foldLower(rows.text());
         for (const Mark& mark : marks) {
             if (line.starts_with(mark.start)) {
@@ -107,10 +109,10 @@ std::string nameWrongForm(std::string_view text) {
     if (star) {
         return "is a STAR file without a loop of chemical shifts";
     }
-    if (isSequenceList(text)) {
+    if (!binary && isSequenceList(text)) {
         return "is a sequence without shifts";
     }
-    return text.find('\0') != std::string_view::npos ? "is a binary file" : "";
+    return binary ? "is a binary file" : "";
 }
 
 }  // namespace orvix::importing

@@ -1,5 +1,6 @@
 #include "jobs/run_input.h"
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -9,10 +10,11 @@
 namespace orvix::jobs {
 namespace {
 
-/// Whether the library can't read the file as it is: the standard input, and files that are
+/// Whether the library can't read the file as it is: the standard input, pipes, and files that are
 /// compressed, begin with a byte order mark or have 16 bits a character.
 bool isPackedText(const std::string& file) {
-    if (file == importing::standardInput) {
+    std::error_code failure;
+    if (file == importing::standardInput || !std::filesystem::is_regular_file(file, failure)) {
         return true;
     }
     std::string start(3, '\0');

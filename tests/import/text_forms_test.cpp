@@ -118,6 +118,7 @@ TEST(Csv, HeadersOfOtherPrograms) {
     const Rows wide{"1 M N 120.1", "1 M CA 55", "1 M HN 8.1", "2 K N 121", "2 K CA 56", "2 K HN 8"};
     for (const char* header :
          {"Residue;Type;15N;1HN;13CA\n", "#;Res;N;HN;CA\n", "No;AA;N (ppm);H;C\u03B1 [ppm]\n",
+          "Residue #;aa;N15;H1;CA\n",
           "# any comment\n# Residue N HN CA of a title\nProtein of a friend\n! "
           "more\nNo.;Residue;\u03B4N;H_N;C-alpha\n"}) {
         EXPECT_EQ(rowsOf(importText(header + std::string("1;M;120.1;8.1;55\n2;K;121;8;56\n"))),
@@ -130,9 +131,16 @@ TEST(Csv, HeadersOfOtherPrograms) {
           "NmrResidue,NmrAtom,Value\nA.1.MET,CA,55.1\nA.2.LYS,H,8.1\nA.@3.,C,1\n",
           "#,NmrAtom,Value\n1,NA:A.1.MET.CA,55.1\n2,NA:A.2.LYS.H,8.1\n",
           "Assignment,Atom,Shift\nMET-1,CA,55.1\nLYS-2,H,8.1\n",
+          "Residue_seq_code,Residue_label,Atom_name,Chem_shift_value\n1,MET,CA,55.1\n2,LYS,H,8.1\n",
+          "resi resn nucleus cs\n1 MET CA 55.1\n2 LYS H 8.1\n",
+          "Index,Residue,Atom,Shift\n1,MET,CA,55.1\n2,LYS,H,8.1\n",
+          "#\tNucleus\tResidue\tAssign Name\tShift\n1\t13C\t1Met\tCA\t55.1\n2\t1H\t2Lys\tH\t8.1\n",
           "Assignment,Shift\nM1CA,55.1\nK2-H,8.1\n"}) {
         EXPECT_EQ(rowsOf(importText(text)), list) << text;
     }
+    EXPECT_NE(refusal("#,Res,Atom,Shift\n1,M,C,175\n2,M,CA,55.1\n3,K,CA,55\n4,K,C,175\n")
+                  .find("counts the rows"),
+              std::string::npos);
     // Beside a name without one, a hyphen is a minus.
     EXPECT_EQ(rowsOf(importText("Assignment,Atom,Shift\nG-1,CA,45\nM1,CA,55.1\n")),
               (Rows{"-1 G CA 45", "1 M CA 55.1"}));
@@ -164,6 +172,24 @@ TEST(Lists, NmrViewNeedsASequence) {
     EXPECT_EQ(table.format, "nmrview");
     EXPECT_EQ(rowsOf(table), (Rows{"1 M CA 55.1", "2 K HN 8.1"}));
     EXPECT_TRUE(tells(table, "the rows have none"));
+}
+
+// What an editor that drops the last line end leaves is whole; what ends in a line is not.
+TEST(CutFiles, AreToldFromFilesWithoutALastLineEnd) {
+    const std::string columns = "1 55.100 0.02 CA 1 MET\n2 56.100 0.02 CA 2 LYS";
+    const std::string table = "Residue,Atom,Shift\nM1,CA,55.100\nK2,CA,56.100";
+    const std::string quoted = "\"Residue\";\"Atom\";\"Shift\"\n\"M1\";\"CA\";\"55,100\"\n";
+    const std::string wide = "Residue,N,CA,CB\nM1,120.1,55.1,\nK2,121.5,56.3,\nA3,122.4,52.3,";
+    for (const auto& [text, cut] :
+         {std::pair{columns, false}, std::pair{columns.substr(0, columns.size() - 4), true},
+          std::pair{table, false}, std::pair{table.substr(0, table.size() - 1), true},
+          std::pair{table.substr(0, table.size() - 6), true},
+          std::pair{table.substr(0, table.size() - 9), true},
+          std::pair{quoted + "\"K2\";\"CA\";\"56,100\"", false},
+          std::pair{quoted + "\"K2\";\"CA\";\"56,1", true}, std::pair{wide, false},
+          std::pair{wide.substr(0, wide.size() - 3), true}, std::pair{wide + '\n', false}}) {
+        EXPECT_EQ(tells(importText(text), "looks cut off"), cut) << text;
+    }
 }
 
 // One protein in every form, as a user gets it.
