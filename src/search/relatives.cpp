@@ -1,7 +1,7 @@
 #include "search/relatives.h"
 
 #include <algorithm>
-#include <cstdint>
+#include <array>
 
 #include "base/alignment.h"
 #include "search/database.h"
@@ -10,66 +10,67 @@
 namespace orvix::search {
 namespace {
 
-constexpr std::size_t wordLength = 4;
-constexpr unsigned letterBits = 5;
-constexpr std::uint32_t wordMask = (1U << (wordLength * letterBits)) - 1U;
 constexpr int leastAligned = 20;
-constexpr int leastWords = 3;
 
 /// 1..26 for a letter of either case, 0 for anything else.
-std::uint32_t letterCode(char letter) {
+std::size_t letterCode(char letter) {
     if (letter >= 'a' && letter <= 'z') {
-        return static_cast<std::uint32_t>(letter - 'a') + 1;
+        return static_cast<std::size_t>(letter - 'a') + 1;
     }
-    return letter >= 'A' && letter <= 'Z' ? static_cast<std::uint32_t>(letter - 'A') + 1 : 0;
+    return letter >= 'A' && letter <= 'Z' ? static_cast<std::size_t>(letter - 'A') + 1 : 0;
 }
 
-/// The stretches of four residues that a query has.
-class Words {
+/// Counts the pairs of neighbours that a protein has in common with a query, by how far the places
+/// are apart: of relatives many lie at one distance, of others a few at each.
+class SharedPairs {
   public:
-    explicit Words(std::string_view sequence) : known_(wordMask + 1U) {
-        scan(sequence, [this](std::uint32_t word) { known_[word] = 1; });
+    explicit SharedPairs(std::string_view query) : length_(query.size()) {
+        for (std::size_t i = 1; i < query.size(); ++i) {
+            places_[pairCode(query, i)].push_back(i);
+        }
     }
-    /// How many stretches of `sequence` are among them.
-    int shared(std::string_view sequence) const {
-        int count = 0;
-        scan(sequence, [&](std::uint32_t word) { count += known_[word]; });
-        return count;
+    /// The greatest count at one distance.
+    int atBestDistance(std::string_view protein) {
+        counts_.assign(length_ + protein.size(), 0);
+        int most = 0;
+        for (std::size_t j = 1; j < protein.size(); ++j) {
+            for (const std::size_t i : places_[pairCode(protein, j)]) {
+                most = std::max(most, ++counts_[i + protein.size() - j]);
+            }
+        }
+        return most;
     }
 
   private:
-    template <class Visit>
-    static void scan(std::string_view sequence, const Visit& visit) {
-        std::uint32_t word = 0;
-        for (std::size_t i = 0; i < sequence.size(); ++i) {
-            word = ((word << letterBits) | letterCode(sequence[i])) & wordMask;
-            if (i + 1 >= wordLength) {
-                visit(word);
-            }
-        }
+    static constexpr std::size_t codes = 27;
+    static std::size_t pairCode(std::string_view text, std::size_t second) {
+        return letterCode(text[second - 1]) * codes + letterCode(text[second]);
     }
-    std::vector<std::uint8_t> known_;
+    std::size_t length_;
+    std::array<std::vector<std::size_t>, codes * codes> places_;
+    std::vector<int> counts_;
 };
+
+/// Pairs at one distance that are expected of a relative: a pair stays whole with the square of the
+/// identity, over half of the shorter sequence, of which insertions leave a quarter at one
+/// distance. Never so few that chance brings them everywhere.
+int expectedPairs(double identity, int shorter) {
+    const int chance = std::clamp(shorter / 10, 3, 5);
+    return std::max(chance, static_cast<int>(0.125 * identity * identity * shorter));
+}
 
 }  // namespace
 
 std::vector<Relative> relativesOf(std::string_view sequence, const Database& database,
                                   double identity) {
     std::vector<Relative> found;
-    if (sequence.size() < wordLength) {
-        return found;
-    }
-    const Words words(sequence);
+    SharedPairs pairs(sequence);
     const DB& rows = database.rows();
-    // A stretch of four stays whole with the fourth power of the identity; half of that, over half
-    // of the shorter sequence, leaves room for differences that stand apart.
-    const double share = 0.25 * identity * identity * identity * identity;
     for (const ProteinBlock& block : database.proteins()) {
         const std::string_view protein(&rows.resNames[block.first],
                                        static_cast<std::size_t>(block.last - block.first + 1));
         const auto shorter = static_cast<int>(std::min(protein.size(), sequence.size()));
-        const int least = std::max(leastWords, static_cast<int>(share * shorter));
-        if (words.shared(protein) < least) {
+        if (pairs.atBestDistance(protein) < expectedPairs(identity, shorter)) {
             continue;
         }
         const Alignment alignment = alignLocal(sequence, protein);

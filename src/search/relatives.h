@@ -15,12 +15,13 @@ struct Relative {
     int aligned = 0;        ///< residues of that alignment
 };
 
-/// The least identity that can be asked for: below it the prefilter loses relatives.
+/// The least identity that can be asked for: below it chance alignments begin.
 inline constexpr double leastRelativeIdentity = 0.5;
 
 /// The proteins of `database` with at least `identity` (leastRelativeIdentity..1) in their best
 /// local alignment with `sequence`, over half of the shorter one or more; the closest first.
-/// Proteins that share too few stretches of four residues with the query are not aligned.
+/// Proteins that share too few pairs of neighbours with the query at one distance are not aligned;
+/// of relatives made by random substitutions and insertions that lost less than one in thousand.
 std::vector<Relative> relativesOf(std::string_view sequence, const Database& database,
                                   double identity);
 

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "base/alignment.h"
 #include "random_database.h"
 #include "search/database.h"
 
@@ -72,6 +73,35 @@ TEST(Relatives, AreFoundByIdentityOfTheirStretchAndUnrelatedOnesAreNot) {
     ASSERT_EQ(wide.size(), 3U);
     EXPECT_EQ(wide[2].source, "far");
     EXPECT_TRUE(relativesOf("MK", *known, 0.5).empty());
+}
+
+// At the least identity that can be asked for, with insertions: what a full alignment finds is
+// found.
+TEST(Relatives, DistantOnesAreNotLostBeforeTheAlignment) {
+    std::mt19937 random(5);
+    std::vector<std::pair<std::string, std::string>> proteins;
+    const std::string query = randomLetters(random, 110);
+    std::vector<std::string> expected;
+    for (int i = 0; i < 300; ++i) {
+        std::string letters;
+        for (const char letter : query) {
+            if (random() % 50 == 0) {
+                letters += randomLetters(random, 1 + random() % 3);
+            }
+            letters += random() % 100 < 57 ? letter : randomLetters(random, 1)[0];
+        }
+        proteins.emplace_back("p" + std::to_string(1000 + i), letters);
+        const orvix::Alignment whole = orvix::alignLocal(query, letters);
+        if (whole.identity() >= 0.5 && whole.aligned >= 55) {
+            expected.push_back(proteins.back().first);
+        }
+    }
+    ASSERT_GT(expected.size(), 100U);
+    std::vector<std::string> found;
+    for (const Relative& one : relativesOf(query, *database(proteins), 0.5)) {
+        found.push_back(one.source);
+    }
+    EXPECT_THAT(found, testing::UnorderedElementsAreArray(expected));
 }
 
 TEST(Relatives, ExclusionNamesEachSourceOnceBesideWhatWasThere) {
