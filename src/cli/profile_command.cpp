@@ -66,9 +66,7 @@ void makeProfile(const ProfileOptions& options) {
     if (!wrong.empty()) {
         throw InputRejected(options.file + ": " + wrong);
     }
-    if (!networks::writeCheckFile(options.output, profile)) {
-        throw RunError(options.output + ": can't be written");
-    }
+    networks::writeCheckFile(options.output, profile);
     std::cerr << programName << ": " << options.output << ": " << profile.sequence.size()
               << " residues\n";
 }

@@ -8,6 +8,9 @@
 #include <memory>
 #include <string_view>
 
+#include "base/run_end.h"
+#include "base/whole_file.h"
+
 namespace orvix::networks {
 namespace {
 
@@ -67,27 +70,26 @@ CheckFileStatus readCheckFile(const std::string& path, SequenceProfile& profile,
     return CheckFileStatus::ok;
 }
 
-bool writeCheckFile(const std::string& path, const SequenceProfile& profile) {
+void writeCheckFile(const std::string& path, const SequenceProfile& profile) {
     if (profile.sequence.size() > static_cast<std::size_t>(checkFileLengthLimit)) {
-        return false;
-    }
-    File out(std::fopen(path.c_str(), "wb"), &std::fclose);
-    if (out == nullptr) {
-        return false;
+        throw RunError(path + ": a profile of " + std::to_string(profile.sequence.size()) +
+                       " residues is longer than " + std::to_string(checkFileLengthLimit));
     }
     const auto length = static_cast<std::int32_t>(profile.sequence.size());
     const std::array<std::size_t, rowLength> places = letterPlaces();
-    bool good = std::fwrite(&length, sizeof length, 1, out.get()) == 1 &&
-                std::fwrite(profile.sequence.data(), 1, profile.sequence.size(), out.get()) ==
-                    profile.sequence.size();
+    std::string bytes(sizeof length, '\0');
+    std::memcpy(bytes.data(), &length, sizeof length);
+    bytes += profile.sequence;
     for (const std::array<double, rowLength>& row : profile.rows) {
         std::array<double, rowLength> raw{};
         for (std::size_t i = 0; i < rowLength; ++i) {
             raw[i] = row[places[i]];
         }
-        good = good && std::fwrite(raw.data(), sizeof(double), rowLength, out.get()) == rowLength;
+        const std::size_t end = bytes.size();
+        bytes.resize(end + sizeof raw);
+        std::memcpy(bytes.data() + end, raw.data(), sizeof raw);
     }
-    return std::fclose(out.release()) == 0 && good;
+    writeWholeFile(path, bytes);
 }
 
 }  // namespace orvix::networks

@@ -31,7 +31,8 @@ enum class CheckFileStatus {
 CheckFileStatus readCheckFile(const std::string& path, SequenceProfile& profile, int& length,
                               int& extraRows);
 
-/// Writes one. False if the file can't be written or the sequence is longer than the limit.
-bool writeCheckFile(const std::string& path, const SequenceProfile& profile);
+/// Writes one, whole or not at all. Throws RunError if the file can't be written or the sequence is
+/// longer than the limit.
+void writeCheckFile(const std::string& path, const SequenceProfile& profile);
 
 }  // namespace orvix::networks

