@@ -123,8 +123,8 @@ class ProgramInput(unittest.TestCase):
         """Maps by residue from the trainers' input, where all windows are whole; missing shifts."""
         x = self.dump["x"]
         centres, windows = rows.window_index(self.dump["chains"], 2, False)
-        inputs = (x[windows][:, :, rows.SCORES_FIRST] * rows.SCORES_FIRST_UNITS).astype(float)
-        inputs = inputs.reshape(len(windows), 160)
+        inputs = np.concatenate([x[:, rows.SCORES] * rows.SCORE_UNIT, x[:, :12]], 1)
+        inputs = inputs[windows].reshape(len(windows), 160).astype(float)
         first = np.zeros((len(x), 324))
         first[centres] = outputs("surf20", 1, inputs)
         inner = windows[2:-2]

@@ -14,7 +14,16 @@ try:
 except ImportError:
     raise unittest.SkipTest("PyTorch is not installed") from None
 
-from training import chi1, networks, secondary, sequence, shift_model, surface, windows
+from training import (
+    chi1,
+    map_figures,
+    networks,
+    secondary,
+    sequence,
+    shift_model,
+    surface,
+    windows,
+)
 
 
 def read_layer(folder, name, level, suffix):
@@ -65,6 +74,36 @@ class Members(unittest.TestCase):
         with torch.no_grad():
             expected = net.eval()(maps[:, :, boxes].reshape(6, -1))
             np.testing.assert_allclose(full(raw.reshape(6, -1)), expected, atol=1e-4)
+
+    def test_members_of_an_ensemble_become_what_they_would_alone(self):
+        data = torch.randn(64, 4, generator=torch.Generator().manual_seed(5))
+        target = data.sum(1, keepdim=True)
+
+        def batches(rng):
+            for k in rng.permutation(4):
+                yield slice(16 * k, 16 * k + 16)
+
+        def loss(model, rows):
+            return sum(((out - target[rows]) ** 2).mean() for out in model(data[rows]))
+
+        def train(folder, seeds):
+            members = []
+            for seed in seeds:
+                torch.manual_seed(seed)
+                members.append(networks.Member(4, 3, 1))
+            ensemble = networks.Ensemble(members)
+            state = os.path.join(folder, "-".join(map(str, seeds)))
+            networks.fit(
+                ensemble, state, batches, loss, lambda m: loss(m, slice(0, 64)), 4, 0.01, 0.1
+            )
+            return members
+
+        with tempfile.TemporaryDirectory() as folder:
+            together = train(folder, [1, 2])
+            for member, seed in zip(together, (1, 2)):
+                (alone,) = train(folder, [seed])
+                for mine, other in zip(member.parameters(), alone.parameters()):
+                    torch.testing.assert_close(mine, other)
 
     def test_a_broken_off_training_goes_on_to_the_same_weights(self):
         data = torch.randn(64, 4, generator=torch.Generator().manual_seed(5))
@@ -187,8 +226,8 @@ class Targets(unittest.TestCase):
         ).numpy()
         phi, psi = np.array([-60.0, 60.0]), np.array([-40.0, 40.0])
         maps[1] += 0.2  # less decided, and wrong
-        self.assertEqual(surface.coverage(maps, phi, psi, 0.5), 0.0)
-        self.assertEqual(surface.coverage(maps, phi, psi, 1.0), 0.5)
+        self.assertEqual(map_figures.coverage(maps, phi, psi, 0.5), 0.0)
+        self.assertEqual(map_figures.coverage(maps, phi, psi, 1.0), 0.5)
 
 
 class Chi1(unittest.TestCase):

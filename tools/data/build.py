@@ -144,7 +144,7 @@ class Build:
 
     def surface(self):
         self.script(
-            "surface.py",
+            "training.surface",
             "--work",
             self.work,
             "--state",
@@ -157,7 +157,7 @@ class Build:
 
     def secondary(self):
         self.script(
-            "secondary.py",
+            "training.secondary",
             "--work",
             self.work,
             "--state",

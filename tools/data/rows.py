@@ -15,9 +15,6 @@ SIZE = 32
 ATOM_ORDER = ("HN", "N", "HA", "C", "CA", "CB")
 VALUES, FLAGS, SCORES = slice(0, 12, 2), slice(1, 12, 2), slice(12, 32)
 SCORE_UNIT = 10.0
-# What the phi/psi networks and ss5 see of a residue: the scores in full, then values and flags.
-SCORES_FIRST = np.r_[12:32, 0:12]
-SCORES_FIRST_UNITS = np.array([SCORE_UNIT] * 20 + [1.0] * 12, dtype=np.float32)
 
 
 def window_index(chains, reach, padded):

@@ -16,7 +16,9 @@ from torch import nn
 from data import boxes
 from data.log import log
 
-torch.set_num_threads(int(os.environ.get("OMP_NUM_THREADS", "2")))
+# Layers this small gain little from a second thread, and threads that wait for each other on a busy
+# machine are many times slower than one.
+torch.set_num_threads(1)
 
 BOX_SHARE = np.array(boxes.BOX_SHARE)
 BOX_PRIOR = np.maximum(0.03, np.sqrt(BOX_SHARE)).astype(np.float32)
@@ -65,6 +67,21 @@ class Member(nn.Module):
         if output_scale is not None:
             w2, b2 = w2 * output_scale[:, None], b2 * output_scale
         return (wi, bi), (w1, d(self.wl1.bias)), (w2, b2)
+
+
+class Ensemble(nn.Module):
+    """Members that are trained on the same batches; the output is the list of theirs.
+
+    Every member has its own start and its own gradients, so it becomes what it would alone, but the
+    input and the targets are made once.
+    """
+
+    def __init__(self, members):
+        super().__init__()
+        self.members = nn.ModuleList(members)
+
+    def forward(self, x):
+        return [member(x) for member in self.members]
 
 
 def _number(value, threshold):
@@ -163,7 +180,7 @@ def fit(
         net.train()
         total, count = 0.0, 0
         for batch in epoch_batches(np.random.default_rng([seed, epoch])):
-            optimiser.zero_grad()
+            optimiser.zero_grad(set_to_none=True)
             loss = loss_of(net, batch)
             loss.backward()
             optimiser.step()

@@ -15,9 +15,15 @@ import torch
 
 from data.folds import FOLDS, fold_tables
 from data.log import log
-from data.rows import SCORES, SCORES_FIRST, SCORES_FIRST_UNITS
+from data.rows import SCORES
 from training import networks as nc
-from training.windows import ComputedVectors, MeasuredVectors, UnlabelledVectors, flagged
+from training.windows import (
+    ComputedVectors,
+    MeasuredVectors,
+    UnlabelledVectors,
+    flagged,
+    scores_first,
+)
 
 FIVE = "ss5"
 # Place of the residue without shifts in the window of a three-residue network, None if all have
@@ -27,9 +33,8 @@ CODES = {"ss": 0, "ss.center": 2, "ss.prev": 1, "ss.next": 3, FIVE: 5}  # of the
 FULL_SHARE = 3.0  # of the complete tables in training; each thinned out variant counts once
 UNLABELLED_SHARES = (0.5, 0.15, 0.35)
 MEMBERS = 3
-BATCH, FIRST_BATCH = 256, 512
+BATCH, FIRST_BATCH = 512, 1024
 CHUNK = 20000
-UNITS = torch.from_numpy(SCORES_FIRST_UNITS)
 
 
 def reach_of(name):
@@ -67,7 +72,7 @@ def level1_input(name, vectors, variant, windows, noisy):
     windows = torch.from_numpy(windows)
     x = vectors.take(torch.from_numpy(variant), windows, noisy)
     if name == FIVE:
-        return flagged(x[:, :, SCORES_FIRST] * UNITS, windows == vectors.pad)
+        return flagged(scores_first(x), windows == vectors.pad)
     return torch.cat([x[:, k, SCORES] if k == LACKING[name] else x[:, k] for k in range(3)], 1)
 
 
@@ -137,9 +142,10 @@ class TeacherTask:
             )
 
 
-def fit(net, state, task, train, held, schedule, seed, teacher=None):
-    """Trains `net` on the windows `train` of `task`, stopped by `held`. schedule: epochs, rate,
+def fit(members, state, task, train, held, schedule, seed, teacher=None):
+    """Trains `members` on the windows `train` of `task`, stopped by `held`. schedule: epochs, rate,
     decay, patience."""
+    ensemble = nc.Ensemble(members)
     held_batch = task.batch(*task.fitting(held, np.random.default_rng(3)), False)
 
     def epoch(rng):
@@ -147,14 +153,14 @@ def fit(net, state, task, train, held, schedule, seed, teacher=None):
         return batches if teacher is None else teacher.join(batches, rng)
 
     def loss_of(model, batch):
-        return nc.class_loss(model(batch[0]), batch)
+        return sum(nc.class_loss(out, batch) for out in model(batch[0]))
 
     def validate(model):
-        return loss_of(model, held_batch)
+        return loss_of(model, held_batch) / len(members)
 
-    nc.fit(net, state, epoch, loss_of, validate, *schedule, os.path.basename(state), seed)
-    net.eval()
-    return net
+    nc.fit(ensemble, state, epoch, loss_of, validate, *schedule, os.path.basename(state), seed)
+    ensemble.eval()
+    return list(ensemble.members)
 
 
 def level1_values(name, data, variant, members_of_fold):
@@ -192,8 +198,8 @@ class NetworkTraining:
     def state(self, suffix):
         return os.path.join(self.args.state, self.name + suffix)
 
-    def first_member(self, m):
-        """A level 1 member trained on computed shifts."""
+    def first(self):
+        """Level 1 members trained on computed shifts."""
         computed, name, args = self.computed, self.name, self.args
 
         def inputs_of(variant, windows, noisy):
@@ -204,17 +210,37 @@ class NetworkTraining:
         task = ClassTask(name, computed, computed.unrelated, mix, inputs_of, FIRST_BATCH)
         held, train = task.rows(computed.held), task.rows(~computed.held)
         width, hidden = sizes_of(name)
-        seed = self.seed + 500 + m
-        torch.manual_seed(seed)
-        net = nc.Member(width, hidden, 3)
-        rng = np.random.default_rng(seed)
-        some = train[rng.choice(len(train), min(20000, len(train)), replace=False)]
-        net.standardise_on(
-            inputs_of(np.zeros(len(some), int), task.windows[some], False), floor=0.02
-        )
-        schedule = (args.first_epochs, 2e-3, 0.01, args.first_epochs)
-        state = os.path.join(args.state, "first.%s.m%d" % (name, m))
-        return fit(net, state, task, train, held, schedule, seed)
+        members = []
+        for seed in range(self.seed + 500, self.seed + 500 + MEMBERS):
+            torch.manual_seed(seed)
+            net = nc.Member(width, hidden, 3)
+            rng = np.random.default_rng(seed)
+            some = train[rng.choice(len(train), min(20000, len(train)), replace=False)]
+            net.standardise_on(
+                inputs_of(np.zeros(len(some), int), task.windows[some], False), floor=0.02
+            )
+            members.append(net)
+        schedule = (args.first_epochs, args.first_rate, 0.01, args.first_epochs)
+        state = os.path.join(args.state, "first." + name)
+        return fit(members, state, task, train, held, schedule, self.seed + 500)
+
+    def further(self, task, start, schedule, suffix, seed, teacher_of=lambda f: None):
+        """(members, members of each fold) on measured shifts; `start(seed)` gives members to start
+        from."""
+        data, members = self.data, []
+        for m in range(MEMBERS):
+            train, held = (task.rows(mask) for mask in data.shipped_split(m))
+            state = self.state("%s.m%d" % (suffix, m))
+            net = start(seed, train)[m]
+            members += fit([net], state, task, train, held, schedule, seed + m, teacher_of(-1))
+        of_fold = []
+        for f in range(FOLDS):
+            train, held = (task.rows(mask) for mask in data.fold_split(f))
+            nets, state = start(seed + 50 + 3 * f, train), self.state("%s.fold%d" % (suffix, f))
+            of_fold.append(
+                fit(nets, state, task, train, held, schedule, seed + 50 + 3 * f, teacher_of(f))
+            )
+        return members, of_fold
 
     def level1(self):
         """Members of level 1, and those of each fold."""
@@ -223,66 +249,36 @@ class NetworkTraining:
         def inputs_of(variant, windows, noisy):
             return level1_input(name, data, variant, windows, noisy)
 
+        def teacher_of(f):
+            if self.unlabelled is None:
+                return None
+            return TeacherTask(name, self.unlabelled, f, args.unlabelled)
+
         task = ClassTask(name, data, self.usable, self.mix, inputs_of, BATCH)
         schedule = (args.epochs, args.rate, 0.02, args.patience)
+        first = self.first()
 
-        def member(start, suffix, split, seed, teacher):
-            train, held = (task.rows(mask) for mask in split)
-            if self.unlabelled is not None:
-                teacher = TeacherTask(name, self.unlabelled, teacher, args.unlabelled)
-            else:
-                teacher = None
-            return fit(
-                copy.deepcopy(start), self.state(suffix), task, train, held, schedule, seed, teacher
-            )
+        def start(seed, train):
+            return copy.deepcopy(first)
 
-        first = [self.first_member(m) for m in range(MEMBERS)]
-        members = [
-            member(start, ".l1.m%d" % m, self.data.shipped_split(m), self.seed + m, -1)
-            for m, start in enumerate(first)
-        ]
-        of_fold = [
-            [
-                member(
-                    start,
-                    ".fold%d.m%d" % (f, m),
-                    self.data.fold_split(f),
-                    self.seed + 50 + 3 * f + m,
-                    f,
-                )
-                for m, start in enumerate(first)
-            ]
-            for f in range(FOLDS)
-        ]
-        return members, of_fold
+        return self.further(task, start, schedule, ".l1", self.seed, teacher_of)
 
     def level2(self, task):
         """Members of level 2, and those of each fold."""
         args = self.args
-        schedule = (args.epochs // 2, 2 * args.rate, 0.02, args.patience)
 
-        def member(suffix, split, seed):
-            train, held = (task.rows(mask) for mask in split)
-            torch.manual_seed(seed)
-            net = nc.Member(19 if self.name == FIVE else 9, 6, 3)
+        def start(seed, train):
+            members = []
             sample = task.inputs_of(np.zeros(len(train), int), task.windows[train], False)
-            net.standardise_on(sample, floor=0.02)
-            return fit(net, self.state(suffix), task, train, held, schedule, seed)
+            for m in range(MEMBERS):
+                torch.manual_seed(seed + m)
+                net = nc.Member(19 if self.name == FIVE else 9, 6, 3)
+                net.standardise_on(sample, floor=0.02)
+                members.append(net)
+            return members
 
-        members = [
-            member(".l2.m%d" % m, self.data.shipped_split(m), self.seed + 100 + m)
-            for m in range(MEMBERS)
-        ]
-        of_fold = [
-            [
-                member(
-                    ".l2.fold%d.m%d" % (f, m), self.data.fold_split(f), self.seed + 150 + 3 * f + m
-                )
-                for m in range(MEMBERS)
-            ]
-            for f in range(FOLDS)
-        ]
-        return members, of_fold
+        schedule = (max(1, args.epochs // 2), 2 * args.rate, 0.02, args.patience)
+        return self.further(task, start, schedule, ".l2", self.seed + 100)
 
     def write(self, level, members, of_fold):
         nc.write_level(self.args.out, self.name, level, members)
@@ -353,9 +349,10 @@ def main():
     parser.add_argument(
         "--unlabelled", type=float, default=1.0, help="weight of residues without a known structure"
     )
-    parser.add_argument("--first-epochs", type=int, default=60)
-    parser.add_argument("--epochs", type=int, default=20)
-    parser.add_argument("--rate", type=float, default=5e-4)
+    parser.add_argument("--first-epochs", type=int, default=15)
+    parser.add_argument("--first-rate", type=float, default=4e-3)
+    parser.add_argument("--epochs", type=int, default=10)
+    parser.add_argument("--rate", type=float, default=1e-3)
     parser.add_argument("--patience", type=int, default=6)
     args = parser.parse_args()
     os.makedirs(args.state, exist_ok=True)

@@ -8,8 +8,8 @@ divided out of the last layer on writing.
 Every member is first trained on chains with computed shifts (training/shifts.py), which are ten
 times as many, and then on the measured ones. The first training knows no relative of any protein
 with shifts and coordinates, so all later ones, on all proteins or without a fold of the
-cross-validation, start from the same states. Every member is a state file of its own, so an
-interrupted run goes on where it stopped.
+cross-validation, start from the same states. Members that see the same residues share their
+batches. Every training has a state file of its own, so an interrupted run goes on where it stopped.
 """
 
 import argparse
@@ -19,15 +19,12 @@ import os
 import numpy as np
 import torch
 
-from data.boxes import box_of
 from data.folds import FOLDS, fold_tables
 from data.log import log
-from data.rows import SCORES_FIRST, SCORES_FIRST_UNITS
 from training import networks as nc
-from training.windows import ComputedVectors, MeasuredVectors, UnlabelledVectors
+from training.map_figures import coverage, figures
+from training.windows import ComputedVectors, MeasuredVectors, UnlabelledVectors, scores_first
 
-UNITS = torch.from_numpy(SCORES_FIRST_UNITS)
-BOX_ANGLES = np.stack([np.repeat(nc.BOX_CENTRES, 18), np.tile(nc.BOX_CENTRES, 18)])
 REACH = 2
 # Share of each variant of the measured proteins: of surf20, which sees residues with most shifts,
 # and of surf20_hyb.
@@ -54,7 +51,7 @@ def level1_input(vectors, variant, windows, noisy):
     """Network input (n x 160) of windows (n x 5): per residue the substitution scores, then the
     shifts."""
     x = vectors.take(torch.from_numpy(variant), torch.from_numpy(windows), noisy)
-    return (x[:, :, SCORES_FIRST] * UNITS).reshape(len(windows), 160)
+    return scores_first(x).reshape(len(windows), 160)
 
 
 def windows_of(vectors, usable, padded):
@@ -83,11 +80,13 @@ def surface_loss(q, target, weight, lift=1.0):
     """Squared error; `lift` above 1 makes too low cost more than too high, so that second choices
     stand out."""
     residual = q - target
-    if lift != 1.0:
-        residual = torch.where(residual < 0, lift**0.5 * residual, residual)
-    # The program clamps at zero: going below it where nothing is expected costs little.
-    residual = torch.where((q < 0) & (target < 0.01), 0.2 * residual, residual)
-    return (weight[:, None] * residual**2).sum() / weight.sum()
+    with torch.no_grad():
+        cost = (weight / weight.sum())[:, None].expand_as(residual).clone()
+        if lift != 1.0:
+            cost[residual < 0] *= lift
+        # The program clamps at zero: going below it where nothing is expected costs little.
+        cost[(q < 0) & (target < 0.01)] *= 0.04
+    return (cost * residual * residual).sum()
 
 
 class MapTask:
@@ -120,19 +119,21 @@ class MapTask:
             yield x, self.targets(i), self.weight[self.centres[i]]
 
     def validation(self, rows, lift):
-        """A function that gives the loss of a network on `rows`, always in the same variants."""
+        """A function that gives the loss of an ensemble's members on `rows`, always in the same
+        variants."""
         variant = self.choose(np.random.default_rng(7), rows)
         variant = self.vectors.present(variant, self.windows[rows])
         target, weight = self.targets(rows), self.weight[self.centres[rows]]
 
-        def loss(net):
-            q = [
-                net(
-                    self.inputs_of(variant[k : k + CHUNK], self.windows[rows[k : k + CHUNK]], False)
-                )
-                for k in range(0, len(rows), CHUNK)
-            ]
-            return surface_loss(torch.cat(q).clamp(min=0), target, weight, lift)
+        def loss(ensemble):
+            total = 0.0
+            for k in range(0, len(rows), CHUNK):
+                part = slice(k, k + CHUNK)
+                x = self.inputs_of(variant[part], self.windows[rows[part]], False)
+                share = weight[part].sum() / weight.sum() / len(ensemble.members)
+                for q in ensemble(x):
+                    total += share * surface_loss(q.clamp(min=0), target[part], weight[part], lift)
+            return total
 
         return loss
 
@@ -201,42 +202,37 @@ class TeacherTask:
             )
 
 
-def fit(net, state, task, train, held, lift, schedule, args, seed, teacher=None):
-    """Trains `net` on the windows `train` of `task`, stopped by `held`. schedule: epochs, rate,
+def fit(members, state, task, train, held, lift, schedule, args, seed, teacher=None):
+    """Trains `members` on the windows `train` of `task`, stopped by `held`. schedule: epochs, rate,
     decay, patience."""
     epochs, rate, decay, patience = schedule
+    ensemble = nc.Ensemble(members)
 
     def epoch(rng):
         batches = task.batches(train, rng)
         return batches if teacher is None else teacher.join(batches, rng)
 
+    def loss_of(model, batch):
+        return sum(surface_loss(q, batch[1], batch[2], lift) for q in model(batch[0]))
+
     label = os.path.basename(state)
+    validate = task.validation(held, lift)
     score = nc.fit(
-        net,
-        state,
-        epoch,
-        lambda model, b: surface_loss(model(b[0]), b[1], b[2], lift),
-        task.validation(held, lift),
-        epochs,
-        rate,
-        decay,
-        patience,
-        label,
-        seed,
+        ensemble, state, epoch, loss_of, validate, epochs, rate, decay, patience, label, seed
     )
-    net.eval()
+    ensemble.eval()
     log("%s held-out %.5f" % (label, score))
-    return net
+    return list(ensemble.members)
 
 
-def first_level1(computed, args, name, padded, shares, lift, seed):
-    """Level 1 members trained on computed shifts; `shares` are those of their copies."""
+def first_level1(computed, args, name, padded, shares, lift, seed, start, epochs):
+    """Level 1 members trained on computed shifts, from `start` if there are any; `shares` are those
+    of their copies."""
     shares = shares_of(shares)
     task = level1_task(computed, computed.unrelated, padded, shares, args)
     held, train = task.rows(computed.held), task.rows(~computed.held)
-    schedule = (args.first_epochs, args.first_rate, args.decay, args.first_epochs)
-    members = []
-    for m in range(args.members):
+    members = copy.deepcopy(start)
+    for m in range(len(start), args.members):
         torch.manual_seed(seed + m)
         net = nc.Member(160, 180, 324, drop=args.drop)
         rng = np.random.default_rng(seed + m)
@@ -244,39 +240,30 @@ def first_level1(computed, args, name, padded, shares, lift, seed):
         copies = rng.choice(len(shares), len(some), p=shares)
         net.standardise_on(level1_input(computed, copies, task.windows[some], False))
         task.start_output(net, train)
-        state = os.path.join(args.state, "%s.m%d" % (name, m))
-        members.append(fit(net, state, task, train, held, lift, schedule, args, seed + m))
-    return members
+        members.append(net)
+    schedule = (epochs, args.first_rate, args.decay, epochs)
+    state = os.path.join(args.state, name)
+    return fit(members, state, task, train, held, lift, schedule, args, seed)
 
 
-def train_level1(data, args, name, padded, mix, first, lift, seed, split, teacher=None):
-    """Level 1 members on measured shifts from the members `first`.
+def train_further(args, name, task, first, lift, schedule, seed, splits, teacher=None):
+    """Members trained further on measured shifts from the members `first`.
 
-    `split(m)` gives the masks of the training and of the stopping residues of member m. The
-    teacher's maps are posterior densities, so they serve members alone that are trained towards
-    such, without a lift.
+    `splits` has for each member the masks of its training and of its stopping residues; members
+    with the same ones are trained together.
     """
-    shares = shares_of([mix(variant) for variant in data.variants])
-    task = level1_task(data, data.trusted, padded, shares, args)
-    schedule = (args.epochs, args.rate, args.decay, args.patience)
+    if len(splits) == 1:
+        groups = [(name, first)]
+    else:
+        groups = [("%s.m%d" % (name, m), [start]) for m, start in enumerate(first)]
     members = []
-    for m, start in enumerate(first):
-        train, held = (task.rows(mask) for mask in split(m))
-        torch.manual_seed(seed + m)
-        state = os.path.join(args.state, "%s.m%d" % (name, m))
-        members.append(
-            fit(
-                copy.deepcopy(start),
-                state,
-                task,
-                train,
-                held,
-                lift,
-                schedule,
-                args,
-                seed + m,
-                teacher if lift == 1.0 else None,
-            )
+    for number, (split, (label, start)) in enumerate(zip(splits, groups)):
+        train, held = (task.rows(mask) for mask in split)
+        torch.manual_seed(seed + number)
+        state = os.path.join(args.state, label)
+        start = copy.deepcopy(start)
+        members += fit(
+            start, state, task, train, held, lift, schedule, args, seed + number, teacher
         )
     return members
 
@@ -289,7 +276,6 @@ def first_level2(computed, args, name, maps, seed):
 
     task = level2_task(computed, computed.unrelated, maps, choose, args)
     held, train = task.rows(computed.held), task.rows(~computed.held)
-    schedule = (args.first_epochs2, args.first_rate2, args.decay2, args.first_epochs2)
     members = []
     for m in range(args.members):
         torch.manual_seed(seed + m)
@@ -299,30 +285,10 @@ def first_level2(computed, args, name, maps, seed):
             task.inputs_of(np.zeros(len(some), int), task.windows[some], False), floor=0.004
         )
         task.start_output(net, train)
-        state = os.path.join(args.state, "%s.m%d" % (name, m))
-        members.append(fit(net, state, task, train, held, args.lift, schedule, args, seed + m))
-    return members
-
-
-def train_level2(data, args, name, maps, mix, first, seed, split):
-    """Level 2 members on the level 1 maps of the measured proteins (one tensor a variant), from
-    `first`."""
-    shares = shares_of([mix(variant) for variant in data.variants])
-
-    def choose(rng, rows):
-        return rng.choice(len(shares), len(rows), p=shares)
-
-    task = level2_task(data, data.trusted, maps, choose, args)
-    schedule = (args.epochs2, args.rate2, args.decay2, args.patience)
-    members = []
-    for m, start in enumerate(first):
-        train, held = (task.rows(mask) for mask in split(m))
-        torch.manual_seed(seed + m)
-        state = os.path.join(args.state, "%s.m%d" % (name, m))
-        members.append(
-            fit(copy.deepcopy(start), state, task, train, held, args.lift, schedule, args, seed + m)
-        )
-    return members
+        members.append(net)
+    schedule = (args.first_epochs2, args.first_rate2, args.decay2, args.first_epochs2)
+    state = os.path.join(args.state, name)
+    return fit(members, state, task, train, held, args.lift, schedule, args, seed)
 
 
 def level1_maps(data, variant, members_of):
@@ -380,119 +346,6 @@ def widen_level2(net, boxes):
     return full
 
 
-# --- figures
-# ---------------------------------------------------------------------------------------------------------
-
-
-def map_clusters(q):
-    """Islands of a map as the program finds them: list of member lists, best seed first, and the
-    support boxes."""
-    mean, sd = q.mean(), q.std(ddof=1)
-    peaks = [b for b in np.argsort(-q, kind="stable") if q[b] >= mean + sd]
-    if not peaks or sd == 0:
-        return [], set()
-    rows, cols = np.array(peaks) // 18, np.array(peaks) % 18
-    dr, dc = abs(rows[:, None] - rows), abs(cols[:, None] - cols)
-    near = np.minimum(dr, 18 - dr) ** 2 + np.minimum(dc, 18 - dc) ** 2 <= 36
-    visited, owner, clusters = set(), {}, []
-    for a, box in enumerate(peaks):
-        if box in visited:
-            continue
-        visited.add(box)
-        neighbours = [peaks[b] for b in np.flatnonzero(near[a]) if b != a]
-        if len(neighbours) <= 4:
-            continue
-        members = [box]
-        was = owner.get(box)
-        owner[box] = len(clusters)
-        for b in neighbours:
-            visited.add(b)
-            if b not in owner:
-                owner[b] = len(clusters)
-                members.append(b)
-        if len(members) >= 5:
-            clusters.append(members)
-        else:
-            for b in members:
-                owner.pop(b, None)
-            if was is not None:
-                owner[box] = was
-    return clusters, {b for b in owner if (q[b] - mean) / sd >= 1.0}
-
-
-def figures(q, phi, psi):
-    """What the later stages will see of maps q (n x 324): shares and the error of the first
-    cluster's centre."""
-    angles = np.deg2rad(nc.BOX_CENTRES)
-    opened = inside = first_inside = wrong = considered = 0
-    size, squares = [], []
-    for k in range(len(q)):
-        clusters, support = map_clusters(q[k])
-        if not clusters:
-            opened += 1
-            continue
-        seeds = [c[0] for c in clusters]
-        confidence = q[k][seeds[0]] / q[k][seeds].sum()
-        limit = 0.65 if 7 <= seeds[0] % 18 <= 15 and seeds[0] > 161 else 0.6
-        if len(clusters) > 1 and confidence < limit:
-            opened += 1
-            continue
-        considered += 1
-        size.append(len(support))
-        box = box_of(phi[k], psi[k])
-        inside += box in support
-        first_inside += box in clusters[0]
-        w = q[k][clusters[0]]
-        r, c = np.array(clusters[0]) // 18, np.array(clusters[0]) % 18
-        f = np.rad2deg(np.arctan2((w * np.sin(angles[r])).sum(), (w * np.cos(angles[r])).sum()))
-        s = np.rad2deg(np.arctan2((w * np.sin(angles[c])).sum(), (w * np.cos(angles[c])).sum()))
-        df, ds = (f - phi[k] + 180) % 360 - 180, (s - psi[k] + 180) % 360 - 180
-        if df * df + ds * ds >= (3600 if nc.BOX_SHARE[box] >= 0.06 else 6400):
-            wrong += 1
-        else:
-            squares.append((df * df, ds * ds))
-    rms = np.sqrt(np.mean(squares, 0)) if squares else (0, 0)
-    n = max(1, considered)
-    return (
-        "n %d open %.3f | of the others: box inside %.3f in first cluster %.3f wrong %.3f "
-        "rms phi %.1f psi %.1f boxes "
-        "%.1f peak %.2f"
-        % (
-            len(q),
-            opened / len(q),
-            inside / n,
-            first_inside / n,
-            wrong / n,
-            rms[0],
-            rms[1],
-            np.mean(size),
-            np.median(q.max(1)),
-        )
-    )
-
-
-def coverage(q, phi, psi, share):
-    """Part of wrong angles among the `share` of residues whose maps are most decided."""
-    d = abs(np.arange(18)[:, None] - np.arange(18))
-    d = np.minimum(d, 18 - d)
-    near = (
-        (d[:, None, :, None] ** 2 + d[None, :, None, :] ** 2 <= 10)
-        .reshape(324, 324)
-        .astype(np.float32)
-    )
-    mass = q @ near
-    around = q * near[mass.argmax(1)]
-    angles = np.deg2rad(BOX_ANGLES)
-    mean = [np.rad2deg(np.arctan2(around @ np.sin(a), around @ np.cos(a))) for a in angles]
-    df, ds = (mean[0] - phi + 180) % 360 - 180, (mean[1] - psi + 180) % 360 - 180
-    box = np.array([box_of(a, b) for a, b in zip(phi, psi)])
-    wrong = df * df + ds * ds >= np.where(nc.BOX_SHARE[box] >= 0.06, 3600, 6400)
-    best = np.argsort(-mass.max(1) / np.maximum(q.sum(1), 1e-6), kind="stable")[
-        : int(share * len(q))
-    ]
-    return wrong[best].mean()
-
-
 def report(data, name, members_of, maps=None):
     """Figures of the test proteins, each under the members that never saw its fold; level 2 if
     there are `maps`."""
@@ -545,39 +398,30 @@ class SurfaceTraining:
             return None
         return TeacherTask(self.unlabelled, number, padded, mix, self.args)
 
-    def level1(self, name, network, padded, mix, computed_shares, lift, seed):
+    def level1(self, name, network, padded, mix, computed_shares, lift, seed, start, epochs):
         """(first members, members, members of each fold) of a level 1 network, with figures of the
         folds."""
         args, data = self.args, self.data
-        first = first_level1(self.computed, args, name, padded, computed_shares, lift, seed)
-        of_fold = {}
-        for f in range(FOLDS):
-            of_fold[f] = train_level1(
-                data,
-                args,
-                "%s.fold%d" % (network, f),
-                padded,
-                mix,
-                first,
-                lift,
-                seed + 10 * (f + 1),
-                lambda m, f=f: self.data.fold_split(f),
-                self.teacher(f, padded, mix),
-            )
-        report(data, "hybrid" if padded else "level 1", of_fold)
-        members = train_level1(
-            data,
-            args,
-            network,
-            padded,
-            mix,
-            first,
-            lift,
-            seed,
-            self.data.shipped_split,
-            self.teacher(-1, padded, mix),
+        first = first_level1(
+            self.computed, args, name, padded, computed_shares, lift, seed, start, epochs
         )
-        return first, members, of_fold
+        shares = shares_of([mix(variant) for variant in data.variants])
+        task = level1_task(data, data.trusted, padded, shares, args)
+        schedule = (args.epochs, args.rate, args.decay, args.patience)
+
+        def further(label, seed, splits, number):
+            # The teacher's maps are posterior densities, so they serve members alone that are
+            # trained towards such, without a lift.
+            teacher = self.teacher(number, padded, mix) if lift == 1.0 else None
+            return train_further(args, label, task, first, lift, schedule, seed, splits, teacher)
+
+        of_fold = {
+            f: further("%s.fold%d" % (network, f), seed + 10 * (f + 1), [data.fold_split(f)], f)
+            for f in range(FOLDS)
+        }
+        report(data, "hybrid" if padded else "level 1", of_fold)
+        splits = [data.shipped_split(m) for m in range(args.members)]
+        return first, further(network, seed, splits, -1), of_fold
 
     def level2(self, first, level1_of_fold):
         """Members and members of each fold of level 2, widened to all boxes.
@@ -605,22 +449,24 @@ class SurfaceTraining:
             [computed_level1_maps(self.computed, first, boxes, k) for k in range(3)],
             seed,
         )
-        of_fold = {}
-        for f in range(FOLDS):
-            of_fold[f] = train_level2(
-                data,
-                args,
-                "surf20.l2.fold%d" % f,
-                maps,
-                standard,
-                first2,
-                seed + 10 * (f + 1),
-                lambda m, f=f: self.data.fold_split(f),
-            )
+        shares = shares_of([standard(variant) for variant in data.variants])
+
+        def choose(rng, rows):
+            return rng.choice(len(shares), len(rows), p=shares)
+
+        task = level2_task(data, data.trusted, maps, choose, args)
+        schedule = (args.epochs2, args.rate2, args.decay2, args.patience)
+
+        def further(label, seed, splits):
+            return train_further(args, label, task, first2, args.lift, schedule, seed, splits)
+
+        of_fold = {
+            f: further("surf20.l2.fold%d" % f, seed + 10 * (f + 1), [data.fold_split(f)])
+            for f in range(FOLDS)
+        }
         report(data, "level 2", of_fold, maps)
-        members = train_level2(
-            data, args, "surf20.l2", maps, standard, first2, seed, self.data.shipped_split
-        )
+        splits = [data.shipped_split(m) for m in range(args.members)]
+        members = further("surf20.l2", seed, splits)
         widened = {f: [widen_level2(m, boxes) for m in of] for f, of in of_fold.items()}
         return [widen_level2(m, boxes) for m in members], widened
 
@@ -643,7 +489,6 @@ def arguments():
         help="directory that gets the tables of each fold of the cross-validation",
     )
     parser.add_argument("--variants", default="full,noproton,dropA,dropB,dropC,dropD")
-    parser.add_argument("--only", default="", help="level1, level2 or hybrid alone")
     parser.add_argument("--members", type=int, default=3)
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--sigma", type=float, default=22.0)
@@ -657,15 +502,18 @@ def arguments():
     parser.add_argument(
         "--unlabelled", type=float, default=1.0, help="weight of residues without a known structure"
     )
-    parser.add_argument("--first-epochs", type=int, default=40)
-    parser.add_argument("--first-rate", type=float, default=2e-3)
-    parser.add_argument("--first-epochs2", type=int, default=12)
-    parser.add_argument("--first-rate2", type=float, default=1e-3)
-    parser.add_argument("--epochs", type=int, default=20)
-    parser.add_argument("--epochs2", type=int, default=6)
-    parser.add_argument("--batch", type=int, default=256)
-    parser.add_argument("--rate", type=float, default=4e-4)
-    parser.add_argument("--rate2", type=float, default=5e-5)
+    parser.add_argument("--first-epochs", type=int, default=12)
+    parser.add_argument(
+        "--hybrid-epochs", type=int, default=4, help="first training of surf20_hyb after surf20's"
+    )
+    parser.add_argument("--first-rate", type=float, default=2.5e-3)
+    parser.add_argument("--first-epochs2", type=int, default=4)
+    parser.add_argument("--first-rate2", type=float, default=1.4e-3)
+    parser.add_argument("--epochs", type=int, default=10)
+    parser.add_argument("--epochs2", type=int, default=4)
+    parser.add_argument("--batch", type=int, default=512)
+    parser.add_argument("--rate", type=float, default=6e-4)
+    parser.add_argument("--rate2", type=float, default=7e-5)
     parser.add_argument("--decay", type=float, default=0.01)
     parser.add_argument("--decay2", type=float, default=0.05)
     parser.add_argument("--drop", type=float, default=0.0)
@@ -681,18 +529,32 @@ def main():
     os.makedirs(args.state, exist_ok=True)
     training = SurfaceTraining(args)
     seed = args.seed * 100
-    if args.only in ("", "hybrid"):
-        _, members, of_fold = training.level1(
-            "first.hyb", "surf20_hyb", True, heavy, COMPUTED_HEAVY, args.lift, seed + 50
-        )
-        training.write("surf20_hyb", 1, members, of_fold)
-    if args.only in ("", "level1", "level2"):
-        first, members, of_fold = training.level1(
-            "first.l1", "surf20.l1", False, standard, COMPUTED_STANDARD, 1.0, seed
-        )
-        training.write("surf20", 1, members, of_fold)
-        if args.only != "level1":
-            training.write("surf20", 2, *training.level2(first, of_fold))
+    first, members, of_fold = training.level1(
+        "first.l1",
+        "surf20.l1",
+        False,
+        standard,
+        COMPUTED_STANDARD,
+        1.0,
+        seed,
+        [],
+        args.first_epochs,
+    )
+    training.write("surf20", 1, members, of_fold)
+    training.write("surf20", 2, *training.level2(first, of_fold))
+    # surf20_hyb sees the same input with other gaps, so it starts where surf20 does.
+    _, members, of_fold = training.level1(
+        "first.hyb",
+        "surf20_hyb",
+        True,
+        heavy,
+        COMPUTED_HEAVY,
+        args.lift,
+        seed + 50,
+        first,
+        args.hybrid_epochs,
+    )
+    training.write("surf20_hyb", 1, members, of_fold)
     log("done")
 
 

@@ -25,6 +25,7 @@ from data.log import log
 from data.rows import FLAGS, VALUES, read_dump
 from training import networks as nc
 from training import surface
+from training.map_figures import coverage
 from training.windows import NOISE, ComputedVectors, MeasuredVectors
 
 CROP = 48
@@ -157,7 +158,7 @@ class TestFigures:
     def report(self):
         q, rows = torch.cat(self.maps).numpy(), np.concatenate(self.rows)
         phi, psi = self.data.phi[rows].numpy(), self.data.psi[rows].numpy()
-        wrong = surface.coverage(q, phi, psi, 0.9)
+        wrong = coverage(q, phi, psi, 0.9)
         log("phi/psi of unseen proteins: at 90 %% wrong %.4f (%d residues)" % (wrong, len(rows)))
         share = 100 * self.right / self.seen
         log(
@@ -176,8 +177,8 @@ def main():
     )
     parser.add_argument("--work", required=True)
     parser.add_argument("--variants", default="full,noproton,dropA,dropB,dropC,dropD")
-    parser.add_argument("--first-epochs", type=int, default=24)
-    parser.add_argument("--epochs", type=int, default=12)
+    parser.add_argument("--first-epochs", type=int, default=10)
+    parser.add_argument("--epochs", type=int, default=8)
     parser.add_argument("--seed", type=int, default=3)
     args = parser.parse_args()
     folder = os.path.join(args.work, "unlabelled")

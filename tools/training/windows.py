@@ -12,7 +12,16 @@ import numpy as np
 import torch
 
 from data.folds import FOLDS, small_folds
-from data.rows import FLAGS, SIZE, VALUES, load_features, read_dump, window_index
+from data.rows import (
+    FLAGS,
+    SCORE_UNIT,
+    SCORES,
+    SIZE,
+    VALUES,
+    load_features,
+    read_dump,
+    window_index,
+)
 
 # Added to measured values in training: random error, and a referencing error of the whole window
 # (ppm, order HN N HA C CA CB; CA and CB share theirs).
@@ -54,11 +63,10 @@ class ResidueVectors:
         x = self.x[v, windows]
         if noisy:
             n, width = windows.shape
-            common = torch.randn(n, 1, 6)
+            common = torch.randn(n, 1, 6) * OFFSET
             common[:, :, 5] = common[:, :, 4]
-            x = x.clone()
-            error = torch.randn(n, width, 6) * NOISE + common * OFFSET
-            x[:, :, VALUES] += error * self.known[v, windows]
+            error = torch.randn(n, width, 6).mul_(NOISE).add_(common)
+            x[:, :, VALUES] += error.mul_(1.0 - x[:, :, FLAGS])
         return x
 
     def present(self, variant, windows):
@@ -138,6 +146,12 @@ def rows_in(dump, first):
     """For each residue of the dump `first` its row in `dump`, or -1."""
     place = {key: k for k, key in enumerate(zip(dump["id"], dump["resid"]))}
     return np.array([place.get(key, -1) for key in zip(first["id"], first["resid"])])
+
+
+def scores_first(x):
+    """Vectors (... x 32) as the phi/psi networks and ss5 see them: the scores in full, then the
+    shifts."""
+    return torch.cat([x[..., SCORES] * SCORE_UNIT, x[..., : SCORES.start]], -1)
 
 
 def flagged(x, beyond):
