@@ -16,6 +16,7 @@ except ImportError:
 
 from training import (
     chi1,
+    chi1_calibration,
     map_figures,
     networks,
     secondary,
@@ -240,13 +241,13 @@ class Chi1(unittest.TestCase):
             "Residue (center) L 13 of 60\n",
             "   10 \tbest matched fragments with g-  0.1 \n",
         ]
-        self.assertEqual(list(chi1.read_groups(lines)), [("V", 12, [2, 10, 10])])
+        self.assertEqual(list(chi1_calibration.read_groups(lines)), [("V", 12, [2, 10, 10])])
 
     def test_strengths_fall_where_the_true_rotamer_scores_badly(self):
         rng = np.random.default_rng(1)
         truth = rng.integers(0, 3, 400).tolist()
         bins = [[1 if r == t else 8 for r in range(3)] for t in truth]
-        strengths = chi1.fit_strengths(bins, truth, np.zeros(11), 0.5)
+        strengths = chi1_calibration.fit_strengths(bins, truth, np.zeros(11), 0.5)
         self.assertGreater(strengths[1], strengths[8] + 2.0)
 
     def test_a_small_group_counts_as_bad(self):

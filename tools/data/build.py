@@ -4,7 +4,8 @@
 
 Runs the steps below in order and marks each finished one in WORK/steps, so that a broken-off build
 goes on where it stopped. `--again STEP` runs a step and all after it anew; `--steps` limits the run
-to some. Without the trainings the whole takes a few minutes:
+to some. With more than one of --jobs, `sequence` and `chi1` run beside `unlabelled`, `surface` and
+`secondary`. Without the trainings the whole takes a few minutes:
 
     --steps clean,tables,structures,chains,triplets,features,shifts,database,pack
 
@@ -20,7 +21,8 @@ to some. Without the trainings the whole takes a few minutes:
     surface     training.surface: surf20, surf20_hyb
     secondary   training.secondary: ss, ss.center, ss.prev, ss.next, ss5
     sequence    training.sequence: seqSS, seqSS15
-    chi1        training.chi1: chi1_* networks, chi1.tab
+    chi1        training.chi1: chi1_* networks
+    calibration training.chi1_calibration: chi1.tab, from runs of the program through the folds
     figures     evaluation.proteins through the folds; the runs stay in WORK/runs
     shiftmodel  training.shift_model: expected shifts of a conformation, for the referencing check
     pack        what ships: data/tab and data/packed
@@ -31,6 +33,7 @@ docs/building-data.md tells what SOURCE holds.
 """
 
 import argparse
+import concurrent.futures
 import gzip
 import io
 import lzma
@@ -89,7 +92,7 @@ class Build:
 
     def script(self, name, *args, stdout=None):
         command = [sys.executable, os.path.join(TOOLS, "run.py"), name, *args]
-        subprocess.run(command, check=True, stdout=stdout)
+        subprocess.run(command, check=True, stdout=stdout, env={**ONE_THREAD, **os.environ})
 
     def data(self, *args):
         subprocess.run([self.tool, *args], check=True)
@@ -182,7 +185,6 @@ class Build:
         )
 
     def chi1(self):
-        # chi1.tab is calibrated on the groups that the program itself forms.
         self.script(
             "training.chi1",
             "--database",
@@ -193,6 +195,19 @@ class Build:
             os.path.join(self.work, "proteins.tsv"),
             "--labels",
             os.path.join(self.work, "labels.tsv.gz"),
+            "--cross",
+            self.cross,
+            "--state",
+            os.path.join(self.state, "chi1"),
+            "--out",
+            self.tables,
+        )
+
+    def calibration(self):
+        self.script(
+            "training.chi1_calibration",
+            "--work",
+            self.work,
             "--program",
             self.program,
             "--jobs",
@@ -203,8 +218,6 @@ class Build:
             self.cross,
             "--state",
             os.path.join(self.state, "chi1"),
-            "--out",
-            self.tables,
         )
 
     def figures(self):
@@ -298,11 +311,17 @@ STEPS = {
     "secondary": Build.secondary,
     "sequence": Build.sequence,
     "chi1": Build.chi1,
+    "calibration": Build.calibration,
     "figures": Build.figures,
     "shiftmodel": Build.shiftmodel,
     "pack": Build.pack,
     "examples": Build.examples,
 }
+
+# Threads of numerical libraries that wait for each other are slower than one where others work too.
+ONE_THREAD = {"OMP_NUM_THREADS": "1", "OPENBLAS_NUM_THREADS": "1"}
+# Steps that no other one up to `calibration` waits for.
+BESIDE = ("sequence", "chi1")
 
 
 def write_archive(path, directory, names):
@@ -411,13 +430,23 @@ def main():
             if os.path.exists(os.path.join(marks, name)):
                 os.remove(os.path.join(marks, name))
     build = Build(args)
-    for name, step in STEPS.items():
-        mark = os.path.join(marks, name)
-        if name not in wanted or os.path.exists(mark):
-            continue
-        log(name)
-        step(build)
-        open(mark, "w").close()
+
+    def run(steps):
+        for name in steps:
+            mark = os.path.join(marks, name)
+            if name in wanted and not os.path.exists(mark):
+                log(name)
+                STEPS[name](build)
+                open(mark, "w").close()
+                log(name + " done")
+
+    first, last = names.index("unlabelled"), names.index("calibration")
+    run(names[:first])
+    middle = [name for name in names[first:last] if name not in BESIDE]
+    with concurrent.futures.ThreadPoolExecutor(2 if args.jobs > 1 else 1) as pool:
+        for branch in [pool.submit(run, middle), pool.submit(run, BESIDE)]:
+            branch.result()
+    run(names[last:])
     log("done")
 
 

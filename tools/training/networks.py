@@ -41,7 +41,9 @@ class Member(nn.Module):
 
     def standardise_on(self, sample, floor=1e-3):
         """Takes the input's mean and spread from a sample of windows; columns that never vary stay
-        as they are."""
+        as they are, as all do without a sample."""
+        if len(sample) < 2:
+            return
         sd = sample.std(0)
         self.mean.copy_(sample.mean(0))
         self.scale.copy_(torch.where(sd > floor, sd, torch.ones_like(sd)))
@@ -188,7 +190,8 @@ def fit(
         net.eval()
         with torch.no_grad():
             score = float(validate(net))
-        if score < best_score:
+        # Without anything held out (a very small source) the score is NaN, and the last epoch best.
+        if not score >= best_score:
             best_score, best_epoch = score, epoch
             best = {k: v.clone() for k, v in net.state_dict().items()}
         if epoch % 5 == 4 or epoch + 1 == epochs:

@@ -45,6 +45,10 @@ BACKGROUND = np.array(
     ]
 )
 SCORE_SCALE = 0.3176
+BATCH = 1024
+# Share of the substitution scores in profiles of plain frequencies: the mean entropy of a column
+# becomes that of the profiles from scores (2.23).
+SMOOTHING = 0.2
 STATE_CODES = {"H": 0, "E": 1, "C": 2, ".": 255}
 SIZES = "%s: %d chains, %d residues, %d chains held out, %d relatives of them left out"
 
@@ -194,75 +198,76 @@ class SequenceTraining:
         self.values = self.level1_values.clone()
         self.values[: data.count][where] = known[where]
 
-    def fit(self, net, state, rows, inputs_of, epochs, seed, prepare):
+    def fit(self, members, state, rows, inputs_of, epochs, seed, prepare):
         data, one = self.data, torch.ones(1)
         test = data.held_rows
         if len(test) >= 30000:
             test = test[:: len(test) // 30000 + 1]
         target = data.label[test]
+        ensemble = nc.Ensemble(members)
 
         def epoch(rng):
             prepare(rng)
             order = rng.permutation(rows)[: self.args.seq_samples]
-            for k in range(0, len(order) - 256, 512):
-                i = order[k : k + 512]
+            for k in range(0, len(order) - BATCH // 2, BATCH):
+                i = order[k : k + BATCH]
                 yield inputs_of(i), data.label[i], one.expand(len(i))
 
         def loss_of(model, batch):
-            return nc.class_loss(model(batch[0]), batch)
+            return sum(nc.class_loss(out, batch) for out in model(batch[0]))
 
         def validate(model):
             prepare(np.random.default_rng(11))
-            out = in_parts(lambda part: model(inputs_of(part)), test)
-            return nc.class_loss(out, (None, target, one.expand(len(test))))
+            total = 0.0
+            for k in range(0, len(test), 8000):
+                i = test[k : k + 8000]
+                batch = inputs_of(i), target[k : k + 8000], one.expand(len(i))
+                total += len(i) * loss_of(model, batch)
+            return total / len(test) / len(members) if len(test) else float("nan")
 
-        label = os.path.basename(state)
-        nc.fit(net, state, epoch, loss_of, validate, epochs, self.args.rate, 0.02, 4, label, seed)
-        net.eval()
-        return net
+        label, rate = os.path.basename(state), self.args.rate
+        nc.fit(ensemble, state, epoch, loss_of, validate, epochs, rate, 0.02, 4, label, seed)
+        ensemble.eval()
+        return list(ensemble.members)
 
-    def level1_member(self, suffix, rows, seed):
-        torch.manual_seed(seed)
-        net = nc.Member(self.width, self.hidden, 3, drop=0.15)
-        net.standardise_on(self.level1_input(some_of(rows)), floor=0.02)
-        epochs = self.args.seq_epochs
-        return self.fit(
-            net, self.state(suffix), rows, self.level1_input, epochs, seed, lambda rng: None
-        )
+    def level1_members(self, suffix, rows, count, seed):
+        members = []
+        for m in range(count):
+            torch.manual_seed(seed + m)
+            net = nc.Member(self.width, self.hidden, 3, drop=0.15)
+            net.standardise_on(self.level1_input(some_of(rows)), floor=0.02)
+            members.append(net)
+        epochs, state = self.args.seq_epochs, self.state(suffix)
+        return self.fit(members, state, rows, self.level1_input, epochs, seed, lambda rng: None)
 
     def level1(self):
         """Members of level 1; sets the classes that level 2 sees, of members that never saw the
         chain."""
         data, seed = self.data, self.seed
         folds = cluster_folds(data.chain, max(2, self.args.seq_folds), self.args.seed + 5)
-        members = [
-            self.level1_member(".l1.m%d" % m, data.train_rows, seed + m)
-            for m in range(self.members)
-        ]
-        of_fold = [
-            self.level1_member(
-                ".fold%d" % f, data.train_rows[folds[data.train_rows] != f], seed + 50 + f
-            )
-            for f in range(self.args.seq_folds)
-        ]
+        members = self.level1_members(".l1", data.train_rows, self.members, seed)
         values = self.level1_values
         with torch.no_grad():
-            for f, net in enumerate(of_fold):
+            for f in range(self.args.seq_folds):
+                rows = data.train_rows[folds[data.train_rows] != f]
+                (net,) = self.level1_members(".fold%d" % f, rows, 1, seed + 50 + f)
                 rows = np.flatnonzero((folds == f) & ~data.held)
                 values[rows] = in_parts(lambda part: net(self.level1_input(part)), rows)
             rows = np.flatnonzero(data.held)
             values[rows] = in_parts(lambda part: mean_of(members, self.level1_input(part)), rows)
         return members
 
-    def level2_member(self, m):
-        rows, seed = self.data.train_rows, self.seed + 100 + m
-        torch.manual_seed(seed)
-        net = nc.Member(self.width2, self.hidden2, 3)
-        self.tell(np.random.default_rng(self.seed + m))
-        net.standardise_on(self.level2_input(some_of(rows)), floor=0.02)
+    def level2(self):
+        rows, seed, members = self.data.train_rows, self.seed + 100, []
+        for m in range(self.members):
+            torch.manual_seed(seed + m)
+            net = nc.Member(self.width2, self.hidden2, 3)
+            self.tell(np.random.default_rng(self.seed + m))
+            net.standardise_on(self.level2_input(some_of(rows)), floor=0.02)
+            members.append(net)
         epochs = max(4, self.args.seq_epochs // 2)
         return self.fit(
-            net, self.state(".l2.m%d" % m), rows, self.level2_input, epochs, seed, self.tell
+            members, self.state(".l2"), rows, self.level2_input, epochs, seed, self.tell
         )
 
     def evaluate(self, members, text, rows):
@@ -276,7 +281,7 @@ class SequenceTraining:
         their own."""
         data = self.data
         level1 = self.level1()
-        level2 = [self.level2_member(m) for m in range(self.members)]
+        level2 = self.level2()
         nc.write_level(self.args.out, self.name, 1, level1)
         nc.write_level(self.args.out, self.name, 2, level2)
         self.values = self.level1_values
@@ -317,6 +322,13 @@ def train_seqss(args):
     SequenceTraining(args, "seqSS", data, (272, 60, 51, 15), 3, True).run({})
 
 
+def smoothed(counts, single):
+    """Profiles of plain frequencies (per cent) on the scale of those from scores: substitution
+    scores stand for the pseudocounts that a score has in it."""
+    f = counts / np.maximum(counts.sum(1, keepdims=True), 1e-9)
+    return (1 - SMOOTHING) * f + SMOOTHING * (f @ single[:20])
+
+
 def profile_rows(args):
     """Chains with profiles or single sequences: (chains, rows of frequencies, kind, held-out
     profile chain).
@@ -326,6 +338,8 @@ def profile_rows(args):
     """
     single = frequencies(np.concatenate([blosum(args.source), np.zeros((1, 20))]))
     profiled = read_chains(os.path.join(args.source, "profiles_ppis.tsv.gz"), True)
+    more = os.path.join(args.source, "profiles_hh.tsv.gz")
+    more = read_chains(more, True) if os.path.exists(more) else []
     plain = read_chains(os.path.join(args.source, "structures.tsv.gz"), False)
     rng = np.random.default_rng(args.seed + 1)
     chains, rows, kind = [], [], []
@@ -337,15 +351,17 @@ def profile_rows(args):
 
     held = rng.random(len(profiled)) < 0.12
     keep_plain = rng.random(len(plain)) < args.plain_share
-    for chain, h in zip(profiled, held):
-        letters, profile = chain[1], frequencies(chain[3])
+    profiles = [frequencies(chain[3]) for chain in profiled]
+    profiles += [smoothed(chain[3], single) for chain in more]
+    held = np.concatenate([held, np.zeros(len(more), bool)])
+    for chain, profile, h in zip(profiled + more, profiles, held):
         add(chain, profile, 0)
         if h:
-            add(chain, single[letters], 2)
+            add(chain, single[chain[1]], 2)
         else:
             # A shallow alignment: part of the way from the single sequence to the full profile.
             t = rng.uniform(0.2, 0.9)
-            add(chain, t * profile + (1 - t) * single[letters], 1)
+            add(chain, t * profile + (1 - t) * single[chain[1]], 1)
     for chain, keep in zip(plain, keep_plain):
         if keep and len(chain[1]) >= 25:
             add(chain, single[chain[1]], 3)
@@ -375,9 +391,9 @@ def main():
     parser.add_argument("--state", required=True, help="directory of the resumable member states")
     parser.add_argument("--out", required=True, help="directory that gets the weight tables")
     parser.add_argument("--seed", type=int, default=1)
-    parser.add_argument("--rate", type=float, default=5e-4)
-    parser.add_argument("--seq-epochs", type=int, default=48)
-    parser.add_argument("--seq-samples", type=int, default=250000)
+    parser.add_argument("--rate", type=float, default=1.5e-3)
+    parser.add_argument("--seq-epochs", type=int, default=20)
+    parser.add_argument("--seq-samples", type=int, default=200000)
     parser.add_argument("--seq-folds", type=int, default=2)
     parser.add_argument("--plain-share", type=float, default=0.5)
     args = parser.parse_args()
