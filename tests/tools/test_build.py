@@ -1,10 +1,12 @@
 """Cleaning, reference tables and packing."""
 
+import ast
 import os
 import subprocess
 import sys
 import tempfile
 import unittest
+import unittest.mock
 
 import numpy as np
 
@@ -74,6 +76,57 @@ class Build(unittest.TestCase):
                 with open(folder + "/x.tar.xz", "rb") as stream:
                     made.append(stream.read())
             self.assertEqual(made[0], made[1])
+
+    def test_every_step_calls_a_tool_that_there_is_with_words_that_it_knows(self):
+        with open(build.__file__) as stream:
+            calls = [
+                node
+                for node in ast.walk(ast.parse(stream.read()))
+                if isinstance(node, ast.Call) and getattr(node.func, "attr", "") == "script"
+            ]
+        self.assertGreaterEqual(len(calls), 10)
+        for call in calls:
+            words = [
+                node.value
+                for node in ast.walk(call)
+                if isinstance(node, ast.Constant) and isinstance(node.value, str)
+            ]
+            path = os.path.join(ROOT, "tools", *words[0].split(".")) + ".py"
+            self.assertTrue(os.path.exists(path), words[0])
+            with open(path) as stream:
+                text = stream.read()
+            for option in (word for word in words if word.startswith("--")):
+                self.assertIn('"%s"' % option, text, words[0])
+
+    def test_steps_run_in_order_and_go_on_where_they_broke_off(self):
+        class Broken(Exception):
+            pass
+
+        ran, broken = [], ["calibration"]
+
+        def step(name):
+            def run(_):
+                if name in broken:
+                    raise Broken
+                ran.append(name)
+
+            return run
+
+        steps = {name: step(name) for name in build.STEPS}
+        with tempfile.TemporaryDirectory() as work, unittest.mock.patch.dict(build.STEPS, steps):
+            arguments = ["build", "source", "--work", work, "--jobs", "2"]
+            with unittest.mock.patch.object(sys, "argv", arguments):
+                with self.assertRaises(Broken):
+                    build.main()
+                first = list(ran)
+                broken.clear()
+                build.main()
+        self.assertEqual(sorted(ran), sorted(build.STEPS))
+        self.assertEqual(first[:8], list(build.STEPS)[:8])
+        self.assertLess(first.index("surface"), first.index("secondary"))
+        self.assertEqual(
+            ran[len(first) :], list(build.STEPS)[list(build.STEPS).index("calibration") :]
+        )
 
     def test_the_launcher_lists_what_runs_and_refuses_what_does_not(self):
         run = [sys.executable, os.path.join(ROOT, "tools", "run.py")]

@@ -5,6 +5,7 @@ counts of several proteins can be added.
 """
 import collections
 import itertools
+import math
 import os
 
 from data.boxes import too_far
@@ -15,6 +16,8 @@ from data.results import ROTAMERS, TRUSTED, difference, read_rows, rotamer
 # which count as enough there.
 ENOUGH = 10
 CHI1_ENOUGH = 9
+# Strong and Generous are also counted by the error that they state for both angles together.
+SPREADS, SPREAD_STEP = 60, 1
 
 
 def shift_groups(structure_row):
@@ -45,6 +48,11 @@ def count_angles(count, summary, structure, truth):
         for group in groups:
             count["searched " + group] += 1
             count["served " + group] += kind in TRUSTED or kind == "Dyn"
+        if kind in TRUSTED:
+            stated = math.hypot(float(row["DPHI"]), float(row["DPSI"]))
+            step = min(SPREADS - 1, int(stated / SPREAD_STEP))
+            count["spread %d" % step] += 1
+            count["spread wrong %d" % step] += wrong
         for name in (kind,) + (groups if kind in TRUSTED else ()):
             count["n " + name] += 1
             count["wrong " + name] += wrong

@@ -2,6 +2,7 @@
 
     tools/run.py evaluation.proteins WORK PROGRAM TABLES OUT
         [--folds] [--split dev] [--source SOURCE [--as-given]] [--known LIST] [--options=-noproton]
+        [--plots DIR]
 
 WORK is the directory that data.build leaves (proteins.tsv, labels.tsv.gz, tables/), PROGRAM the
 built orvixn, TABLES a table directory, OUT a directory for the results (a protein that is already
@@ -36,7 +37,7 @@ from data import dataset
 from data.dataset import read_tsv
 from data.folds import FOLDS, fold_tables, small_folds
 from data.results import ROTAMERS
-from evaluation import counts, subsets
+from evaluation import counts, plots, subsets
 
 SAMPLES = 500
 SHIFT_GROUPS = ("6 shifts", "5 shifts", "4 shifts", "3 shifts", "fewer than 3", "enough", "few")
@@ -258,6 +259,7 @@ def arguments():
     parser.add_argument("--known", help="proteins.tsv of an earlier data directory")
     parser.add_argument("--options", default="", help="more options for the program")
     parser.add_argument("--jobs", type=int, default=2)
+    parser.add_argument("--plots", help="directory for plots of the figures (evaluation.plots)")
     args = parser.parse_args()
     if args.as_given and not args.source:
         parser.error("--as-given needs --source")
@@ -330,7 +332,10 @@ def main():
     parts = subsets.subsets(proteins, args.source, cleaned, args.known)
     if parts:
         print_summaries("part", parts, errors=True)
-    print_all(totals(proteins))
+    total = totals(proteins)
+    print_all(total)
+    if args.plots:
+        plots.write_all(args.plots, total, figures(total), share, error)
 
 
 if __name__ == "__main__":

@@ -23,6 +23,7 @@ torch.set_num_threads(1)
 BOX_SHARE = np.array(boxes.BOX_SHARE)
 BOX_PRIOR = np.maximum(0.03, np.sqrt(BOX_SHARE)).astype(np.float32)
 BOX_CENTRES = np.arange(-170.0, 180.0, 20.0)
+FULL_ROWS = 400000  # windows that the epochs of the first trainings are meant for
 SAVE_SECONDS = 60  # between two states of a training under way
 
 
@@ -129,6 +130,12 @@ def write_level(directory, name, level, members, output_scale=None):
     for index, suffix in enumerate(("WI", "WL1", "WL2")):
         path = os.path.join(directory, "%s.level%d.%s.tab" % (name, level, suffix))
         write_layer(path, [of[index] for of in layers], "%s level %d %s" % (name, level, suffix))
+
+
+def epochs_for(epochs, rows):
+    """Epochs of a first training over `rows` windows: small sources see theirs more often, up to
+    four times."""
+    return int(np.clip(round(epochs * FULL_ROWS / max(rows, 1)), epochs, 4 * epochs))
 
 
 def set_rate(optimiser, rate, epoch, epochs):

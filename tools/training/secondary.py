@@ -220,7 +220,8 @@ class NetworkTraining:
                 inputs_of(np.zeros(len(some), int), task.windows[some], False), floor=0.02
             )
             members.append(net)
-        schedule = (args.first_epochs, args.first_rate, 0.01, args.first_epochs)
+        epochs = nc.epochs_for(args.first_epochs, len(train))
+        schedule = (epochs, args.first_rate, 0.01, epochs)
         state = os.path.join(args.state, "first." + name)
         return fit(members, state, task, train, held, schedule, self.seed + 500)
 

@@ -32,6 +32,7 @@ STANDARD, STANDARD_REST = {"full": 3.0, "noproton": 0.0}, 0.5
 HEAVY, HEAVY_REST = {"full": 1.0, "noproton": 2.0}, 0.8
 COMPUTED_STANDARD, COMPUTED_HEAVY = (2.0, 1.0, 1.0, 0.0), (1.0, 1.0, 1.0, 2.0)
 CHUNK = 2000
+SHOWN = 8  # of so many residues one enters the figures that take long
 
 
 def shares_of(weights):
@@ -241,6 +242,7 @@ def first_level1(computed, args, name, padded, shares, lift, seed, start, epochs
         net.standardise_on(level1_input(computed, copies, task.windows[some], False))
         task.start_output(net, train)
         members.append(net)
+    epochs = nc.epochs_for(epochs, len(train))
     schedule = (epochs, args.first_rate, args.decay, epochs)
     state = os.path.join(args.state, name)
     return fit(members, state, task, train, held, lift, schedule, args, seed)
@@ -286,7 +288,8 @@ def first_level2(computed, args, name, maps, seed):
         )
         task.start_output(net, train)
         members.append(net)
-    schedule = (args.first_epochs2, args.first_rate2, args.decay2, args.first_epochs2)
+    epochs = nc.epochs_for(args.first_epochs2, len(train))
+    schedule = (epochs, args.first_rate2, args.decay2, epochs)
     state = os.path.join(args.state, name)
     return fit(members, state, task, train, held, args.lift, schedule, args, seed)
 
@@ -366,7 +369,7 @@ def report(data, name, members_of, maps=None):
                 q[mine] = mean_output(members, x)
         q, c = q.clamp(min=0).numpy(), centres[here]
         phi, psi = data.phi[c].numpy(), data.psi[c].numpy()
-        text = figures(q, phi, psi)
+        text = figures(q[::SHOWN], phi[::SHOWN], psi[::SHOWN])
         log(
             "%s on %s: %s | at 90 %% wrong %.4f" % (name, variant, text, coverage(q, phi, psi, 0.9))
         )
