@@ -1,12 +1,13 @@
 # On a fresh Debian machine, as root or with sudo, two commands do everything: make demo, make test.
 # `make help` lists the rest. Packagers call CMake themselves; nothing here is needed for that.
-.PHONY: help demo test build packages install bench format clean
+.PHONY: help demo test test-cluster build packages install bench format clean
 .DEFAULT_GOAL := help
 PREFIX ?= /usr/local
 
 help:
 	@echo "make demo       install packages, build the programs, predict the bundled example"
 	@echo "make test       install packages, build programs and tests, run the tests"
+	@echo "make test-cluster  a batch on a Slurm cluster of this one machine (root)"
 	@echo "make build      install packages, build the programs and the data directory"
 	@echo "make install    the same, then install under PREFIX ($(PREFIX)); DESTDIR is respected"
 	@echo "make packages   install the Debian packages that building needs (root or sudo)"
@@ -28,6 +29,12 @@ test: packages
 	@scripts/configure.sh release -DORVIX_BUILD_TESTS=ON
 	cmake --build --preset release
 	ctest --preset release
+
+test-cluster: packages
+	@ORVIX_EXTRA_PACKAGES="libgtest-dev libgmock-dev slurm-wlm munge snakemake" scripts/install-packages.sh
+	@scripts/configure.sh release -DORVIX_BUILD_TESTS=ON
+	cmake --build --preset release --target programs
+	cd build/release && ctest -C cluster -L cluster --output-on-failure
 
 install: build
 	cmake --install build/release --prefix "$(PREFIX)"
