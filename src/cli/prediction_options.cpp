@@ -1,6 +1,7 @@
 #include "cli/prediction_options.h"
 
 #include <CLI/CLI.hpp>
+#include <cmath>
 #include <iostream>
 
 #include "base/numbers.h"
@@ -18,6 +19,20 @@ std::string isOrderParameter(const std::string& text) {
     const char* const end = text.data() + text.size();
     const bool whole = !text.empty() && readDouble(text.data(), end, value) == end;
     return whole && value >= 0.0 && value <= 1.0 ? "" : text + " is not a number from 0 to 1";
+}
+
+/// Empty for a percentage that relatives can be asked for, else what is wrong; a file name that
+/// stands behind the option is taken for its value.
+std::string isRelativePercent(const std::string& text) {
+    const int least = static_cast<int>(100 * search::leastRelativeIdentity);
+    double value = 0.0;
+    const char* const end = text.data() + text.size();
+    if (text.empty() || readDouble(text.data(), end, value) != end) {
+        return text + " is not a number; name FILE in front of this option";
+    }
+    return value >= least && value <= 100.0 && value == std::floor(value)
+               ? ""
+               : text + " is not a whole number from " + std::to_string(least) + " to 100";
 }
 
 }  // namespace
@@ -59,11 +74,13 @@ void addPredictionOptions(CLI::App& command, jobs::PredictionOptions& options) {
             "Leave out database proteins of IDENTITY percent and more (50..100; 90 if absent)")
         ->expected(0, 1)
         ->default_str(std::to_string(jobs::usualRelativePercent))
-        ->check(CLI::Range(static_cast<int>(100 * search::leastRelativeIdentity), 100))
+        ->check(isRelativePercent, "percentage")
         ->type_name("[IDENTITY]");
     command.add_option("--first", options.first, "First residue to predict")->type_name("N");
     command.add_option("--last", options.last, "Last residue to predict")->type_name("N");
-    command.add_option("--count", options.count, "Matches that a residue needs to count as served")
+    command
+        .add_option("--count", options.count,
+                    "Best matches that must all agree for the class Generous")
         ->check(CLI::Range(1, 25))
         ->type_name("N")
         ->capture_default_str();

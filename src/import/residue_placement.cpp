@@ -51,11 +51,17 @@ void ResidueNumbers::place(const std::vector<ShiftRow>& rows, bool numbered,
         number_ = &SequenceResidue::authorNumber;
     }
     const int shift = options.shiftNumbers.value_or(0);
+    NameFit asTheyAre;
+    if (options.shiftNumbers) {
+        indexResidues(number_, 0);
+        asTheyAre = countFit(names);
+    }
     indexResidues(number_, shift);
     fit_ = countFit(names);
     if (options.shiftNumbers) {
         moved_ = shift != 0;
-        tellFit(fit_, "with " + added(shift) + " on the residue numbers of the file, as asked for");
+        tellFit(asTheyAre,
+                "with " + added(shift) + " on the residue numbers of the file, as asked for");
         if (!fitsWell(fit_) && !names.empty()) {
             report_.warn("after --shift-numbers " + std::to_string(shift) + " only " +
                          share(fit_.fitting, fit_.compared) + " of the residue names fit");

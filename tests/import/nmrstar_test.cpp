@@ -239,6 +239,34 @@ TEST(NmrStar21, ReadsMoleculeAndAuthorNumbers) {
     EXPECT_EQ(importText(text, with(&importing::ImportOptions::numbering, "auth")).firstResidue, 7);
 }
 
+// Of the protein of the shifts, not of a buffer or of heavy water.
+TEST(NmrStar, HearsOfADeuteratedSample) {
+    const auto deposited = [](const char* entity, const char* labels) {
+        return entityFrame("1", {"MET"}) +
+               "save_sample\nloop_\n_Sample_component.Entity_ID\n"
+               "_Sample_component.Isotopic_labeling\n" +
+               std::string(entity) + " " + labels + "\nstop_\nsave_\n" +
+               shiftFrame("1", columns, "1 1 1 MET CA 55.1 1");
+    };
+    const auto older = [](const char* molecule, const char* labels) {
+        return "save_prot _Saveframe_category monomeric_polymer _Mol_polymer_class protein loop_ "
+               "_Residue_seq_code _Residue_label 1 MET stop_ save_\nsave_sample loop_ _Mol_label "
+               "_Isotopic_labeling " +
+               std::string(molecule) + " " + labels +
+               " stop_ save_\nsave_shifts loop_ _Residue_seq_code _Residue_label _Atom_name "
+               "_Chem_shift_value 1 MET CA 55.1 stop_ save_";
+    };
+    for (const auto& [text, said] : {std::pair{deposited("1", "'[U-13C; U-15N; U-2H]'"), true},
+                                     std::pair{deposited("1", "'[U-13C; U-15N]'"), false},
+                                     std::pair{deposited(".", "'[U-2H]'"), false},
+                                     std::pair{older("$prot", "'[U-2H; U-15N]'"), true},
+                                     std::pair{older("TRIS", "'[U-2H]'"), false}}) {
+        const importing::ImportedTable table = importText(text);
+        EXPECT_EQ(table.report.deuterated, said) << text;
+        EXPECT_EQ(tells(table, "--iso"), said) << text;
+    }
+}
+
 TEST(NmrStar21, TakesGzip) {
     const TemporaryFile file;
     const std::string text =

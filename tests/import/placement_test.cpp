@@ -116,6 +116,10 @@ TEST(Placement, RefusesWhatFitsNowhere) {
     const importing::ImportedTable forced = importText(deposited(rows), options);
     EXPECT_EQ(forced.shifts.size(), 13U);
     EXPECT_TRUE(tells(forced, "only 8 of 13 (61 %)"));
+    options.shiftNumbers = -10;
+    EXPECT_TRUE(tells(importText(deposited(rowsAt(moved(3, 10, 10))), options),
+                      "8 of 8 fit the sequence with -10 on the residue numbers of the file, as "
+                      "asked for (as they are: 0)"));
     options.shiftNumbers = 20;
     EXPECT_EQ(importText(shiftFrame("1", "Seq_ID Comp_ID Atom_ID Val", "1 GLY CA 45"), options)
                   .firstResidue,
