@@ -108,9 +108,10 @@ class Quiet {
 class ScratchDirectory {
   public:
     ScratchDirectory() {
-        std::string name = (fs::temp_directory_path() / "orvix-data-XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr) {
-            fail("can't make a directory for temporary files");
+        std::error_code none;
+        std::string name = (fs::temp_directory_path(none) / "orvix-data-XXXXXX").string();
+        if (none || mkdtemp(name.data()) == nullptr) {
+            fail("can't make a directory for temporary files; does that of TMPDIR exist?");
         }
         path_ = name;
     }
