@@ -1,7 +1,7 @@
 #!/bin/sh
 # Installs the Debian packages that building and testing need, those that are not there yet.
 set -eu
-packages="g++ make cmake ninja-build xz-utils libcli11-dev nlohmann-json3-dev zlib1g-dev libsqlite3-dev libxxhash-dev node-d3"
+packages="g++ make cmake ninja-build xz-utils libcli11-dev nlohmann-json3-dev zlib1g-dev libsqlite3-dev libxxhash-dev node-d3 gemmi-dev tao-pegtl-dev"
 missing=""
 for package in $packages ${ORVIX_EXTRA_PACKAGES:-}; do
     dpkg-query -W -f='${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed ||

@@ -51,7 +51,7 @@ void addPreparationOptions(CLI::App& command, jobs::Preparation& preparation) {
 void addPredictionOptions(CLI::App& command, jobs::PredictionOptions& options) {
     command
         .add_option("--ref", options.reference,
-                    "Known structure to compare with (PDB format, first chain)")
+                    "Known structure to compare with (PDB or mmCIF, gzip too)")
         ->type_name("FILE");
     command.add_option("--ref-title", options.referenceTitle, "Its title in the tables")
         ->type_name("TEXT");

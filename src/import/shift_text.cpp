@@ -137,7 +137,7 @@ std::string readShiftText(const std::string& path, std::size_t limit) {
         }
         if (text.size() + static_cast<std::size_t>(count) > limit) {
             throw InputRejected(path + ": holds more than " + std::to_string(limit >> 20) +
-                                " MiB of text, which no shift file does");
+                                " MiB of text, more than a file of this kind should");
         }
         text.append(block.data(), static_cast<std::size_t>(count));
     }

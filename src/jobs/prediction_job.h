@@ -16,7 +16,7 @@ namespace orvix::jobs {
 struct PredictionOptions {
     importing::ImportOptions import;
     Preparation preparation;
-    std::string reference;            ///< known structure (PDB format), empty for none
+    std::string reference;            ///< known structure (PDB or mmCIF), empty for none
     std::string referenceTitle;       ///< its title in the tables; empty: its name
     bool offset = false;              ///< apply the referencing offsets that are found
     bool noClip = false;              ///< keep extreme shifts when shifts are averaged

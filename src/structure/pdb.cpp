@@ -32,6 +32,15 @@ PDB::PDB(const std::string& path) : fileName(path) {
     loaded = loadPDB(path);
 }
 
+PDB::PDB(const std::string& path, const std::vector<CORdata>& records)
+    : loaded(true), fileName(path) {
+    std::map<int, CORdata>& byNumber = atomsByNum[1];
+    for (const CORdata& atom : records) {
+        storeAtom(atom, byNumber);
+    }
+    assignDisulfides();
+}
+
 bool PDB::isNull() {
     return !loaded;
 }

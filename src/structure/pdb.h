@@ -25,6 +25,8 @@ class PDB {
   public:
     /// Reads the file; `isNull` tells whether it could be opened.
     explicit PDB(const std::string& path);
+    /// A structure of atoms that another reader took from the file `path`.
+    PDB(const std::string& path, const std::vector<CORdata>& records);
 
     /// Replaces the content by that of a file. False, with a message on the standard error stream,
     /// if the file can't be opened; true otherwise, whatever it holds.
