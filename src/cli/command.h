@@ -25,6 +25,7 @@ void addCheckCommand(CLI::App& command, ExitStatus& status);
 void addPredictCommand(CLI::App& command, ExitStatus& status);
 void addShowCommand(CLI::App& command, ExitStatus& status);
 void addReportCommand(CLI::App& command, ExitStatus& status);
+void addCompareCommand(CLI::App& command, ExitStatus& status);
 void addExportCommand(CLI::App& command, ExitStatus& status);
 void addBatchCommand(CLI::App& command, ExitStatus& status);
 void addCollectCommand(CLI::App& command, ExitStatus& status);

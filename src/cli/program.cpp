@@ -32,6 +32,7 @@ constexpr Subcommand subcommands[] = {
     {"show", addShowCommand, "Show a finished prediction residue by residue"},
     {"report", addReportCommand,
      "Make a page to look at of a finished prediction, or an index of many"},
+    {"compare", addCompareCommand, "Hold models of the structure against a finished prediction"},
     {"export", addExportCommand, "Write dihedral restraints from a finished prediction"},
     {"profile", addProfileCommand,
      "Make the profile file of orvixn -seqSS from a sequence search or an alignment"},

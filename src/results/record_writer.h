@@ -12,6 +12,10 @@
 
 namespace orvix::results {
 
+/// A record as the text of a file: one key or record on each line, lists of plain values on one.
+/// Texts that are no UTF-8 get replacement characters.
+std::string recordText(const nlohmann::ordered_json& record);
+
 /// Puts the members of a record into a JSON object, in the order of its keys.
 class RecordWriter {
   public:

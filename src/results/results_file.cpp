@@ -39,13 +39,13 @@ void appendText(std::string& text, const Json& value, std::size_t depth) {
     text += '\n' + std::string(depth, ' ') + (value.is_object() ? '}' : ']');
 }
 
+}  // namespace
+
 std::string recordText(const Json& record) {
     std::string text;
     appendText(text, record, 0);
     return text + '\n';
 }
-
-}  // namespace
 
 char FinishedPrediction::letter(int residue) const {
     if (const auto found = residues.find(residue); found != residues.end()) {
