@@ -1,10 +1,13 @@
 #include "cli/prediction_page.h"
 
 #include <filesystem>
+#include <fstream>
 #include <sstream>
 
+#include "base/run_end.h"
 #include "base/version.h"
 #include "cli/writing_time.h"
+#include "compare/comparison_file.h"
 #include "report/page_record.h"
 #include "report/pages.h"
 #include "restraints/restraint_file.h"
@@ -48,15 +51,28 @@ std::vector<report::RestraintText> restraintTexts(results::FinishedPrediction pr
 
 }  // namespace
 
+std::string readText(const std::string& file) {
+    std::ifstream in(file, std::ios::binary);
+    std::ostringstream text;
+    if (!in || !(text << in.rdbuf())) {
+        throw InputRejected(file + ": can't be opened for reading, or is empty");
+    }
+    return text.str();
+}
+
 std::string predictionPage(const std::string& text, const std::string& source,
-                           const std::string& predicted) {
+                           const std::string& predicted, const std::string& comparison) {
     // The reader names the place of a fault; only what it takes becomes a page.
     results::FinishedPrediction prediction = results::parseResults(text, source);
+    nlohmann::ordered_json models;
+    if (!comparison.empty()) {
+        models = compare::parseComparison(readText(comparison), comparison, prediction);
+    }
     return report::pageWithRecord(
         report::proteinPage,
-        report::proteinRecord(nlohmann::ordered_json::parse(text),
-                              restraintTexts(std::move(prediction), source),
-                              {programName, programVersion(), writingTime() + "Z", predicted}));
+        report::proteinRecord(
+            nlohmann::ordered_json::parse(text), restraintTexts(std::move(prediction), source),
+            {programName, programVersion(), writingTime() + "Z", predicted}, std::move(models)));
 }
 
 }  // namespace orvix::cli

@@ -5,10 +5,8 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <memory>
-#include <sstream>
 
 #include "base/version.h"
 #include "base/whole_file.h"
@@ -28,17 +26,9 @@ namespace fs = std::filesystem;
 struct ReportOptions {
     std::string input;
     std::optional<std::string> output;
+    std::string comparison;
     bool indexOnly = false;
 };
-
-std::string readText(const std::string& file) {
-    std::ifstream in(file, std::ios::binary);
-    std::ostringstream text;
-    if (!in || !(text << in.rdbuf())) {
-        throw InputRejected(file + ": can't be opened for reading, or is empty");
-    }
-    return text.str();
-}
 
 /// Time of the last change of a file; empty where it is not known.
 std::string changeTime(const std::string& file) {
@@ -46,8 +36,9 @@ std::string changeTime(const std::string& file) {
     return stat(file.c_str(), &status) == 0 ? timeText(status.st_mtime) + "Z" : "";
 }
 
-void writePage(const std::string& source, const std::string& text, const std::string& output) {
-    writeWholeFile(output, predictionPage(text, source, changeTime(source)));
+void writePage(const std::string& source, const std::string& text, const std::string& output,
+               const std::string& comparison = {}) {
+    writeWholeFile(output, predictionPage(text, source, changeTime(source), comparison));
 }
 
 /// The directories below `top` that hold a results file, in the order of their names; hidden ones
@@ -132,6 +123,9 @@ ExitStatus makeReport(const ReportOptions& options) {
     std::error_code ignored;
     const std::string source = results::resultsPath(options.input);
     if (fs::is_directory(options.input, ignored) && !fs::exists(source, ignored)) {
+        if (!options.comparison.empty()) {
+            throw CLI::ValidationError("--compare", "is for a single prediction");
+        }
         return writeIndex(options);
     }
     if (options.indexOnly) {
@@ -140,7 +134,10 @@ ExitStatus makeReport(const ReportOptions& options) {
     const std::string output =
         options.output.value_or((fs::path(source).parent_path() / pageFile).string());
     requireOutput(output, {source});
-    writePage(source, readText(source), output);
+    if (!options.comparison.empty()) {
+        requireOutput(output, {options.comparison});
+    }
+    writePage(source, readText(source), output, options.comparison);
     std::cerr << programName << ": " << output << '\n';
     return ExitStatus::done;
 }
@@ -159,6 +156,10 @@ void addReportCommand(CLI::App& command, ExitStatus& status) {
         .add_option("-o,--output", options->output,
                     "Page to write (default: report.html beside results.json, index.html in the "
                     "directory of many)")
+        ->type_name("FILE");
+    command
+        .add_option("--compare", options->comparison,
+                    "Add the models of this record of orvix compare --json to the page")
         ->type_name("FILE");
     command.add_flag("--index-only", options->indexOnly,
                      "Of many predictions write the index alone, with links to pages that exist");

@@ -66,7 +66,7 @@ Json completenessShare(const Json& completeness) {
 
 nlohmann::ordered_json proteinRecord(nlohmann::ordered_json results,
                                      const std::vector<RestraintText>& restraints,
-                                     const PageOrigin& origin) {
+                                     const PageOrigin& origin, nlohmann::ordered_json comparison) {
     Json record;
     record["schema"] = "orvix-report";
     record["schema_version"] = 1;
@@ -74,6 +74,9 @@ nlohmann::ordered_json proteinRecord(nlohmann::ordered_json results,
     record["written"] = textOrNull(origin.written);
     record["predicted"] = textOrNull(origin.predicted);
     record["results"] = std::move(results);
+    if (!comparison.is_null()) {
+        record["compare"] = std::move(comparison);
+    }
     record["restraints"] = Json::array();
     for (const RestraintText& one : restraints) {
         record["restraints"].push_back(

@@ -22,9 +22,11 @@ struct RestraintText {
 };
 
 /// The record of `proteinPage` (schema orvix-report, version 1) around a record of results.
+/// `comparison` is the record of `orvix compare` for these results, null for none.
 nlohmann::ordered_json proteinRecord(nlohmann::ordered_json results,
                                      const std::vector<RestraintText>& restraints,
-                                     const PageOrigin& origin);
+                                     const PageOrigin& origin,
+                                     nlohmann::ordered_json comparison = {});
 
 /// The row of one protein in an index, from its record of results. `name` is shown; `page` is the
 /// path of its page from the index, empty for none. What the results do not hold, or hold in

@@ -5,6 +5,7 @@ import { clearPrintTracks, printTracks, TrackView } from "./tracks.js";
 import { ResidueSheet } from "./sheet.js";
 import { referencing } from "./referencing.js";
 import { ramachandran } from "./ramachandran.js";
+import { modelSection } from "./models.js";
 import { residueTable } from "./residue_table.js";
 import { byId, el, svg } from "./dom.js";
 
@@ -42,6 +43,7 @@ function build(record) {
   byId("along-plot").append(legend(model));
   referencing(byId("referencing-plots"), model, select);
   ramachandran(byId("ramachandran-frame"), model, select);
+  modelSection(byId("models"), byId("models-frame"), model, select, `${fileStem(model)}_models.csv`);
   residueTable(byId("table-frame"), model, select, `${fileStem(model)}_residues.csv`);
   restraintFiles(byId("restraint-files"), model);
   settingsTable(byId("settings"), model);

@@ -114,6 +114,16 @@ export function mapPlot(residue, size, marked) {
       .attr("cx", (ring) => x(ring.phi)).attr("cy", (ring) => y(ring.psi))
       .attr("rx", x(residue.phi_spread ?? 0) - x(0)).attr("ry", y(0) - y(residue.psi_spread ?? 0));
   }
+  const placed = residue.models.filter((one) => one.phi !== null && one.psi !== null);
+  front.selectAll("path.model").data(placed).join("path")
+    .attr("class", "model").attr("data-model", (one) => one.place)
+    .attr("d", d3.symbol().type(d3.symbolCross).size(30)())
+    .attr("transform", (one) => `translate(${x(one.phi)},${y(one.psi)}) rotate(45)`)
+    .on("pointerenter", (one) => showTip([
+      el("div", { text: `Model ${one.place + 1}: ${one.name}` }),
+      el("div", { text: `φ ${fixed(one.phi, 0)}, ψ ${fixed(one.psi, 0)}` }),
+    ], d3.event.clientX, d3.event.clientY))
+    .on("pointerleave", hideTip);
   const rows = matchRows(residue).filter((row) => row.phi !== null && row.psi !== null);
   front.selectAll("circle.match").data(rows).join("circle")
     .attr("class", (row) => `match ${row.used ? "used" : "left-out"}`)

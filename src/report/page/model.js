@@ -89,10 +89,41 @@ function completenessOf(results) {
   return counted;
 }
 
+/** Models of the comparison by rank, with the names that the page shows; `place` is that of the record. */
+function readModels(compare) {
+  if (!compare) return [];
+  const many = new Set();
+  for (const model of compare.models) if (model.number > 1) many.add(model.file);
+  return compare.models
+    .map((model, place) => ({
+      ...model,
+      place,
+      name: [model.file.split(/[\\/]/).pop(), many.has(model.file) ? `#${model.number}` : "", model.chain].filter(Boolean).join(" "),
+    }))
+    .sort((a, b) => (a.rank?.misfit ?? Infinity) - (b.rank?.misfit ?? Infinity) || a.place - b.place);
+}
+
+/** What the models say of each residue: residue number -> list of {place, name, phi, psi, deviation, bad}. */
+function modelsByResidue(models) {
+  const found = new Map();
+  for (const { place, name, residues } of models) {
+    residues.resid.forEach((resid, row) => {
+      if (!found.has(resid)) found.set(resid, []);
+      found.get(resid).push({
+        place, name, phi: residues.phi[row], psi: residues.psi[row], deviation: residues.deviation[row], bad: residues.bad[row],
+      });
+    });
+  }
+  return found;
+}
+
 /** Takes the record of the page apart. */
 export function readModel(record) {
   const results = record.results;
-  const residues = results.residues;
+  const compare = record.compare ?? null;
+  const models = readModels(compare);
+  const ofResidue = modelsByResidue(models);
+  const residues = results.residues.map((residue) => ({ ...residue, models: ofResidue.get(residue.resid) ?? [] }));
   const place = new Map(residues.map((residue, index) => [residue.resid, index]));
   const outliers = new Map();
   for (const outlier of results.outliers ?? []) {
@@ -104,6 +135,8 @@ export function readModel(record) {
     record,
     results,
     residues,
+    compare,
+    models,
     counts,
     outlierList: results.outliers ?? null,
     completeness: completenessOf(results),

@@ -119,6 +119,8 @@ function mapLegend(residue) {
     item(dot("left-out"), "match left out"),
     residue.reference ? item(svg("svg", { class: "icon", width: 14, height: 14, viewBox: "-7 -7 14 14", "aria-hidden": "true" },
       svg("path", { class: "reference", d: referenceShape(50) })), "reference") : null,
+    residue.models.length > 0 ? item(svg("svg", { class: "icon", width: 14, height: 14, viewBox: "-7 -7 14 14", "aria-hidden": "true" },
+      svg("path", { class: "model", transform: "rotate(45)", d: d3.symbol().type(d3.symbolCross).size(50)() })), "models") : null,
     residue.clusters?.length ? item(el("span", { class: "swatch cluster-swatch" }), plural(residue.clusters.length, "cluster") + " of the map") : null);
 }
 
