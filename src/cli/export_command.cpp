@@ -23,7 +23,7 @@ struct ExportOptions {
     std::vector<std::string> classes = {"Strong"};
     std::vector<std::string> nameEntries;
     double spreadFactor = 2.0, minimum = 20.0;
-    bool withChi1 = true;
+    bool withChi1 = true, ambiguous = false;
     std::string chi1Centre = "rotamer", numbering = "seq", segment, chain = "A";
 };
 
@@ -79,6 +79,7 @@ restraints::RestraintRules chosenRules(const ExportOptions& options) {
     rules.spreadFactor = options.spreadFactor;
     rules.minimum = options.minimum;
     rules.withChi1 = options.withChi1;
+    rules.ambiguous = options.ambiguous;
     rules.chi1Centre = options.chi1Centre == "angle" ? restraints::Chi1Centre::angle
                                                      : restraints::Chi1Centre::rotamer;
     return rules;
@@ -132,7 +133,20 @@ void writeNotes(const restraints::RestraintFile& file, restraints::RestraintForm
               << " restraints: " << set.count(restraints::Dihedral::phi) << " phi, "
               << set.count(restraints::Dihedral::psi) << " psi, "
               << set.count(restraints::Dihedral::chi1) << " chi1\n";
-    if (const int left = residuesOfOtherClasses(file); left > 0) {
+    if (file.rules.ambiguous) {
+        std::vector<int> residues;
+        for (const restraints::AmbiguousRestraint& one : set.ambiguous) {
+            residues.push_back(one.residue);
+        }
+        note(std::to_string(residues.size()) + " residues of class Warn with two clear islands" +
+             (residues.empty() ? "" : ": " + listed(residues)) +
+             (format == restraints::RestraintFormat::cyana
+                  ? "; not restrained, the format holds no alternatives"
+                  : ""));
+    }
+    const int choices =
+        format == restraints::RestraintFormat::cyana ? 0 : static_cast<int>(set.ambiguous.size());
+    if (const int left = residuesOfOtherClasses(file) - choices; left > 0) {
         note(std::to_string(left) + " residues of other classes, not restrained");
     }
     if (set.restraints.empty()) {
@@ -248,6 +262,9 @@ void addExportCommand(CLI::App& command, ExitStatus& status) {
     command.add_option("--min", options->minimum, "Least half width in degrees")
         ->capture_default_str();
     command.add_flag("--chi1,!--no-chi1", options->withChi1, "Restrain chi1 (default) or not");
+    command.add_flag("--ambiguous", options->ambiguous,
+                     "Residues of class Warn whose matches fall in two clear islands: a choice of "
+                     "both, where the format holds one");
     command
         .add_option("--chi1-centre", options->chi1Centre,
                     "Centre of chi1 intervals: rotamer (-60, 60, 180) or angle")

@@ -9,6 +9,10 @@ void writeCyana(const RestraintFile& file, std::ostream& out) {
     for (const std::string& line : headLines(file)) {
         out << "# " << line << '\n';
     }
+    for (const std::string& line : ambiguousLines(
+             file, "None of them is restrained here: the format holds no alternatives")) {
+        out << "# " << line << '\n';
+    }
     out << "# Limits are a continuous pair: one of them may lie beyond 180 degrees\n";
     for (const DihedralRestraint& restraint : file.set.restraints) {
         out << std::right << std::setw(4) << file.numberText(restraint.residue) << ' ' << std::left

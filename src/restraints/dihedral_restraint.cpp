@@ -8,12 +8,13 @@
 #include "base/angles.h"
 #include "base/residues.h"
 #include "restraints/restraint_names.h"
+#include "restraints/two_islands.h"
 
 namespace orvix::restraints {
 
 namespace {
 
-constexpr int halfTurn = 180000;  // in thousandths of a degree
+constexpr int halfTurn = wholeCircle;
 /// The turn that the tables give to valine's chi1, undone.
 constexpr double valineTurn = 120.0;
 
@@ -64,13 +65,12 @@ class Collector {
             ++set_.withoutValue;
             return nullptr;
         }
-        const double width = std::max(rules_.spreadFactor * *spread, rules_.minimum);
-        if (!(width < 180.0) || thousandths(width) >= halfTurn) {
+        const DihedralRestraint restraint = interval(residue, dihedral, *centre, *spread);
+        if (restraint.halfWidth >= halfTurn) {
             ++set_.wholeCircle;
             return nullptr;
         }
-        set_.restraints.push_back({residue, dihedral, onCircle(thousandths(*centre)),
-                                   thousandths(width), thousandths(*spread)});
+        set_.restraints.push_back(restraint);
         return &set_.restraints.back();
     }
 
@@ -96,12 +96,53 @@ class Collector {
         }
     }
 
+    /// The choice between two islands; nothing where an interval would be the whole circle.
+    void addAmbiguous(int residue, const std::vector<results::FinishedMatch>& matches) {
+        const std::optional<std::array<MatchIsland, 2>> two = twoIslands(matches);
+        if (!two) {
+            return;
+        }
+        AmbiguousRestraint restraint;
+        restraint.residue = residue;
+        for (std::size_t i = 0; i < two->size(); ++i) {
+            const MatchIsland& one = (*two)[i];
+            restraint.islands[i] = {interval(residue, Dihedral::phi, one.phi, one.phiSpread),
+                                    interval(residue, Dihedral::psi, one.psi, one.psiSpread),
+                                    one.count};
+            if (restraint.islands[i].phi.halfWidth >= halfTurn ||
+                restraint.islands[i].psi.halfWidth >= halfTurn) {
+                ++set_.wholeCircle;
+                return;
+            }
+        }
+        set_.ambiguous.push_back(restraint);
+    }
+
   private:
+    DihedralRestraint interval(int residue, Dihedral dihedral, double centre, double spread) const {
+        const double width = std::max(rules_.spreadFactor * spread, rules_.minimum);
+        return {residue, dihedral, onCircle(thousandths(centre)),
+                thousandths(std::min(width, 180.0)), thousandths(spread)};
+    }
+
     const RestraintRules& rules_;
     RestraintSet& set_;
 };
 
 }  // namespace
+
+std::optional<DihedralRestraint> joinedInterval(const DihedralRestraint& first,
+                                                const DihedralRestraint& second) {
+    const int apart = onCircle(second.centre - first.centre);
+    if (std::abs(apart) > first.halfWidth + second.halfWidth) {
+        return std::nullopt;
+    }
+    const int lower = std::min(-first.halfWidth, apart - second.halfWidth);
+    const int upper = std::max(first.halfWidth, apart + second.halfWidth);
+    return DihedralRestraint{first.residue, first.dihedral,
+                             onCircle(first.centre + (lower + upper) / 2), (upper - lower + 1) / 2,
+                             std::max(first.spread, second.spread)};
+}
 
 int RestraintSet::count(Dihedral dihedral) const {
     int count = 0;
@@ -116,12 +157,23 @@ RestraintSet makeRestraints(const results::FinishedPrediction& prediction,
     RestraintSet set;
     Collector collector(rules, set);
     for (const auto& [number, residue] : prediction.residues) {
-        if (rules.classes.count(residue.classWord) == 0) {
+        const bool chosen = rules.classes.count(residue.classWord) > 0;
+        const bool mayChoose = rules.ambiguous && residue.classWord == "Warn";
+        if (!chosen && !mayChoose) {
             continue;
         }
         const bool atEnd = number == prediction.residues.begin()->first ||
                            number == prediction.residues.rbegin()->first ||
                            !prediction.inSequence(number - 1) || !prediction.inSequence(number + 1);
+        if (mayChoose) {
+            const bool whole = !atEnd && isKnownLetter(residue.letter) &&
+                               !isGap(prediction, number - 1, namedResidues) &&
+                               !isGap(prediction, number + 1, namedResidues);
+            if (whole) {
+                collector.addAmbiguous(number, residue.matches);
+            }
+            continue;
+        }
         if (atEnd) {
             set.endResidues.push_back(number);
             continue;

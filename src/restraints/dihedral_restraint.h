@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -21,6 +22,8 @@ struct RestraintRules {
     double minimum = 20.0;                       ///< least half width in degrees
     bool withChi1 = true;
     Chi1Centre chi1Centre = Chi1Centre::rotamer;
+    /// Residues of class Warn whose matches fall in two clear islands (two_islands.h) get a choice.
+    bool ambiguous = false;
 };
 
 /// One interval of a torsion angle: centre plus or minus half width. All three numbers are in
@@ -38,9 +41,32 @@ struct DihedralRestraint {
     int upper() const { return centre + halfWidth; }
 };
 
+/// Half width of the whole circle in thousandths of a degree: no restraint.
+inline constexpr int wholeCircle = 180000;
+
+/// The interval over two intervals of an angle that overlap or touch; none where they are apart.
+/// Its half width is `wholeCircle` or more where nothing is left outside.
+std::optional<DihedralRestraint> joinedInterval(const DihedralRestraint& first,
+                                                const DihedralRestraint& second);
+
+/// phi and psi of one island of matches.
+struct IslandRestraint {
+    DihedralRestraint phi, psi;
+    int matches = 0;
+    std::array<DihedralRestraint, 2> both() const { return {phi, psi}; }
+};
+
+/// A residue with the choice between two islands, the larger first: phi and psi of the one, or phi
+/// and psi of the other.
+struct AmbiguousRestraint {
+    int residue = 0;
+    std::array<IslandRestraint, 2> islands;
+};
+
 /// The restraints of a prediction in order of residues, and what was left out of them.
 struct RestraintSet {
     std::vector<DihedralRestraint> restraints;
+    std::vector<AmbiguousRestraint> ambiguous;  ///< empty unless the rules ask for them
     int count(Dihedral dihedral) const;
 
     int withoutValue = 0;          ///< angles of chosen residues without a usable value or spread

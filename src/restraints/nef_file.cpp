@@ -29,6 +29,12 @@ std::string fingerprint(const RestraintFile& file) {
         text << restraint.residue << torsionName(restraint.dihedral) << restraint.centre << ' '
              << restraint.halfWidth << '\n';
     }
+    for (const AmbiguousRestraint& restraint : file.set.ambiguous) {
+        for (const IslandRestraint& island : restraint.islands) {
+            text << restraint.residue << ' ' << island.phi.centre << ' ' << island.phi.halfWidth
+                 << ' ' << island.psi.centre << ' ' << island.psi.halfWidth << '\n';
+        }
+    }
     text << file.prediction.sequence << file.source;
     std::uint64_t hash = 0xcbf29ce484222325U;  // FNV-1a
     for (const char c : text.str()) {
@@ -112,8 +118,24 @@ void writeShifts(const RestraintFile& file, std::ostream& out) {
     frame.endLoop();
 }
 
+/// A row of the restraint loop.
+std::vector<std::string> restraintRow(const RestraintFile& file, int index, int id,
+                                      const std::string& combination,
+                                      const DihedralRestraint& restraint) {
+    std::vector<std::string> row = {std::to_string(index), std::to_string(id), combination};
+    const char letter = file.prediction.letter(restraint.residue);
+    for (const TorsionAtom& atom : torsionAtoms(restraint, letter)) {
+        row.insert(row.end(), {file.chain, file.numberText(atom.residue),
+                               file.residueName(atom.residue), atom.name});
+    }
+    row.insert(row.end(), {"1.0", degreesText(restraint.centre), degreesText(restraint.spread), "",
+                           degreesText(restraint.lower()), degreesText(restraint.upper()), "",
+                           torsionName(restraint.dihedral)});
+    return row;
+}
+
 void writeRestraints(const RestraintFile& file, std::ostream& out) {
-    if (file.set.restraints.empty()) {
+    if (file.set.restraints.empty() && file.set.ambiguous.empty()) {
         return;
     }
     StarFrameWriter frame =
@@ -128,19 +150,18 @@ void writeRestraints(const RestraintFile& file, std::ostream& out) {
         tags.emplace_back(name);
     }
     frame.beginLoop("nef_dihedral_restraint", tags);
-    int index = 0;
+    int index = 0, id = 0;
     for (const DihedralRestraint& restraint : file.set.restraints) {
-        const std::string id = std::to_string(++index);
-        std::vector<std::string> row = {id, id, ""};
-        const char letter = file.prediction.letter(restraint.residue);
-        for (const TorsionAtom& atom : torsionAtoms(restraint, letter)) {
-            row.insert(row.end(), {file.chain, file.numberText(atom.residue),
-                                   file.residueName(atom.residue), atom.name});
+        frame.row(restraintRow(file, ++index, ++id, "", restraint));
+    }
+    for (const AmbiguousRestraint& restraint : file.set.ambiguous) {
+        ++id;
+        for (std::size_t i = 0; i < restraint.islands.size(); ++i) {
+            const std::string combination = std::to_string(i + 1);
+            for (const DihedralRestraint& one : restraint.islands[i].both()) {
+                frame.row(restraintRow(file, ++index, id, combination, one));
+            }
         }
-        row.insert(row.end(), {"1.0", degreesText(restraint.centre), degreesText(restraint.spread),
-                               "", degreesText(restraint.lower()), degreesText(restraint.upper()),
-                               "", torsionName(restraint.dihedral)});
-        frame.row(row);
     }
     frame.endLoop();
 }
@@ -165,6 +186,12 @@ void writeNef(const RestraintFile& file, std::ostream& out) {
     }
     out << "data_nef_orvix_" << starName(file.prediction.title) << "\n\n";
     for (const std::string& line : headLines(file)) {
+        out << "# " << line << '\n';
+    }
+    for (const std::string& line : ambiguousLines(
+             file,
+             "Rows of one restraint_id: those of one restraint_combination_id hold together, or "
+             "those of the other")) {
         out << "# " << line << '\n';
     }
     out << "# Limits are a continuous pair: one of them may lie beyond 180 degrees\n"

@@ -23,6 +23,9 @@ class StarWriter {
         for (const std::string& line : headLines(file_)) {
             out_ << "# " << line << '\n';
         }
+        for (const std::string& line : ambiguousDetails()) {
+            out_ << "# " << line << '\n';
+        }
         out_ << "# Limits are a continuous pair: one of them may lie beyond 180 degrees\n";
         writeEntry();
         writeSoftware();
@@ -106,18 +109,29 @@ class StarWriter {
     }
 
     void writeRestraints() {
-        if (file_.set.restraints.empty()) {
+        if (file_.set.restraints.empty() && file_.set.ambiguous.empty()) {
             return;
         }
         StarFrameWriter list = frame("Torsion_angle_constraint_list", "torsion_angle_constraints",
                                      "torsion_angle_constraints");
         list.tag("Entry_ID", entry_);
         list.tag("ID", one);
-        list.text("Details", headLines(file_));
+        std::vector<std::string> details = headLines(file_);
+        const std::vector<std::string> choice = ambiguousDetails();
+        details.insert(details.end(), choice.begin(), choice.end());
+        list.text("Details", details);
         list.beginLoop("Torsion_angle_constraint", restraintTags());
-        int id = 0;
+        int index = 0, id = 0;
         for (const DihedralRestraint& restraint : file_.set.restraints) {
-            list.row(restraintRow(restraint, ++id));
+            list.row(restraintRow(restraint, ++index, ++id, ""));
+        }
+        for (const AmbiguousRestraint& restraint : file_.set.ambiguous) {
+            ++id;
+            for (std::size_t i = 0; i < restraint.islands.size(); ++i) {
+                for (const DihedralRestraint& angle : restraint.islands[i].both()) {
+                    list.row(restraintRow(angle, ++index, id, std::to_string(i + 1)));
+                }
+            }
         }
         list.endLoop();
     }
@@ -145,10 +159,17 @@ class StarWriter {
         return tags;
     }
 
-    std::vector<std::string> restraintRow(const DihedralRestraint& restraint, int id) const {
+    std::vector<std::string> ambiguousDetails() const {
+        return ambiguousLines(
+            file_,
+            "Rows of one ID: those of one Combination_ID hold together, or those of the other");
+    }
+
+    std::vector<std::string> restraintRow(const DihedralRestraint& restraint, int index, int id,
+                                          const std::string& combination) const {
         const char letter = file_.prediction.letter(restraint.residue);
         const auto atoms = torsionAtoms(restraint, letter);
-        std::vector<std::string> row = {std::to_string(id), std::to_string(id), "",
+        std::vector<std::string> row = {std::to_string(index), std::to_string(id), combination,
                                         torsionName(restraint.dihedral)};
         for (const TorsionAtom& atom : atoms) {
             row.insert(row.end(),

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "base/run_end.h"
+#include "restraints/two_islands.h"
 
 namespace orvix::restraints {
 
@@ -92,6 +93,26 @@ std::vector<std::string> headLines(const RestraintFile& file) {
     return lines;
 }
 
+std::vector<std::string> ambiguousLines(const RestraintFile& file, const std::string& meaning) {
+    if (!file.rules.ambiguous) {
+        return {};
+    }
+    std::string residues;
+    for (const AmbiguousRestraint& one : file.set.ambiguous) {
+        residues += ' ' + file.numberText(one.residue);
+    }
+    return {
+        "Ambiguous: residues of class Warn whose matches fall in two clear islands of phi and psi",
+        "Islands: matches within " + shortNumber(islandLink) +
+            " degrees of another in phi and psi; at least " + std::to_string(leastIslandCount) +
+            " matches each, at most " + std::to_string(mostStrayMatches) + " outside of both,",
+        "  spreads up to " + shortNumber(widestIsland) + " degrees, centres at least " +
+            shortNumber(leastSeparation) + " degrees apart; intervals by the rule above",
+        meaning,
+        "Ambiguous residues: " + std::to_string(file.set.ambiguous.size()) +
+            (residues.empty() ? "" : ":" + asciiText(residues))};
+}
+
 std::string asciiText(const std::string& text) {
     std::string result;
     for (const char c : text) {
@@ -115,6 +136,11 @@ void checkNumbering(const RestraintFile& file, RestraintFormat format) {
         for (const TorsionAtom& atom :
              torsionAtoms(restraint, prediction.letter(restraint.residue))) {
             needed.insert(atom.residue);
+        }
+    }
+    for (const AmbiguousRestraint& restraint : file.set.ambiguous) {
+        if (format != RestraintFormat::cyana) {
+            needed.insert({restraint.residue - 1, restraint.residue, restraint.residue + 1});
         }
     }
     if (format == RestraintFormat::nef) {

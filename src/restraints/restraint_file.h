@@ -39,6 +39,10 @@ struct RestraintFile {
 /// What the head of every file says: program, source, classes, rule of the intervals, numbering.
 std::vector<std::string> headLines(const RestraintFile& file);
 
+/// How the head says the rule of `RestraintRules::ambiguous`, and what the format makes of it in
+/// `meaning`; empty without the rule.
+std::vector<std::string> ambiguousLines(const RestraintFile& file, const std::string& meaning);
+
 /// `text` in printable 7-bit ASCII; anything else becomes "?".
 std::string asciiText(const std::string& text);
 

@@ -4,9 +4,13 @@
 #include <cmath>
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <set>
 
+#include "base/angles.h"
 #include "cli/command.h"
+#include "restraints/dihedral_restraint.h"
 #include "restraints/restraint_readers.h"
+#include "restraints/two_islands.h"
 #include "tables/temporary_file.h"
 
 namespace {
@@ -235,6 +239,149 @@ TEST_P(EveryFormat, WithoutRestraintsIsStillAFile) {
     EXPECT_TRUE(read(format, run.text).empty());
     EXPECT_TRUE(hasText(run.notes, "no restraints"));
     EXPECT_TRUE(hasText(run.text, "Restraints: 0 phi, 0 psi, 0 chi1"));
+}
+
+namespace {
+
+using MatchPoints = std::vector<std::pair<double, double>>;  ///< phi and psi, degrees
+
+/// `count` matches, half of them `off` below and half of them above a place, in phi and in psi.
+MatchPoints island(int count, double phi, double psi, double off = 5.0) {
+    MatchPoints points;
+    for (int i = 0; i < count; ++i) {
+        const double side = i % 2 == 0 ? off : -off;
+        points.emplace_back(orvix::wrapOnce(phi + side), orvix::wrapOnce(psi + side));
+    }
+    return points;
+}
+
+MatchPoints joined(MatchPoints points, const MatchPoints& more) {
+    points.insert(points.end(), more.begin(), more.end());
+    return points;
+}
+
+/// 14 matches, 8 matches, and 3 far from both.
+const MatchPoints twoClear =
+    joined(joined(island(14, -60, -40), island(8, -120, 130)), MatchPoints(3, {60.0, 40.0}));
+
+/// The example with matches for the residue 11, which is of class Warn.
+json ambiguousResults(const MatchPoints& points) {
+    json document = exampleResults();
+    document["schema_version"] = 2;
+    for (json& one : document["residues"]) {
+        if (one["resid"] != 11) {
+            continue;
+        }
+        json& matches = one["matches"];
+        for (const auto& [phi, psi] : points) {
+            matches["source"].push_back("b1_1ABCA");
+            matches["window"].push_back("AYH");
+            matches["resid"].push_back(7);
+            matches["phi"].push_back(phi);
+            matches["psi"].push_back(psi);
+            matches["chi1"].push_back(nullptr);
+            matches["score"].push_back(0.5);
+            matches["used"].push_back(true);
+        }
+    }
+    return document;
+}
+
+std::optional<std::array<orvix::restraints::MatchIsland, 2>> islandsOf(const MatchPoints& points) {
+    std::vector<orvix::results::FinishedMatch> matches;
+    for (const auto& [phi, psi] : points) {
+        matches.emplace_back();
+        matches.back().phi = phi;
+        matches.back().psi = psi;
+    }
+    return orvix::restraints::twoIslands(matches);
+}
+
+}  // namespace
+
+TEST_P(EveryFormat, TwoIslandsAreAChoiceWhereTheFormatHoldsOne) {
+    const std::string format = GetParam();
+    const ExportRun run = exportAs(format, {"--ambiguous"}, ambiguousResults(twoClear));
+    std::vector<ReadRestraint> found = read(format, run.text);
+    for (const char* const part : {"two clear islands of phi and psi", "at least 5 matches each",
+                                   "spreads up to 30 degrees", "Ambiguous residues: 1: 11"}) {
+        EXPECT_TRUE(hasText(run.text, part)) << part;
+    }
+    EXPECT_TRUE(hasText(run.notes, "1 residues of class Warn with two clear islands: 11"));
+    if (format == "cyana") {
+        EXPECT_EQ(exampleRestraints.size(), found.size());
+        EXPECT_TRUE(hasText(run.text, "the format holds no alternatives"));
+        return;
+    }
+    ASSERT_EQ(exampleRestraints.size() + 4, found.size()) << run.text;
+    found.erase(found.begin(),
+                found.begin() + static_cast<std::ptrdiff_t>(exampleRestraints.size()));
+    // phi and psi of the one, phi and psi of the other; CNS has the choice for each angle.
+    const bool byAngle = format == "cns";
+    const std::size_t psi = byAngle ? 2 : 1, otherPhi = byAngle ? 1 : 2;
+    EXPECT_EQ("10 C 11 N 11 CA 11 C", found[0].atoms);
+    EXPECT_EQ("11 N 11 CA 11 C 12 N", found[psi].atoms);
+    EXPECT_EQ(found[0].atoms, found[otherPhi].atoms);
+    EXPECT_NEAR(-80.0, found[0].lower, 1e-9);
+    EXPECT_NEAR(-40.0, found[0].upper, 1e-9);
+    EXPECT_NEAR(-60.0, found[psi].lower, 1e-9);
+    EXPECT_NEAR(-140.0, found[otherPhi].lower, 1e-9);
+    EXPECT_NEAR(150.0, found[3].upper, 1e-9);
+    EXPECT_EQ(found[0].id, found[otherPhi].id);
+    EXPECT_EQ(byAngle, found[0].id != found[psi].id);
+    EXPECT_EQ("1", found[0].combination);
+    EXPECT_EQ("1", found[psi].combination);
+    EXPECT_EQ("2", found[otherPhi].combination);
+    EXPECT_EQ("2", found[3].combination);
+    std::set<std::string> ids;
+    for (const ReadRestraint& one : read(format, run.text)) {
+        ids.insert(one.id);
+    }
+    EXPECT_EQ(exampleRestraints.size() + (byAngle ? 2 : 1), ids.size());
+    // Not asked for, there is no word of it.
+    const ExportRun plain = exportAs(format, {}, ambiguousResults(twoClear));
+    EXPECT_EQ(exampleRestraints.size(), read(format, plain.text).size());
+    EXPECT_FALSE(hasText(plain.text, "mbiguous"));
+}
+
+TEST(Islands, AreTwoAndClearOrNone) {
+    const auto two = islandsOf(twoClear);
+    ASSERT_TRUE(two);
+    EXPECT_EQ((*two)[0].count, 14);
+    EXPECT_NEAR((*two)[1].psi, 130.0, 1e-9);
+    EXPECT_NEAR((*two)[0].phiSpread, std::sqrt(14.0 * 25.0 / 13.0), 1e-9);
+    // Across the end of the circle, the larger behind the smaller in the list.
+    const auto across = islandsOf(joined(island(8, -60, 178), island(16, 178, -60, 9)));
+    ASSERT_TRUE(across);
+    EXPECT_EQ((*across)[0].count, 16);
+    EXPECT_NEAR(std::fabs((*across)[0].phi), 178.0, 1e-9);
+    EXPECT_FALSE(islandsOf(joined(island(21, -60, -40), island(4, -120, 130)))) << "four are few";
+    EXPECT_FALSE(islandsOf(
+        joined(joined(island(11, -60, -40), island(9, -120, 130)), MatchPoints(4, {60.0, 40.0}))))
+        << "four strays";
+    EXPECT_FALSE(islandsOf(joined(island(12, -60, -40), island(12, -60, 38)))) << "too near";
+    EXPECT_FALSE(islandsOf(joined(island(12, -60, -40, 19.9), MatchPoints(0)))) << "too few";
+    MatchPoints wide;
+    for (int i = 0; i < 14; ++i) {
+        wide.emplace_back(-170.0 + 10.0 * i, -40.0);
+    }
+    EXPECT_FALSE(islandsOf(joined(wide, island(10, -100, 130)))) << "a chain is no clear island";
+    EXPECT_FALSE(islandsOf(island(25, -60, -40)));
+    EXPECT_FALSE(islandsOf({}));
+}
+
+TEST(Islands, IntervalsThatTouchAreJoinedTheShortWay) {
+    const auto both = [](int a, int ha, int b, int hb) {
+        return orvix::restraints::joinedInterval({1, {}, a * 1000, ha * 1000, 5000},
+                                                 {1, {}, b * 1000, hb * 1000, 9000});
+    };
+    EXPECT_EQ(both(-60, 20, -90, 20)->centre, -75000);
+    EXPECT_EQ(both(-60, 20, -90, 20)->halfWidth, 35000);
+    EXPECT_EQ(both(170, 20, -170, 25)->centre, -177500);
+    EXPECT_EQ(both(170, 20, -170, 25)->halfWidth, 32500);
+    EXPECT_EQ(both(-60, 40, -65, 10)->halfWidth, 40000) << "one inside of the other";
+    EXPECT_FALSE(both(-60, 20, -120, 20));
+    EXPECT_GE(both(0, 120, 180, 120)->halfWidth, orvix::restraints::wholeCircle);
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, EveryFormat, testing::Values("cyana", "cns", "nef", "nmrstar"));

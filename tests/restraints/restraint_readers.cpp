@@ -57,7 +57,8 @@ std::vector<ReadRestraint> restraintsOf(const std::string& text, const std::stri
                                         const std::string& category, const std::string& number,
                                         const std::string& atom, const std::string& residue,
                                         const std::string& lower, const std::string& upper,
-                                        const std::string& angle) {
+                                        const std::string& angle, const std::string& id,
+                                        const std::string& combination) {
     std::vector<ReadRestraint> result;
     const StarText star = readStar(text);
     const auto found = star.frames.find(frame);
@@ -74,6 +75,8 @@ std::vector<ReadRestraint> restraintsOf(const std::string& text, const std::stri
         restraint.upper = std::stod(row.at(upper));
         restraint.residueName = row.at(residue + "_2");
         restraint.angleName = row.at(angle);
+        restraint.id = row.at(id);
+        restraint.combination = row.at(combination) == "." ? "" : row.at(combination);
         result.push_back(restraint);
     }
     return result;
@@ -108,13 +111,20 @@ std::vector<ReadRestraint> readCns(const std::string& text) {
         c = c == '(' || c == ')' ? ' ' : c;
     }
     std::vector<ReadRestraint> result;
+    int statements = 0;
     std::istringstream in(words);
     std::string word;
     while (in >> word) {
-        if (word != "assign") {
+        const bool alternative = word == "or";
+        if (word != "assign" && (!alternative || result.empty())) {
             throw std::runtime_error("expected assign, found " + word);
         }
         ReadRestraint restraint;
+        restraint.id = std::to_string(statements += alternative ? 0 : 1);
+        if (alternative) {
+            result.back().combination = "1";
+            restraint.combination = "2";
+        }
         for (int atom = 0; atom < 4; ++atom) {
             std::string resid, number, conjunction, name, value;
             in >> resid;
@@ -191,11 +201,11 @@ StarText readStar(const std::string& text) {
 std::vector<ReadRestraint> readNef(const std::string& text) {
     return restraintsOf(text, "nef_dihedral_restraint_list_predicted", "nef_dihedral_restraint",
                         "sequence_code", "atom_name", "residue_name", "lower_limit", "upper_limit",
-                        "name");
+                        "name", "restraint_id", "restraint_combination_id");
 }
 
 std::vector<ReadRestraint> readNmrStar(const std::string& text) {
     return restraintsOf(text, "torsion_angle_constraints", "Torsion_angle_constraint",
                         "Auth_seq_ID", "Atom_ID", "Comp_ID", "Angle_lower_bound_val",
-                        "Angle_upper_bound_val", "Torsion_angle_name");
+                        "Angle_upper_bound_val", "Torsion_angle_name", "ID", "Combination_ID");
 }

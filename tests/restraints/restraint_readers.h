@@ -10,6 +10,9 @@ struct ReadRestraint {
     double lower = 0.0, upper = 0.0;  ///< degrees
     std::string residueName;          ///< of the second or third atom's residue, where there is one
     std::string angleName;            ///< where there is one
+    /// Rows of one id are alternatives, but for those of one combination, which hold together;
+    /// CYANA has neither, a combination is empty where there is no choice.
+    std::string id, combination;
 };
 
 /// Readers written from the public descriptions of the formats, apart from the writers.
