@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <memory>
 
 #include "base/cpu.h"
 
@@ -10,12 +9,23 @@ namespace orvix::networks {
 namespace {
 
 // Without a finite input a zero weight can't be left out, and such vectors are rare enough for the
-// plain form.
+// plain form. Rows that are kept as lists alone are written out first.
 void runPlain(const LayerView& layer, std::size_t first, std::size_t count, Activation activation,
-              const LaneBatches& in, LaneBatches& out) {
+              const LaneBatches& in, const ListedRows& listed, LaneBatches& out) {
     LayerView part;
     part.rows.assign(layer.rows.begin() + static_cast<std::ptrdiff_t>(first),
                      layer.rows.begin() + static_cast<std::ptrdiff_t>(first + count));
+    std::vector<double> written;
+    if (listed.index != nullptr && part.rows.front() == nullptr) {
+        written.assign(count * layer.inputs, 0.0);
+        for (std::size_t r = 0; r < count; ++r) {
+            double* const row = written.data() + r * layer.inputs;
+            for (std::size_t k = r * listed.stride; k < r * listed.stride + listed.counts[r]; ++k) {
+                row[listed.index[k]] = listed.value[k];
+            }
+            part.rows[r] = row;
+        }
+    }
     part.lengths.assign(layer.lengths.begin() + static_cast<std::ptrdiff_t>(first),
                         layer.lengths.begin() + static_cast<std::ptrdiff_t>(first + count));
     part.bias = layer.bias + first;
@@ -28,57 +38,6 @@ void runPlain(const LayerView& layer, std::size_t first, std::size_t count, Acti
             batch[(first + r) * out.batchLanes() + lane % out.batchLanes()] = results[r];
         }
     }
-}
-
-// The weights of a few rows that aren't zero, by row and column.
-struct SparseRows {
-    std::uint32_t counts[layerBlockRows] = {};
-    std::size_t stride = 0;
-    std::unique_ptr<std::uint32_t[]> index;
-    std::unique_ptr<double[]> value;
-};
-
-std::uint32_t countWeights(const double* row, std::size_t length) {
-    std::uint32_t count = 0;
-    for (std::size_t j = 0; j < length; ++j) {
-        count += row[j] != 0.0 ? 1u : 0u;
-    }
-    return count;
-}
-
-// Lists in place of rows that are zero for a quarter or more, or that end early. False where the
-// rows themselves are the better form.
-bool listRows(const LayerView& layer, std::size_t first, std::size_t count, SparseRows& lists) {
-    bool brief = false;
-    std::size_t weights = 0;
-    std::uint32_t longest = 0;
-    for (std::size_t r = 0; r < count; ++r) {
-        brief = brief || layer.lengths[first + r] < layer.inputs;
-        lists.counts[r] = countWeights(layer.rows[first + r], layer.lengths[first + r]);
-        weights += lists.counts[r];
-        longest = std::max(longest, lists.counts[r]);
-    }
-    if (!brief && weights * 4 > count * layer.inputs * 3) {
-        return false;
-    }
-    // One place more than the longest list: the loop below writes before it counts.
-    lists.stride = std::size_t{longest} + 1;
-    lists.index.reset(new std::uint32_t[count * lists.stride]);
-    lists.value.reset(new double[count * lists.stride]);
-    for (std::size_t r = 0; r < count; ++r) {
-        const double* const row = layer.rows[first + r];
-        std::uint32_t* const index = lists.index.get() + r * lists.stride;
-        double* const value = lists.value.get() + r * lists.stride;
-        std::size_t used = 0;
-        for (std::uint32_t j = 0; j < layer.lengths[first + r]; ++j) {
-            index[used] = j;
-            value[used] = row[j];
-            used += row[j] != 0.0 ? 1u : 0u;
-        }
-        std::fill(index + used, index + lists.stride, 0u);
-        std::fill(value + used, value + lists.stride, 0.0);
-    }
-    return true;
 }
 
 }  // namespace
@@ -139,12 +98,32 @@ std::size_t layerBlockCount(const LayerView& layer) {
     return (layer.rows.size() + layerBlockRows - 1) / layerBlockRows;
 }
 
+LayerLists makeLists(const LayerView& layer) {
+    LayerLists lists;
+    for (std::size_t block = 0; block < layerBlockCount(layer); ++block) {
+        const std::size_t count = blockRowCount(layer.rows.size(), block);
+        appendLists(std::span(layer.rows).subspan(block * layerBlockRows, count),
+                    std::span(layer.lengths).subspan(block * layerBlockRows, count), layer.inputs,
+                    lists);
+    }
+    return lists;
+}
+
 void layerBatch(const LayerKernel& kernel, const LayerView& layer, std::size_t block,
                 Activation activation, const LaneBatches& in, bool finite, LaneBatches& out) {
     const std::size_t first = block * layerBlockRows;
-    const std::size_t count = std::min(layerBlockRows, layer.rows.size() - first);
+    const std::size_t count = blockRowCount(layer.rows.size(), block);
+    LayerLists made;
+    ListedRows listed;
+    if (!layer.lists.empty()) {
+        listed = layer.lists[block];
+    } else if (finite) {
+        appendLists(std::span(layer.rows).subspan(first, count),
+                    std::span(layer.lengths).subspan(first, count), layer.inputs, made);
+        listed = listedRows({made.strides, made.counts, made.index, made.value}, count).front();
+    }
     if (!finite) {
-        runPlain(layer, first, count, activation, in, out);
+        runPlain(layer, first, count, activation, in, listed, out);
         return;
     }
     const std::size_t lanes = kernel.batchLanes;
@@ -158,13 +137,10 @@ void layerBatch(const LayerKernel& kernel, const LayerView& layer, std::size_t b
     job.sums = out.batch(0) + first * lanes;
     job.sumStride = out.batchStride();
     job.lanes = in.lanes();
-    SparseRows lists;
-    if (listRows(layer, first, count, lists)) {
-        job.listIndex = lists.index.get();
-        job.listValue = lists.value.get();
-        job.listCounts = lists.counts;
-        job.listStride = lists.stride;
-    }
+    job.listIndex = listed.index;
+    job.listValue = listed.value;
+    job.listCounts = listed.counts;
+    job.listStride = listed.stride;
     kernel.run(job);
 
     for (std::size_t b = 0; b < out.batches(); ++b) {

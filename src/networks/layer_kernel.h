@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "networks/layer_block.h"
+#include "networks/layer_lists.h"
 
 namespace orvix::networks {
 
@@ -17,6 +18,9 @@ struct LayerView {
     std::vector<std::uint32_t> lengths;  ///< each at most `inputs`
     const double* bias = nullptr;        ///< one for each row
     std::size_t inputs = 0;              ///< length of an input vector
+    /// By block, made once by the owner of the weights; empty: made anew by each call. A row of a
+    /// block with lists may be null where the lists are all that is kept.
+    std::vector<ListedRows> lists;
 };
 
 enum class Activation { linear, tanh };
@@ -63,6 +67,9 @@ class LaneBatches {
 
 /// Number of blocks that a layer's rows are cut into.
 std::size_t layerBlockCount(const LayerView& layer);
+
+/// The lists of all blocks, for the owner of the weights to keep.
+LayerLists makeLists(const LayerView& layer);
 
 /// Fast form: the rows of one block for all lanes of `in` into the same rows of `out`, bit for bit
 /// what `layerPlain` gives. `finite` tells that `in` holds finite numbers only. Blocks are

@@ -60,11 +60,26 @@ std::shared_ptr<const NetworkWeights> loadNetwork(const std::string& prefix,
             std::vector<Layer> layers =
                 memberLayers(weights->tables_.back(), sizes[layer].rows, shape.members);
             for (std::size_t m = 0; m < shape.members; ++m) {
+                LayerView& view = layers[m].view;
+                const LayerLists& lists = *weights->lists_.emplace_back(
+                    std::make_unique<const LayerLists>(makeLists(view)));
+                view.lists = listedRows({lists.strides, lists.counts, lists.index, lists.value},
+                                        view.rows.size());
                 members[m][layer] = std::move(layers[m]);
             }
         }
     }
     weights->warnings_ = warnings.take();
+    return weights;
+}
+
+std::shared_ptr<const NetworkWeights> keptNetwork(const std::string& prefix,
+                                                  const NetworkShape& shape,
+                                                  std::vector<std::vector<Member>> levels,
+                                                  std::shared_ptr<const void> owner) {
+    const std::shared_ptr<NetworkWeights> weights(new NetworkWeights(prefix, shape));
+    weights->levels_ = std::move(levels);
+    weights->owner_ = std::move(owner);
     return weights;
 }
 

@@ -49,14 +49,19 @@ class NetworkWeights {
     friend std::shared_ptr<const NetworkWeights> loadNetwork(const std::string& prefix,
                                                              const NetworkShape& shape,
                                                              WeightRules rules);
+    friend std::shared_ptr<const NetworkWeights> keptNetwork(
+        const std::string& prefix, const NetworkShape& shape,
+        std::vector<std::vector<Member>> levels, std::shared_ptr<const void> owner);
     NetworkWeights(std::string prefix, const NetworkShape& shape)
         : prefix_(std::move(prefix)), shape_(shape) {}
 
     std::string prefix_;
     NetworkShape shape_;
-    std::vector<WeightTable> tables_;          // by level, then layer; the layers point into them
+    std::vector<WeightTable> tables_;  // by level, then layer; the layers point into them
+    std::vector<std::unique_ptr<const LayerLists>> lists_;
     std::vector<std::vector<Member>> levels_;  // level, member
     std::string warnings_;
+    std::shared_ptr<const void> owner_;  // of weights that were loaded by someone else
 };
 
 /// Loads a network from the text files `prefix` + ".level1.WI.tab" and so on, level by level in the
@@ -64,6 +69,12 @@ class NetworkWeights {
 /// rules it leaves its layer empty and a warning in the value.
 std::shared_ptr<const NetworkWeights> loadNetwork(const std::string& prefix,
                                                   const NetworkShape& shape, WeightRules rules);
+
+/// A network of layers by level and member, whose weights `owner` keeps.
+std::shared_ptr<const NetworkWeights> keptNetwork(const std::string& prefix,
+                                                  const NetworkShape& shape,
+                                                  std::vector<std::vector<Member>> levels,
+                                                  std::shared_ptr<const void> owner);
 
 /// The layers of an ensemble whose members follow each other in a table, `rows` rows each. Rows
 /// behind the last member are dropped; a member that the table doesn't reach has an empty layer.
