@@ -9,9 +9,20 @@ if(ORVIX_BUILD_PROGRAMS)
     install(TARGETS ${ORVIX_PROGRAMS} RUNTIME COMPONENT programs)
 endif()
 install(DIRECTORY ${CMAKE_BINARY_DIR}/share/orvixn/tab DESTINATION ${ORVIX_DATA_DIR}
-        COMPONENT data OPTIONAL)
+        COMPONENT data OPTIONAL PATTERN orvix.image EXCLUDE)
 install(FILES data/proteins.tsv DESTINATION ${ORVIX_DATA_DIR} COMPONENT data)
 install(DIRECTORY examples DESTINATION ${ORVIX_DATA_DIR} COMPONENT data)
+if(ORVIX_PREPARE_IMAGE)
+    # The image knows its tables by their times, so it is made of the installed ones. Without it
+    # runs read the text.
+    install(CODE "
+        set(data \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${ORVIX_DATA_DIR}\")
+        execute_process(COMMAND \"$<TARGET_FILE:orvix_program>\" data prepare \"\${data}\"
+                        RESULT_VARIABLE problem)
+        if(problem)
+            message(WARNING \"no image of \${data} could be made; runs will read the text\")
+        endif()" COMPONENT data)
+endif()
 
 # The library is static: no interface between versions is promised, and a program linked to it keeps
 # giving the same bytes.

@@ -16,6 +16,12 @@ class RowMatrix {
             rows_[i] = cells_.data() + i * columns;
         }
     }
+    /// Rows of cells that someone else keeps.
+    RowMatrix(T* cells, std::size_t rows, std::size_t columns) : rows_(rows) {
+        for (std::size_t i = 0; i < rows; ++i) {
+            rows_[i] = cells + i * columns;
+        }
+    }
     RowMatrix(const RowMatrix&) = delete;
     RowMatrix& operator=(const RowMatrix&) = delete;
     RowMatrix(RowMatrix&&) noexcept = default;

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "base/run_end.h"
+#include "images/image_format.h"
 
 namespace orvix::batch {
 namespace {
@@ -125,7 +126,8 @@ std::string directoryHash(const std::string& directory) {
         std::error_code ignored;
         if (hidden && at->is_directory(ignored)) {
             at.disable_recursion_pending();
-        } else if (!hidden && at->is_regular_file(ignored)) {
+        } else if (!hidden && at->path().filename() != images::imageName &&
+                   at->is_regular_file(ignored)) {
             names.push_back(at->path().lexically_relative(directory).string());
         }
     }

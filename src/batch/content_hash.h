@@ -26,7 +26,8 @@ class ContentHash {
     std::unique_ptr<State> state_;
 };
 
-/// Hash of the names and contents of all files below `directory`, hidden ones left out. Throws
+/// Hash of the names and contents of all files below `directory`. Hidden ones are left out, and
+/// prepared images, which change no result. Throws
 /// InputRejected for a file that can't be read.
 std::string directoryHash(const std::string& directory);
 

@@ -13,6 +13,7 @@
 #include "batch/runner.h"
 #include "cli/command.h"
 #include "cli/data_directory.h"
+#include "cli/image_options.h"
 #include "cli/prediction_options.h"
 #include "cli/stop_signals.h"
 #include "model/model.h"
@@ -22,6 +23,7 @@ namespace {
 
 struct BatchOptions {
     batch::JobSources sources;
+    ImageOptions image;
     std::string dataDirectory, shard = "1/1";
     batch::StoreUse store = batch::StoreUse::beside;
     int jobs = 0;
@@ -116,7 +118,7 @@ ExitStatus runBatchCommand(const BatchOptions& options) {
     batch::Listener listener;
     listener.progress = [&](const batch::Progress& progress) { talk.hear(progress); };
     listener.failure = [&](const batch::Failure& failure) { talk.hear(failure); };
-    const batch::Progress end = batch::runBatch(plan, std::make_shared<const Model>(), listener);
+    const batch::Progress end = batch::runBatch(plan, modelFor(options.image), listener);
     if (!options.quiet) {
         talk.say(batch::progressText(end) + "; results in " + plan.output);
         if (end.failed > 0) {
@@ -158,6 +160,7 @@ void addBatchCommand(CLI::App& command, ExitStatus& status) {
         ->default_str("yes");
     command.add_flag("--quiet", options->quiet, "Say nothing but errors that end the batch");
     addDataOption(command, options->dataDirectory);
+    addImageOptions(command, options->image);
     addPredictionOptions(command, sources.options);
     command.footer(
         "The same command goes on where an earlier one ended. Exit status: 0 done, 5 some jobs "

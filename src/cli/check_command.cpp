@@ -3,6 +3,7 @@
 
 #include "cli/command.h"
 #include "cli/data_directory.h"
+#include "cli/image_options.h"
 #include "cli/import_options.h"
 #include "cli/output_options.h"
 #include "cli/prediction_options.h"
@@ -20,6 +21,7 @@ struct CheckOptions {
     bool json = false;
     results::FailOn failOn = results::FailOn::gross;
     std::string dataDirectory;
+    ImageOptions image;
     importing::ImportOptions import;
     jobs::Preparation preparation;
 };
@@ -48,7 +50,7 @@ ExitStatus check(const CheckOptions& options) {
     RunProgress progress("the report");
     RunControl control;
     control.listener = [&](const Message& message) { progress.hear(message); };
-    const auto model = std::make_shared<const Model>();
+    const std::shared_ptr<const Model> model = modelFor(options.image);
     const Settings settings = jobs::runSettings(options.preparation, data.path, input.title);
     const Prediction run = jobs::namingInput(
         input.file, [&] { return checkShifts(model, input.shifts, settings, control); });
@@ -84,6 +86,7 @@ void addCheckCommand(CLI::App& command, ExitStatus& status) {
         ->type_name("WHAT")
         ->default_str("gross");
     addDataOption(command, options->dataDirectory);
+    addImageOptions(command, options->image);
     addPreparationOptions(command, options->preparation);
     addImportOptions(command, options->import, "Reading FILE (see orvix import)");
     command.footer("Exit status: 0 done, 4 findings (see --fail-on), 3 input rejected.");

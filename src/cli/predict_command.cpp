@@ -7,12 +7,12 @@
 #include "base/whole_file.h"
 #include "cli/command.h"
 #include "cli/data_directory.h"
+#include "cli/image_options.h"
 #include "cli/prediction_options.h"
 #include "cli/prediction_page.h"
 #include "cli/run_progress.h"
 #include "cli/stop_signals.h"
 #include "cli/writing_time.h"
-#include "model/model.h"
 #include "results/results_file.h"
 
 namespace orvix::cli {
@@ -20,6 +20,7 @@ namespace {
 
 struct PredictOptions {
     std::string file, directory, dataDirectory;
+    ImageOptions image;
     bool force = false, report = false;
     jobs::PredictionOptions prediction;
     int threads = 0;
@@ -37,6 +38,7 @@ void addOptions(CLI::App& command, PredictOptions& options) {
     command.add_flag("--report", options.report,
                      "Add report.html, the page of orvix report, to the results");
     addDataOption(command, options.dataDirectory);
+    addImageOptions(command, options.image);
     command
         .add_option("--threads", options.threads, "Most threads to use; all processors if absent")
         ->check(CLI::Range(1, 1024))
@@ -52,9 +54,8 @@ void predictInto(results::OutputDirectory& output, const PredictOptions& options
     control.stop = signals.token();
     control.threads = options.threads;
     control.listener = [&](const Message& message) { progress.hear(message); };
-    const jobs::PredictionOutcome outcome =
-        jobs::predictInput(std::make_shared<const Model>(), input, options.prediction,
-                           {data.path, data.place}, control);
+    const jobs::PredictionOutcome outcome = jobs::predictInput(
+        modelFor(options.image), input, options.prediction, {data.path, data.place}, control);
     progress.finish();
     jobs::writeFiles(output, outcome);
     if (options.report) {

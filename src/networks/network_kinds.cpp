@@ -18,4 +18,24 @@ NetworkKind chi1Kind(char letter) {
     return {std::string("chi1_") + letter, {{39, 15, 1}, {}, 3}, WeightRules::text};
 }
 
+std::vector<NetworkKind> allNetworkKinds() {
+    std::vector<NetworkKind> kinds{surfaceKind,     hybridSurfaceKind, classKind,
+                                   classCentreKind, classPreviousKind, classNextKind,
+                                   classFiveKind,   sequenceKind,      profileKind};
+    for (const char* letter = chi1NetworkLetters; *letter != '\0'; ++letter) {
+        kinds.push_back(chi1Kind(*letter));
+    }
+    return kinds;
+}
+
+std::vector<std::string> networkFiles(const NetworkKind& kind) {
+    std::vector<std::string> files;
+    for (std::size_t level = 1; level <= kind.shape.levels(); ++level) {
+        for (const char* layer : layerNames) {
+            files.push_back(kind.name + ".level" + std::to_string(level) + "." + layer + ".tab");
+        }
+    }
+    return files;
+}
+
 }  // namespace orvix::networks

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "networks/network_weights.h"
 
@@ -30,5 +31,11 @@ extern const NetworkKind sequenceKind, profileKind;
 inline constexpr const char* chi1NetworkLetters = "CDEFHIKLMNQRSTVWY";
 /// The chi1 network of one of these letters.
 NetworkKind chi1Kind(char letter);
+
+/// All of them.
+std::vector<NetworkKind> allNetworkKinds();
+
+/// The text files of a network, in the order in which they are read.
+std::vector<std::string> networkFiles(const NetworkKind& kind);
 
 }  // namespace orvix::networks

@@ -7,6 +7,8 @@
 
 #include "base/cpu.h"
 #include "base/run_end.h"
+#include "images/image_source.h"
+#include "model/model.h"
 #include "run/command_line.h"
 #include "run/orvix.h"
 
@@ -14,6 +16,11 @@ namespace {
 
 int runProgram(int argc, char** argv) {
     auto run = std::make_unique<ORVIX>();
+    orvix::images::ImageUse use = orvix::images::ImageUse::stamps;
+    if (const char* word = std::getenv(orvix::images::imageUseVariable)) {
+        use = orvix::images::imageUseFromWord(word).value_or(use);
+    }
+    run->model = std::make_shared<const orvix::Model>(orvix::images::modelSource(use));
     run->printInfo();
     if (argc <= 1) {
         run->printSyntax();

@@ -29,6 +29,9 @@ std::vector<ProteinBlock> cutProteins(const DB& db) {
 Database::Database(std::unique_ptr<DB> rows)
     : rows_(std::move(rows)), proteins_(cutProteins(*rows_)) {}
 
+Database::Database(std::unique_ptr<DB> rows, std::vector<ProteinBlock> proteins, Planes planes)
+    : rows_(std::move(rows)), proteins_(std::move(proteins)), planes_(std::move(planes)) {}
+
 Database::~Database() = default;
 
 std::shared_ptr<const DatabasePlanes> Database::planes(int halfWidth) const {

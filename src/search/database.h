@@ -23,7 +23,12 @@ std::vector<ProteinBlock> cutProteins(const DB& db);
 /// A loaded database with all that is derived from it alone. Shared by any number of searches.
 class Database {
   public:
+    /// Planes of each half-width, where they are known.
+    using Planes = std::array<std::shared_ptr<const DatabasePlanes>, maxHalfWidth + 1>;
+
     explicit Database(std::unique_ptr<DB> rows);
+    /// Rows whose proteins and planes are known.
+    Database(std::unique_ptr<DB> rows, std::vector<ProteinBlock> proteins, Planes planes);
     ~Database();
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
@@ -38,7 +43,7 @@ class Database {
     std::unique_ptr<DB> rows_;
     std::vector<ProteinBlock> proteins_;
     mutable std::mutex mutex_;
-    mutable std::array<std::shared_ptr<const DatabasePlanes>, maxHalfWidth + 1> planes_;
+    mutable Planes planes_;
 };
 
 }  // namespace orvix::search

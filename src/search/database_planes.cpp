@@ -1,6 +1,7 @@
 #include "search/database_planes.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "search/db.h"
 
@@ -43,30 +44,34 @@ int slotOfBox(int box) {
 
 DatabasePlanes::DatabasePlanes(const DB& db, std::span<const ProteinBlock> blocks, int halfWidth)
     : rows_(db.dbSize), halfWidth_(halfWidth), blocks_(blocks.begin(), blocks.end()) {
+    struct Planes {
+        std::vector<std::uint8_t> tile, place, letter, centre;
+    };
     const std::size_t size = static_cast<std::size_t>(rows_) + 2 * margin;
-    tile_.assign(size, strayTile);
-    place_.assign(size, 0);
-    letter_.assign(size, noLetter);
-    centre_.assign(size, noLetter);
-    usable_ = inOrder(blocks);
+    const auto planes = std::make_shared<Planes>();
+    planes->tile.assign(size, strayTile);
+    planes->place.assign(size, 0);
+    planes->letter.assign(size, noLetter);
+    planes->centre.assign(size, noLetter);
+    kept_.usable = inOrder(blocks);
 
     std::array<int, 256> codes;
     codes.fill(-1);
     for (int i = 0; i < rows_; ++i) {
         const std::size_t at = static_cast<std::size_t>(i) + margin;
         const int slot = slotOfBox(db.boxes[i]);
-        tile_[at] = static_cast<std::uint8_t>(slot / 16);
-        place_[at] = static_cast<std::uint8_t>(slot % 16);
-        hasStrayBoxes_ = hasStrayBoxes_ || slot == strayTile * 16;
+        planes->tile[at] = static_cast<std::uint8_t>(slot / 16);
+        planes->place[at] = static_cast<std::uint8_t>(slot % 16);
+        kept_.hasStrayBoxes = kept_.hasStrayBoxes || slot == strayTile * 16;
         int& code = codes[static_cast<unsigned char>(db.resNames[i])];
         if (code < 0) {
-            code = std::min(static_cast<int>(letters_.size()), noLetter);
-            usable_ = usable_ && code < noLetter;
+            code = std::min(static_cast<int>(kept_.letters.size()), noLetter);
+            kept_.usable = kept_.usable && code < noLetter;
             if (code < noLetter) {
-                letters_.push_back(db.resNames[i]);
+                kept_.letters.push_back(db.resNames[i]);
             }
         }
-        letter_[at] = static_cast<std::uint8_t>(code);
+        planes->letter[at] = static_cast<std::uint8_t>(code);
     }
 
     for (const ProteinBlock& block : blocks) {
@@ -78,10 +83,23 @@ DatabasePlanes::DatabasePlanes(const DB& db, std::span<const ProteinBlock> block
             run = follows ? run + 1 : 1;
             if (run >= 2 * halfWidth + 1) {
                 const std::size_t middle = static_cast<std::size_t>(i - halfWidth) + margin;
-                centre_[middle] = letter_[middle];
+                planes->centre[middle] = planes->letter[middle];
             }
         }
     }
+    kept_.tile = planes->tile;
+    kept_.place = planes->place;
+    kept_.letter = planes->letter;
+    kept_.centre = planes->centre;
+    owner_ = planes;
 }
+
+DatabasePlanes::DatabasePlanes(const KeptPlanes& kept, std::span<const ProteinBlock> blocks,
+                               int halfWidth, std::shared_ptr<const void> owner)
+    : rows_(static_cast<int>(kept.tile.size()) - 2 * margin),
+      halfWidth_(halfWidth),
+      blocks_(blocks.begin(), blocks.end()),
+      kept_(kept),
+      owner_(std::move(owner)) {}
 
 }  // namespace orvix::search

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 #include <vector>
@@ -35,6 +36,14 @@ int slotOfBox(int box);
 inline constexpr int letterCodes = 32;
 inline constexpr int noLetter = letterCodes - 1;
 
+/// Planes that were built before, read where they are kept. Each has the rows and the margins of
+/// `DatabasePlanes`.
+struct KeptPlanes {
+    bool usable = false, hasStrayBoxes = false;
+    std::string letters;
+    std::span<const std::uint8_t> tile, place, letter, centre;
+};
+
 /// The columns of a database that the scan looks at, one byte a row, for one window half-width.
 /// Read-only once built.
 class DatabasePlanes {
@@ -44,32 +53,37 @@ class DatabasePlanes {
 
     /// `halfWidth` 0..3. Blocks must lie inside the rows of `db`.
     DatabasePlanes(const DB& db, std::span<const ProteinBlock> blocks, int halfWidth);
+    /// Planes that `owner` keeps.
+    DatabasePlanes(const KeptPlanes& kept, std::span<const ProteinBlock> blocks, int halfWidth,
+                   std::shared_ptr<const void> owner);
+    DatabasePlanes(const DatabasePlanes&) = delete;
+    DatabasePlanes& operator=(const DatabasePlanes&) = delete;
 
     /// Whether the fast scan can be used: blocks in rising order without overlap, and few letters.
-    bool usable() const { return usable_; }
+    bool usable() const { return kept_.usable; }
     int rows() const { return rows_; }
     int halfWidth() const { return halfWidth_; }
     std::span<const ProteinBlock> blocks() const { return blocks_; }
     /// Whether some row has a box index that is no box.
-    bool hasStrayBoxes() const { return hasStrayBoxes_; }
+    bool hasStrayBoxes() const { return kept_.hasStrayBoxes; }
     /// Letter of each code in use.
-    const std::string& letters() const { return letters_; }
+    const std::string& letters() const { return kept_.letters; }
 
-    const std::uint8_t* tile() const { return tile_.data() + margin; }
-    const std::uint8_t* place() const { return place_.data() + margin; }
-    const std::uint8_t* letter() const { return letter_.data() + margin; }
+    const std::uint8_t* tile() const { return kept_.tile.data() + margin; }
+    const std::uint8_t* place() const { return kept_.place.data() + margin; }
+    const std::uint8_t* letter() const { return kept_.letter.data() + margin; }
     /// Letter code of the rows that can be the middle of a window: h rows inside their block, with
     /// residue numbers that run on without a gap. noLetter elsewhere.
-    const std::uint8_t* centre() const { return centre_.data() + margin; }
+    const std::uint8_t* centre() const { return kept_.centre.data() + margin; }
+    /// What a later run can take over.
+    const KeptPlanes& kept() const { return kept_; }
 
   private:
     int rows_;
     int halfWidth_;
-    bool usable_ = true;
-    bool hasStrayBoxes_ = false;
     std::vector<ProteinBlock> blocks_;
-    std::string letters_;
-    std::vector<std::uint8_t> tile_, place_, letter_, centre_;
+    KeptPlanes kept_;
+    std::shared_ptr<const void> owner_;
 };
 
 }  // namespace orvix::search

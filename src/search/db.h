@@ -28,7 +28,8 @@ class SourceColumn {
 /// 0. Rows of one protein stand together in sequence order. The class loads and holds, no more.
 ///
 /// The arrays have `maxDBSize` rows as of the load; rows from `dbSize` on read as zero and cost no
-/// memory. A pointer into them is good until the next load.
+/// memory. Those of a prepared image have `dbSize` rows and a few zero ones, and may only be read.
+/// A pointer into them is good until the next load.
 class DB {
   public:
     DB();

@@ -43,10 +43,6 @@ void clearRow(DB& db, int row) {
     db.resNames[row] = '\0';
 }
 
-bool isExcluded(const std::string& exclList, std::string_view source) {
-    return !exclList.empty() && exclList.find(source) != std::string::npos;
-}
-
 std::string describe(const std::string& path, std::int64_t line, LineResult result) {
     return "\tDatabase file " + path + ", line " + std::to_string(line) +
            (result == LineResult::sourceTooLong
@@ -239,6 +235,10 @@ constexpr std::size_t severalThreadsFrom = std::size_t{16} << 20;
 constexpr std::size_t longestLine = std::size_t{1} << 24;
 
 }  // namespace
+
+bool isExcluded(const std::string& exclList, std::string_view source) {
+    return !exclList.empty() && exclList.find(source) != std::string::npos;
+}
 
 DatabaseReading readDatabase(const std::string& path, const std::string& exclList, int capacity,
                              int threads, DB& db, LineParser readLine) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "search/db_text.h"
 
@@ -15,6 +16,9 @@ struct DatabaseReading {
     int rows = 0;
     std::string problem;  ///< text about the first line that can't be read; empty for none
 };
+
+/// Whether rows of the source word are left out.
+bool isExcluded(const std::string& exclList, std::string_view source);
 
 /// Reads the file at `path` into the arrays of `db`, whose capacity in rows is `capacity` (0 or
 /// more), and fills its source column. Rows whose source word occurs in `exclList` are left out.
