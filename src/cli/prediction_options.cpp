@@ -48,6 +48,21 @@ void addPreparationOptions(CLI::App& command, jobs::Preparation& preparation) {
                      "Keep the cysteine states as given instead of taking them from CB");
 }
 
+void addDatabaseOptions(CLI::App& command, jobs::DatabaseChoice& choice) {
+    command
+        .add_option("--exclude", choice.exclude,
+                    "Leave out database proteins whose source occurs in TEXT")
+        ->type_name("TEXT");
+    command
+        .add_option_function<int>(
+            "--exclude-relatives", [&choice](int percent) { choice.excludeRelatives = percent; },
+            "Leave out database proteins of IDENTITY percent and more (50..100; 90 if absent)")
+        ->expected(0, 1)
+        ->default_str(std::to_string(jobs::usualRelativePercent))
+        ->check(isRelativePercent, "percentage")
+        ->type_name("[IDENTITY]");
+}
+
 void addPredictionOptions(CLI::App& command, jobs::PredictionOptions& options) {
     command
         .add_option("--ref", options.reference,
@@ -57,6 +72,14 @@ void addPredictionOptions(CLI::App& command, jobs::PredictionOptions& options) {
         ->type_name("TEXT");
     addPreparationOptions(command, options.preparation);
     command.add_flag("--offset", options.offset, "Apply the referencing offsets that are found");
+    command
+        .add_option_function<std::string>(
+            "--reference",
+            [&options](const std::string& word) { options.autoReference = word == "auto"; },
+            "auto: correct the referencing before the run by what orvix check finds; off")
+        ->check(CLI::IsMember({"auto", "off"}))
+        ->type_name("WORD")
+        ->default_str("off");
     command.add_flag("--no-clip", options.noClip, "Keep extreme shifts when shifts are averaged");
     command
         .add_option("--s2-threshold", options.s2Threshold,
@@ -64,18 +87,7 @@ void addPredictionOptions(CLI::App& command, jobs::PredictionOptions& options) {
         ->check(isOrderParameter, "number from 0 to 1")
         ->type_name("X")
         ->capture_default_str();
-    command
-        .add_option("--exclude", options.exclude,
-                    "Leave out database proteins whose source occurs in TEXT")
-        ->type_name("TEXT");
-    command
-        .add_option_function<int>(
-            "--exclude-relatives", [&options](int percent) { options.excludeRelatives = percent; },
-            "Leave out database proteins of IDENTITY percent and more (50..100; 90 if absent)")
-        ->expected(0, 1)
-        ->default_str(std::to_string(jobs::usualRelativePercent))
-        ->check(isRelativePercent, "percentage")
-        ->type_name("[IDENTITY]");
+    addDatabaseOptions(command, options);
     command.add_option("--first", options.first, "First residue to predict")->type_name("N");
     command.add_option("--last", options.last, "Last residue to predict")->type_name("N");
     command

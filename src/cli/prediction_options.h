@@ -13,6 +13,9 @@ namespace orvix::cli {
 /// Options that `check` shares with the predictions.
 void addPreparationOptions(CLI::App& command, jobs::Preparation& preparation);
 
+/// Options of which proteins of the database to leave out.
+void addDatabaseOptions(CLI::App& command, jobs::DatabaseChoice& choice);
+
 /// All that can be asked of a prediction, with the options of reading its file.
 void addPredictionOptions(CLI::App& command, jobs::PredictionOptions& options);
 

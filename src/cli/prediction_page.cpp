@@ -75,4 +75,10 @@ std::string predictionPage(const std::string& text, const std::string& source,
             {programName, programVersion(), writingTime() + "Z", predicted}, std::move(models)));
 }
 
+std::string checkPage(const nlohmann::ordered_json& record) {
+    return report::pageWithRecord(
+        report::checkPage,
+        report::checkRecord(record, {programName, programVersion(), writingTime() + "Z", ""}));
+}
+
 }  // namespace orvix::cli

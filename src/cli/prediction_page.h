@@ -1,5 +1,6 @@
 #pragma once
 
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 
 namespace orvix::cli {
@@ -17,5 +18,8 @@ std::string readText(const std::string& file);
 /// it.
 std::string predictionPage(const std::string& text, const std::string& source,
                            const std::string& predicted, const std::string& comparison = {});
+
+/// The page of a shift check, from its record.
+std::string checkPage(const nlohmann::ordered_json& record);
 
 }  // namespace orvix::cli

@@ -8,6 +8,7 @@
 #include "base/text.h"
 #include "base/version.h"
 #include "base/whole_file.h"
+#include "check/check_text.h"
 #include "jobs/known_relatives.h"
 #include "jobs/placed_reference.h"
 #include "model/model.h"
@@ -101,6 +102,36 @@ void checkRange(const PredictionOptions& options, const Prediction& checked,
     }
 }
 
+/// Corrects the shifts by the offsets of a check beside a prediction, lists them, and says so.
+std::string correctReferencing(const std::shared_ptr<const Model>& model, ShiftInput& shifts,
+                               const Settings& settings, const RunControl& control,
+                               std::vector<results::CorrectedReference>& corrected) {
+    Settings alone = settings;
+    // The check is for the shifts as they are, and compares with nothing.
+    alone.offsetCorrect = false;
+    alone.refFile.clear();
+    if (!check::hasShiftModel(alone)) {
+        throw RunEnd(EndReason::dataDirectory,
+                     "--reference auto: " + alone.tabDir + " holds no shift model");
+    }
+    RunControl quiet = control;
+    quiet.listener = nullptr;
+    const check::ShiftCheck found = check::checkByPrediction(model, shifts, alone, quiet);
+    const check::Offsets offsets = check::offsetsToCorrect(found);
+    shifts = check::correctedInput(shifts, offsets);
+    const auto add = [&](std::string_view name, const std::optional<check::NucleusOffset>& one) {
+        if (one) {
+            corrected.push_back({std::string(name), results::printedNumber(one->offset, 3),
+                                 results::printedNumber(one->error, 3), one->count});
+        }
+    };
+    add(check::carbonsName, offsets.carbons);
+    for (std::size_t atom = 0; atom < check::atomCount; ++atom) {
+        add(results::shiftAtoms[atom], offsets.atoms[atom]);
+    }
+    return check::correctionWords(offsets, found.deuteration.looks);
+}
+
 std::vector<ResultFile> resultFiles(const RunInput& input, const Prediction& prediction,
                                     const PredictionOutcome& outcome, std::string log) {
     std::vector<ResultFile> files;
@@ -130,6 +161,7 @@ results::FinishedSettings recordedSettings(const PredictionOptions& options,
     settings.noProton = options.preparation.noProton;
     settings.isotopeCorrection = options.preparation.isotopeCorrection;
     settings.offsetCorrection = options.offset;
+    settings.autoReference = options.autoReference;
     settings.keepCysteines = options.preparation.keepCysteines;
     settings.clip = !options.noClip;
     settings.s2Threshold = textToDouble(options.s2Threshold);
@@ -178,6 +210,11 @@ PredictionOutcome predictInput(const std::shared_ptr<const Model>& model, const 
                 placedReference(settings.refFile, checked.sequenceAsRead, outcome.notes);
             relatives = findRelatives(*model, checked, options.excludeRelatives, settings);
         }
+        std::vector<results::CorrectedReference> corrected;
+        std::string referencing;
+        if (options.autoReference) {
+            referencing = correctReferencing(model, shifts, settings, control, corrected);
+        }
         const Prediction prediction = orvix::predict(model, std::move(shifts), settings, control);
         results::ResultsOrigin origin;
         origin.inputFile = input.file;
@@ -190,8 +227,12 @@ PredictionOutcome predictInput(const std::shared_ptr<const Model>& model, const 
         }
         outcome.finished = results::finishedPrediction(
             prediction, origin, *model->table(prediction.settings.ssLimitFile));
+        outcome.finished.correctedReferences = std::move(corrected);
         outcome.words = results::plainWords(outcome.finished,
                                             input.imported && input.imported->report.deuterated);
+        if (!referencing.empty()) {
+            outcome.words.push_back(referencing);
+        }
         if (!relatives.empty()) {
             outcome.words.push_back(relatives);
         }

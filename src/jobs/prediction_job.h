@@ -12,21 +12,27 @@
 
 namespace orvix::jobs {
 
-/// What can be asked of the prediction of one shift file.
-struct PredictionOptions {
-    importing::ImportOptions import;
-    Preparation preparation;
-    std::string reference;            ///< known structure (PDB or mmCIF), empty for none
-    std::string referenceTitle;       ///< its title in the tables; empty: its name
-    bool offset = false;              ///< apply the referencing offsets that are found
-    bool noClip = false;              ///< keep extreme shifts when shifts are averaged
-    std::string s2Threshold = "0.6";  ///< residues with a lower S2 are of class Dyn; 0 to 1
-    std::string exclude;              ///< database sources that occur in it are left out
+/// Which proteins of the database a prediction is made without.
+struct DatabaseChoice {
+    std::string exclude;  ///< database sources that occur in it are left out
     /// Leave out database proteins that share this many percent of their residues with the query
     /// and more; absent: they are named alone.
     std::optional<int> excludeRelatives;
-    std::optional<int> first, last;  ///< residues to predict
-    int count = 10;                  ///< matches that a residue needs to count as served, 1 to 25
+};
+
+/// What can be asked of the prediction of one shift file.
+struct PredictionOptions : DatabaseChoice {
+    importing::ImportOptions import;
+    Preparation preparation;
+    std::string reference;       ///< known structure (PDB or mmCIF), empty for none
+    std::string referenceTitle;  ///< its title in the tables; empty: its name
+    bool offset = false;         ///< apply the referencing offsets that are found
+    /// Take off the offsets that a check beside a prediction finds, before the run.
+    bool autoReference = false;
+    bool noClip = false;              ///< keep extreme shifts when shifts are averaged
+    std::string s2Threshold = "0.6";  ///< residues with a lower S2 are of class Dyn; 0 to 1
+    std::optional<int> first, last;   ///< residues to predict
+    int count = 10;                   ///< matches that a residue needs to count as served, 1 to 25
 };
 
 /// The options as they stand in results and logs.

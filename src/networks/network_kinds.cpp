@@ -14,6 +14,8 @@ const NetworkKind classFiveKind{"ss5", {{164, 40, 3}, {19, 6, 3}, 3}, WeightRule
 const NetworkKind sequenceKind{"seqSS", {{272, 60, 3}, {51, 15, 3}, 3}, WeightRules::typed};
 const NetworkKind profileKind{"seqSS15", {{314, 70, 3}, {59, 15, 3}, 5}, WeightRules::text};
 
+const NetworkKind shiftModelKind{"shiftmodel", {{170, 48, 6}, {}, 3}, WeightRules::text};
+
 NetworkKind chi1Kind(char letter) {
     return {std::string("chi1_") + letter, {{39, 15, 1}, {}, 3}, WeightRules::text};
 }

@@ -27,6 +27,9 @@ extern const NetworkKind classKind, classCentreKind, classPreviousKind, classNex
 /// Secondary structure from the sequence with known classes, and from a profile alone.
 extern const NetworkKind sequenceKind, profileKind;
 
+/// Expected secondary shifts of a known conformation.
+extern const NetworkKind shiftModelKind;
+
 /// Letters of the residue types that have a chi1 network.
 inline constexpr const char* chi1NetworkLetters = "CDEFHIKLMNQRSTVWY";
 /// The chi1 network of one of these letters.

@@ -85,6 +85,16 @@ nlohmann::ordered_json proteinRecord(nlohmann::ordered_json results,
     return record;
 }
 
+nlohmann::ordered_json checkRecord(nlohmann::ordered_json check, const PageOrigin& origin) {
+    Json record;
+    record["schema"] = "orvix-check-page";
+    record["schema_version"] = 1;
+    record["program"] = programRecord(origin);
+    record["written"] = textOrNull(origin.written);
+    record["check"] = std::move(check);
+    return record;
+}
+
 nlohmann::ordered_json indexEntry(const nlohmann::ordered_json& results, const std::string& name,
                                   const std::string& page) {
     const Json& residues = member(results, "residues");

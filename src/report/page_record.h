@@ -28,6 +28,9 @@ nlohmann::ordered_json proteinRecord(nlohmann::ordered_json results,
                                      const PageOrigin& origin,
                                      nlohmann::ordered_json comparison = {});
 
+/// The record of `checkPage` (schema orvix-check-page, version 1) around the record of a check.
+nlohmann::ordered_json checkRecord(nlohmann::ordered_json check, const PageOrigin& origin);
+
 /// The row of one protein in an index, from its record of results. `name` is shown; `page` is the
 /// path of its page from the index, empty for none. What the results do not hold, or hold in
 /// another type than they should, is null or counts as missing.

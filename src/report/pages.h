@@ -12,6 +12,9 @@ inline constexpr std::string_view recordMark = "@ORVIX_RECORD@";
 /// The page of one protein, for a record of the schema orvix-report. The build makes it of `page/`.
 extern const std::string_view proteinPage;
 
+/// The page of a shift check, for a record of the schema orvix-check-page.
+extern const std::string_view checkPage;
+
 /// The page over many predictions, for a record of the schema orvix-report-index.
 extern const std::string_view indexPage;
 

@@ -27,8 +27,9 @@ struct OffsetLine {
 };
 constexpr OffsetLine offsetLines[] = {{"CA", "CA/CB", 0.5}, {"HA", "HA", 0.2}, {"C", "C", 1.0}};
 
-std::string offsetText(const ShiftReport& report) {
-    std::string text = "Referencing offsets (ppm)\n";
+std::string offsetText(const ShiftReport& report, bool judged) {
+    std::string text = judged ? "Referencing offsets (ppm)\n"
+                              : "Offsets of the line over CA - CB, which --offset takes (ppm)\n";
     for (const OffsetLine& line : offsetLines) {
         text += printed("  %-6s", line.name);
         const auto& offset = report.offsets[placeOf(offsetNuclei, line.nucleus)];
@@ -40,6 +41,10 @@ std::string offsetText(const ShiftReport& report) {
         }
         text += printed("%7.3f +/- %5.3f from %d residues", offset->offset.value_or(0.0),
                         offset->uncertainty.value_or(0.0), offset->count);
+        if (!judged) {
+            text += '\n';
+            continue;
+        }
         text += isWorthCorrecting(line.nucleus, *offset) ? "  ! correct it\n"
                 : offset->significant                    ? ", too small to act on\n"
                                                          : ", not significant\n";
@@ -97,6 +102,7 @@ std::string countText(const FindingCounts& counts) {
     }
     add(counts.offsets, " offset to correct", " offsets to correct");
     add(counts.otherOffsets, " offset too small to act on", " offsets too small to act on");
+    add(counts.misassignments, " possible misassignment", " possible misassignments");
     add(counts.mismatches, " wrong residue name", " wrong residue names");
     return text + "\n";
 }
@@ -148,15 +154,22 @@ std::string outlierName(const Outlier& outlier) {
 }
 
 std::string checkText(const ShiftReport& report, const std::string& file, int firstResidue,
-                      int residueCount) {
+                      int residueCount, const std::optional<CheckAddition>& addition) {
     std::string text = "Shift check of " + file + "\n";
     text += printed("%d residues from %d on\n\n", residueCount, firstResidue);
-    text +=
-        outlierText(report) + "\n" + offsetText(report) + "\n" + completenessText(report) + "\n";
+    text += outlierText(report) + "\n";
+    if (addition) {
+        text += addition->offsets + "\n";
+    }
+    text += offsetText(report, !addition) + "\n";
+    if (addition) {
+        text += addition->misassignments + "\n";
+    }
+    text += completenessText(report) + "\n";
     if (!report.mismatches.empty()) {
         text += mismatchText(report) + "\n";
     }
-    return text + countText(countFindings(report));
+    return text + countText(addition ? addition->counts : countFindings(report));
 }
 
 }  // namespace orvix::results

@@ -86,12 +86,21 @@ struct FinishedSettings {
     std::string dataDirectory;
     std::string reference;  ///< file; empty for none
     bool noProton = false, isotopeCorrection = false, offsetCorrection = false;
+    bool autoReference = false;  ///< offsets were looked for and corrected before the run
     bool keepCysteines = false, clip = true;
     std::optional<double> s2Threshold = 0.6;
     std::string exclude;  ///< empty for nothing
     std::optional<int> first, last;
     std::optional<int> count = 10;
     bool operator==(const FinishedSettings&) const = default;
+};
+
+/// An offset that was taken off the shifts of a nucleus before the run.
+struct CorrectedReference {
+    std::string nucleus;                  ///< an atom, or CA/CB
+    std::optional<double> offset, error;  ///< ppm
+    int count = 0;                        ///< shifts that it comes from
+    bool operator==(const CorrectedReference&) const = default;
 };
 
 /// A finished prediction as its results file holds it. Numbers have the digits that the tables
@@ -103,6 +112,7 @@ struct FinishedPrediction {
     int firstResidue = 1;  ///< number of the first letter
     FinishedSettings settings;
     ShiftReport check;
+    std::vector<CorrectedReference> correctedReferences;
     std::map<int, FinishedResidue> residues;
 
     int lastResidue() const { return firstResidue + static_cast<int>(sequence.size()) - 1; }

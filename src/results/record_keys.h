@@ -191,6 +191,7 @@ void keysOfSettings(Archive& a, Record& r) {
     a.flag("no_proton", r.noProton);
     a.flag("isotope_correction", r.isotopeCorrection);
     a.flag("offset_correction", r.offsetCorrection);
+    a.flag("auto_reference", r.autoReference);
     a.flag("keep_cysteines", r.keepCysteines);
     a.flag("clip", r.clip);
     a.number("s2_threshold", r.s2Threshold);
@@ -213,6 +214,12 @@ void keysOfPrediction(Archive& a, Record& r) {
         in.integer("first_residue", one.firstResidue);
     });
     a.object("settings", r.settings, [](auto& in, auto& one) { keysOfSettings(in, one); });
+    a.list("corrected_references", r.correctedReferences, [](auto& in, auto& one) {
+        in.text("nucleus", one.nucleus);
+        in.number("offset", one.offset);
+        in.number("error", one.error);
+        in.integer("count", one.count);
+    });
     keysOfShiftReport(a, r.check);
     a.residues("residues", r);
 }

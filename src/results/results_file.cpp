@@ -15,7 +15,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr std::string_view checkSchema = "orvix-check";
-constexpr int checkVersion = 2;
+constexpr int checkVersion = 3;
 
 /// Appends `value` with one key or record on each line; lists of plain values stay on one.
 void appendText(std::string& text, const Json& value, std::size_t depth) {
@@ -127,9 +127,8 @@ std::string settingsText(const FinishedSettings& settings) {
     return record.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-std::string shiftReportText(const ShiftReport& report, const std::string& file,
-                            const std::string& title, int firstResidue, int residueCount,
-                            int findings) {
+Json shiftReportRecord(const ShiftReport& report, const CheckOrigin& origin, int findings,
+                       Json byPrediction) {
     Json record;
     RecordWriter writer(record);
     writer.text("schema", std::string(checkSchema));
@@ -138,15 +137,17 @@ std::string shiftReportText(const ShiftReport& report, const std::string& file,
         in.text("name", programName);
         in.text("version", programVersion());
     });
-    writer.object("input", report, [&](auto& in, const auto&) {
-        in.text("file", file);
-        in.text("title", title);
-        in.integer("first_residue", firstResidue);
-        in.integer("residue_count", residueCount);
+    writer.object("input", origin, [](auto& in, const auto& one) {
+        in.text("file", one.file);
+        in.text("title", one.title);
+        in.integer("first_residue", one.firstResidue);
+        in.integer("residue_count", one.residueCount);
     });
+    record["remarks"] = origin.remarks;
     writer.integer("findings", findings);
     keysOfShiftReport(writer, report);
-    return recordText(record);
+    record["by_prediction"] = std::move(byPrediction);
+    return record;
 }
 
 }  // namespace orvix::results

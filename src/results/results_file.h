@@ -1,7 +1,9 @@
 #pragma once
 
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "results/finished_prediction.h"
 
@@ -33,9 +35,19 @@ bool holdsResults(const std::string& directory);
 /// Settings as the text of a JSON record, in one line.
 std::string settingsText(const FinishedSettings& settings);
 
-/// The report of a shift check as the text of a JSON record.
-std::string shiftReportText(const ShiftReport& report, const std::string& file,
-                            const std::string& title, int firstResidue, int residueCount,
-                            int findings);
+/// What the record of a shift check says beside its findings.
+struct CheckOrigin {
+    std::string file, title;
+    int firstResidue = 1, residueCount = 0;
+    std::vector<std::string> remarks;  ///< on the reading of the file
+};
+
+/// The report of a shift check as a JSON record. `byPrediction` holds what a check beside a
+/// prediction found, null for none.
+nlohmann::ordered_json shiftReportRecord(const ShiftReport& report, const CheckOrigin& origin,
+                                         int findings, nlohmann::ordered_json byPrediction);
+
+/// A record as text, one key or record on each line.
+std::string recordText(const nlohmann::ordered_json& record);
 
 }  // namespace orvix::results

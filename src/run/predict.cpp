@@ -59,6 +59,7 @@ Prediction takeResults(ORVIX& run) {
     result.shiftTable = std::move(run.adjCSTable);
     result.findings = std::move(run.shiftFindings);
     result.shiftOffset = std::move(run.shiftOffset);
+    result.referenceShifts = std::move(run.secShift);
     result.maps = std::move(run.mapRows);
     result.structure = std::move(run.structureRows);
     result.order = std::move(run.orderRows);

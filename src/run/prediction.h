@@ -33,6 +33,8 @@ struct Prediction {
     GDB shiftTable;                             ///< working table of secondary shifts, all rows
     shifts::ShiftFindings findings;             ///< outliers, offsets, mismatches
     std::map<std::string, double> shiftOffset;  ///< atom -> accepted referencing offset
+    /// Residue -> atom -> what its secondary shift is counted from, for the residues worked on.
+    std::map<int, std::map<std::string, double>> referenceShifts;
 
     std::map<int, summaries::MapRow> maps;             ///< phi/psi maps with their clusters
     std::map<int, summaries::StructureRow> structure;  ///< secondary structure

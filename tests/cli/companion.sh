@@ -169,6 +169,27 @@ expect 4 "" check shifted.tab
 grep -q 'CA/CB.*! correct it' out.txt || { cat out.txt; fail "an offset was not found"; }
 expect 4 "" check --json shifted.tab
 grep -q '"significant": true' out.txt || fail "an offset was not found in the record"
+grep -q '"to_correct": true' out.txt || fail "an offset is not to be corrected in the record"
+expect 0 "" check shifted.tab --fail-on none --report check.html
+grep -q 'orvix-check-page' check.html || fail "no page of the check"
+expect 2 "--report" check clean.tab --report clean.tab
+expect 4 "" check shifted.tab --quick
+grep -q 'Possible misassignments' out.txt && fail "a quick check predicts"
+expect 0 "" check twice.tab --json --quick --fail-on none
+grep -q '"remarks": \[".*a second time' out.txt || fail "the record of a check has no remark on the table"
+
+# Residues 38 and 39 exchanged, and the referencing corrected on the way.
+awk '$1 == 38 && /^ *[0-9]/ { a[$3] = $4 } $1 == 39 && /^ *[0-9]/ { b[$3] = $4 } { line[NR] = $0 }
+    END { for (i = 1; i <= NR; i++) { $0 = line[i]
+        if ($1 == 38 && ($3 in b)) $4 = b[$3]; else if ($1 == 39 && ($3 in a)) $4 = a[$3]
+        print } }' clean.tab >swapped.tab
+expect 0 "" check swapped.tab --fail-on none
+grep -q 'V38 and T39 fit better exchanged' out.txt || { cat out.txt; fail "exchanged residues"; }
+expect 0 "corrected before the run: CA/CB by 2" predict shifted.tab --reference auto -o corrected
+grep -q '"nucleus": "CA/CB"' corrected/results.json || fail "no record of a corrected reference"
+grep -q 'REMARK.* taken off the shifts of CA/CB' corrected/predAdjCS.tab ||
+    fail "no remark on a corrected reference"
+expect 0 "no offset to correct" predict clean.tab --reference auto -o uncorrected
 
 # A packed table, and a file that has to be imported: the same shifts, the same numbers.
 gzip -c "$examples/$name.tab" >packed.tab.gz

@@ -1,0 +1,75 @@
+#include "check/deuteration.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "base/numbers.h"
+#include "results/shift_report.h"
+#include "tables/cells.h"
+
+namespace orvix::check {
+namespace {
+
+constexpr std::size_t alpha = results::placeOf(results::shiftAtoms, "HA");
+constexpr std::size_t ca = results::placeOf(results::shiftAtoms, "CA");
+constexpr std::size_t cb = results::placeOf(results::shiftAtoms, "CB");
+
+/// Mean isotope shift of the residues whose deviations make the estimate of `atom`.
+double meanIsotopeShift(const ChainShifts& chain, const tables::RowsByText& rows,
+                        std::size_t atom) {
+    double sum = 0.0;
+    int count = 0;
+    for (const auto& [number, residue] : chain) {
+        const GDB::Entry* row = rows.find(residue.letter);
+        if (row != nullptr && residue.settled && residue.observed[atom] && residue.expected[atom]) {
+            sum += textToDouble(tables::cellOf(row, std::string(results::shiftAtoms[atom])));
+            ++count;
+        }
+    }
+    return count > 0 ? sum / count : 0.0;
+}
+
+}  // namespace
+
+Deuteration judgeDeuteration(const ChainShifts& chain, const Offsets& offsets,
+                             const GDB& isotopeShifts) {
+    // Usual sizes of what referencing adds to either explanation, and of the part of the isotope
+    // shift that another degree of deuteration makes, ppm.
+    constexpr double usualOffset = 0.6, usualRest = 0.15;
+    // An alpha proton that is assigned sits on a carbon that is not deuterated.
+    constexpr double mostAlpha = 0.2;
+
+    Deuteration found;
+    const auto& first = offsets.atoms[ca];
+    const auto& second = offsets.atoms[cb];
+    if (!first || !second) {
+        return found;
+    }
+    const tables::RowsByText rows(isotopeShifts, "RESNAME");
+    found.judged = true;
+    found.caIsotope = meanIsotopeShift(chain, rows, ca);
+    found.cbIsotope = meanIsotopeShift(chain, rows, cb);
+    // Of two deviations with a common unknown part of the given usual size, the best fit.
+    const auto misfit = [&](double caMean, double cbMean, double usual) {
+        const double a = first->offset - caMean, b = second->offset - cbMean;
+        const double wa = 1.0 / (first->error * first->error);
+        const double wb = 1.0 / (second->error * second->error);
+        const double common = (wa * a + wb * b) / (wa + wb + 1.0 / (usual * usual));
+        return wa * (a - common) * (a - common) + wb * (b - common) * (b - common) +
+               common * common / (usual * usual) + std::log1p(usual * usual * (wa + wb));
+    };
+    found.gain =
+        0.5 * (misfit(0.0, 0.0, usualOffset) - misfit(found.caIsotope, found.cbIsotope, usualRest));
+    int carbons = 0, protons = 0;
+    for (const auto& [number, residue] : chain) {
+        carbons += residue.observed[ca] ? 1 : 0;
+        protons += residue.observed[ca] && residue.observed[alpha] ? 1 : 0;
+    }
+    found.alphaShare = carbons > 0 ? static_cast<double>(protons) / carbons : 1.0;
+    // Deuterium leaves the carbonyl carbon where it is; an offset that C shows too is referencing.
+    found.looks = found.gain > 0.0 && found.alphaShare < mostAlpha &&
+                  first->offset < 0.5 * found.caIsotope && second->offset < 0.5 * found.cbIsotope;
+    return found;
+}
+
+}  // namespace orvix::check
