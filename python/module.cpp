@@ -1,180 +1,169 @@
-// The native half of the Python module: reading, prediction and files. Data frames are made of the
-// results record on the Python side.
+// The native half of the Python module. Options come as the words of the program's command line, so
+// that names, ranges and defaults are those of `orvix`; the work is that of src/jobs. Data frames
+// are made of the results record on the Python side.
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include <CLI/CLI.hpp>
+#include <algorithm>
 #include <memory>
-#include <nlohmann/json.hpp>
-#include <optional>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include "base/run_end.h"
-#include "base/text.h"
 #include "base/version.h"
 #include "cli/data_directory.h"
+#include "cli/import_options.h"
+#include "cli/prediction_options.h"
+#include "cli/prediction_page.h"
+#include "cli/restraint_options.h"
+#include "cli/writing_time.h"
 #include "import/shift_import.h"
-#include "import/shift_text.h"
+#include "jobs/prediction_job.h"
 #include "model/model.h"
-#include "report/page_record.h"
-#include "report/pages.h"
-#include "restraints/restraint_file.h"
-#include "results/gather.h"
 #include "results/results_file.h"
-#include "run/predict.h"
 
 namespace py = pybind11;
 using namespace orvix;
 
 namespace {
 
-/// More residues of another name than this make the angles of a run worthless; as in the program.
-constexpr std::size_t toleratedMismatches = 4;
+using Words = std::vector<std::string>;
 
-struct NativeModel {
-    explicit NativeModel(const std::string& path)
-        : directory(cli::findDataDirectory(cli::dataPlaces(path)).path),
-          model(std::make_shared<const Model>()) {}
-    std::string directory;
-    std::shared_ptr<const Model> model;
+/// Files may hold what is no UTF-8, and messages and reports quote them.
+py::str shownText(const std::string& text) {
+    PyObject* const decoded =
+        PyUnicode_DecodeUTF8(text.data(), static_cast<py::ssize_t>(text.size()), "replace");
+    if (decoded == nullptr) {
+        throw py::error_already_set();
+    }
+    return py::reinterpret_steal<py::str>(decoded);
+}
+
+py::list shownTexts(const std::vector<std::string>& texts) {
+    py::list shown;
+    for (const std::string& text : texts) {
+        shown.append(shownText(text));
+    }
+    return shown;
+}
+
+/// Carries out `read`, whose complaints about options are those of the command line.
+template <class Read>
+auto readingOptions(const Read& read) {
+    try {
+        return read();
+    } catch (const CLI::ParseError& error) {
+        throw RunEnd(EndReason::usage, error.what());
+    }
+}
+
+/// Reads `words` into options that `add` knows how to add to a command.
+template <class Options, class Add>
+Options readWords(const Add& add, Words words) {
+    Options options;
+    CLI::App line;
+    line.set_help_flag();
+    add(line, options);
+    // CLI11 takes words from the end.
+    std::reverse(words.begin(), words.end());
+    line.parse(words);
+    return options;
+}
+
+struct NativeImport {
+    std::string file;
+    importing::ImportedTable table;
 };
+
+NativeImport importFile(const std::string& file, const Words& words) {
+    const auto options = readingOptions([&] {
+        return readWords<importing::ImportOptions>(
+            [](CLI::App& line, importing::ImportOptions& given) {
+                cli::addImportOptions(line, given);
+            },
+            words);
+    });
+    return {file, importing::importShifts(file, options)};
+}
+
+std::string tableText(const NativeImport& imported) {
+    std::ostringstream text;
+    importing::writeShiftTable(imported.table, text);
+    return text.str();
+}
+
+std::string reportText(const NativeImport& imported) {
+    std::ostringstream text;
+    importing::writeImportReport(imported.table, text);
+    return text.str();
+}
 
 struct NativePrediction {
     results::FinishedPrediction finished;
-    std::vector<std::string> warnings;
+    std::vector<std::string> warnings, words;
+    std::string report;  ///< of the import; empty for an input table
 };
 
-/// A shift file or its text as a table to run on.
-struct Input {
-    std::string table, title;
-    std::map<int, std::string> authorNumber;
-    std::vector<std::string> warnings;
+std::string restraintsOf(const NativePrediction& prediction, const std::string& word,
+                         const Words& words) {
+    return readingOptions([&] {
+        const auto options = readWords<cli::RestraintOptions>(cli::addRestraintOptions, words);
+        const restraints::RestraintFormat format = cli::restraintFormat(word, "");
+        return cli::restraintText(
+            cli::restraintFile(prediction.finished, prediction.finished.inputFile, format, options),
+            format);
+    });
+}
+
+class NativeModel {
+  public:
+    NativeModel(const std::string& path, const std::string& beside) {
+        cli::DataPlaces places = cli::dataPlaces(path);
+        if (!beside.empty()) {
+            places.program = beside;
+        }
+        const cli::DataDirectory found = cli::findDataDirectory(places);
+        data_ = {found.path, found.place};
+    }
+
+    const std::string& directory() const { return data_.path; }
+
+    /// The options of `orvix predict` by words. `take` makes the input of them.
+    template <class Take>
+    NativePrediction predict(const Words& words, int threads, const Take& take) const {
+        const jobs::PredictionOptions options =
+            readingOptions([&] { return cli::readPredictionOptions({}, words); });
+        const jobs::RunInput input = take(options);
+        jobs::requireExclusion(options.exclude, data_.path);
+        RunControl control;
+        control.threads = threads;
+        jobs::PredictionOutcome outcome =
+            jobs::predictInput(model_, input, options, data_, control, false);
+        NativePrediction prediction{std::move(outcome.finished), input.warnings,
+                                    std::move(outcome.words), ""};
+        prediction.warnings.insert(prediction.warnings.end(), outcome.notes.begin(),
+                                   outcome.notes.end());
+        if (input.imported) {
+            prediction.report = reportText({input.file, *input.imported});
+        }
+        return prediction;
+    }
+
+  private:
+    jobs::DataPlace data_;
+    std::shared_ptr<const Model> model_ = std::make_shared<const Model>();
 };
 
-Input readInput(const std::optional<std::string>& given, const std::string& name) {
-    const std::string text = given ? *given : importing::readShiftText(name);
-    Input input;
-    if (importing::isShiftTableText(text)) {
-        input.warnings = importing::lookAtShiftTable(text, name).warnings();
-        input.table = text;
-        return input;
-    }
-    const importing::ImportedTable imported = importing::importShiftText(text, name, {});
-    std::ostringstream table;
-    importing::writeShiftTable(imported, table);
-    input.table = table.str();
-    input.title = imported.title;
-    input.authorNumber = imported.authorNumber;
-    input.warnings = imported.report.warnings();
-    return input;
-}
+PyObject *baseError, *usageError, *inputError, *dataError, *runError;
 
-void requireRange(const results::FinishedSettings& asked, const Prediction& checked) {
-    const int begin = checked.seqFirstResid, end = begin + checked.seqLength - 1;
-    const int first = asked.first.value_or(begin), last = asked.last.value_or(end);
-    if (first > last || first > end || last < begin) {
-        throw RunEnd(EndReason::usage, "first, last: residues " + std::to_string(first) + " to " +
-                                           std::to_string(last) + " hold none of the sequence, " +
-                                           std::to_string(begin) + " to " + std::to_string(end));
-    }
-}
-
-NativePrediction predictShifts(const NativeModel& data, const std::optional<std::string>& text,
-                               const std::string& name, const std::string& title,
-                               results::FinishedSettings asked, int threads) {
-    if (!asked.s2Threshold || !(*asked.s2Threshold >= 0.0 && *asked.s2Threshold <= 1.0)) {
-        throw RunEnd(EndReason::usage, "s2_threshold: expected a number from 0 to 1");
-    }
-    if (*asked.count < 1 || *asked.count > 25) {
-        throw RunEnd(EndReason::usage, "count: expected a number from 1 to 25");
-    }
-    if (threads < 0 || threads > 1024) {
-        throw RunEnd(EndReason::usage, "threads: expected a number from 0 to 1024");
-    }
-    const Input input = readInput(text, name);
-    asked.dataDirectory = data.directory;
-    Settings settings;
-    settings.tabDir = data.directory + "/tab";
-    settings.inTitle = simplifyWhiteSpace(!title.empty()         ? title
-                                          : !input.title.empty() ? input.title
-                                                                 : name);
-    if (!asked.reference.empty()) {
-        settings.refFile = asked.reference;
-        settings.refTitle = simplifyWhiteSpace(asked.reference);
-    }
-    settings.noProton = asked.noProton;
-    settings.isoCorrect = asked.isotopeCorrection;
-    settings.noOxiCysCheck = asked.keepCysteines;
-    settings.offsetCorrect = asked.offsetCorrection;
-    settings.clip = asked.clip;
-    settings.s2Limit = 1.0 - *asked.s2Threshold;
-    settings.exclList = simplifyWhiteSpace(asked.exclude);
-    settings.count = *asked.count;
-    settings.firstResid = asked.first.value_or(settings.firstResid);
-    settings.lastResid = asked.last.value_or(settings.lastResid);
-    RunControl control;
-    control.threads = threads;
-
-    const auto shifts = [&] { return shiftInput(input.table, name); };
-    const Prediction checked = checkShifts(data.model, shifts(), settings, control);
-    requireRange(asked, checked);
-    const auto limits = data.model->table(checked.settings.ssLimitFile);
-    const std::size_t others = results::shiftReport(checked, *limits).mismatches.size();
-    if (others > toleratedMismatches) {
-        throw InputRejected(name + ": the residue names of " + std::to_string(others) +
-                            " residues are not those of the sequence; check the sequence and its "
-                            "first residue");
-    }
-    const Prediction prediction = orvix::predict(data.model, shifts(), settings, control);
-    results::ResultsOrigin origin;
-    origin.inputFile = name;
-    origin.authorNumber = input.authorNumber;
-    origin.settings = asked;
-    return {results::finishedPrediction(prediction, origin, *limits), input.warnings};
-}
-
-std::string restraintText(const NativePrediction& prediction, const std::string& format) {
-    restraints::RestraintFile file;
-    const bool cyana = format == "cyana";
-    file.names = restraints::RestraintNames(cyana);
-    file.version = programVersion();
-    file.source = prediction.finished.inputFile;
-    file.prediction = prediction.finished;
-    file.rules.classes = {"Strong"};
-    file.set = restraints::makeRestraints(file.prediction, file.rules,
-                                          file.names.namedUnknown(file.prediction));
-    std::ostringstream out;
-    if (cyana) {
-        restraints::writeCyana(file, out);
-    } else if (format == "cns") {
-        restraints::writeCns(file, out);
-    } else if (format == "nef") {
-        restraints::writeNef(file, out);
-    } else if (format == "nmrstar") {
-        restraints::writeNmrStar(file, out);
-    } else {
-        throw RunEnd(EndReason::usage,
-                     "format '" + format + "' is none of cyana, cns, nef, nmrstar");
-    }
-    return out.str();
-}
-
-std::string reportPage(const NativePrediction& prediction) {
-    report::PageOrigin origin;
-    origin.program = programName;
-    origin.version = programVersion();
-    const auto record = nlohmann::ordered_json::parse(results::resultsText(prediction.finished));
-    const std::vector<report::RestraintText> files = {
-        {"cyana", "restraints.aco", restraintText(prediction, "cyana")},
-        {"cns", "restraints.tbl", restraintText(prediction, "cns")}};
-    return report::pageWithRecord(report::proteinPage,
-                                  report::proteinRecord(record, files, origin));
-}
-
-PyObject *baseError, *usageError, *inputError, *dataError, *systemError;
-
-PyObject* newError(py::module_& module, const char* name, PyObject* base) {
+PyObject* newError(py::module_& module, const char* name, PyObject* base, const char* meaning) {
     PyObject* const type =
-        PyErr_NewException((std::string("orvix.") + name).c_str(), base, nullptr);
+        PyErr_NewExceptionWithDoc((std::string("orvix.") + name).c_str(), meaning, base, nullptr);
+    if (type == nullptr) {
+        throw py::error_already_set();
+    }
     module.attr(name) = py::handle(type);
     return type;
 }
@@ -188,67 +177,109 @@ PyObject* errorOf(EndReason reason) {
         case EndReason::dataDirectory:
             return dataError;
         case EndReason::system:
-            return systemError;
+            return runError;
         case EndReason::complete:
             break;
     }
     return baseError;
 }
 
-}  // namespace
-
-PYBIND11_MODULE(_native, module) {
-    baseError = newError(module, "Error", nullptr);
-    usageError = newError(module, "UsageError", baseError);
-    inputError = newError(module, "InputError", baseError);
-    dataError = newError(module, "DataDirectoryError", baseError);
-    systemError = newError(module, "SystemError_", baseError);
+void addErrors(py::module_& module) {
+    baseError = newError(module, "Error", nullptr, "Why something could not be done.");
+    usageError = newError(module, "UsageError", baseError, "Options without a meaning.");
+    inputError = newError(module, "InputError", baseError, "Shifts or another file of the user.");
+    dataError =
+        newError(module, "DataDirectoryError", baseError, "No data directory, or a broken one.");
+    runError = newError(module, "RunError", baseError, "Something around a run failed.");
     py::register_exception_translator([](std::exception_ptr thrown) {
         try {
             std::rethrow_exception(thrown);
         } catch (const RunEnd& end) {
-            PyErr_SetString(errorOf(end.reason()), end.what());
+            PyErr_SetObject(errorOf(end.reason()), shownText(end.what()).ptr());
         }
     });
+}
+
+}  // namespace
+
+PYBIND11_MODULE(_native, module) {
+    // Nothing of Python is touched while the other threads of Python go on.
+    using WithoutLock = py::call_guard<py::gil_scoped_release>;
+    addErrors(module);
     module.attr("version") = programVersion();
 
+    py::class_<NativeImport>(module, "Import")
+        .def_property_readonly("file", [](const NativeImport& one) { return shownText(one.file); })
+        .def_property_readonly("title",
+                               [](const NativeImport& one) { return shownText(one.table.title); })
+        .def_property_readonly("format", [](const NativeImport& one) { return one.table.format; })
+        .def_property_readonly("sequence",
+                               [](const NativeImport& one) { return one.table.sequence; })
+        .def_property_readonly("first_residue",
+                               [](const NativeImport& one) { return one.table.firstResidue; })
+        .def_property_readonly(
+            "warnings",
+            [](const NativeImport& one) { return shownTexts(one.table.report.warnings()); })
+        .def_property_readonly("table",
+                               [](const NativeImport& one) { return shownText(tableText(one)); })
+        .def_property_readonly("report",
+                               [](const NativeImport& one) { return shownText(reportText(one)); })
+        .def("rows", [](const NativeImport& one) {
+            py::list rows;
+            for (const importing::ImportedShift& row : one.table.shifts) {
+                rows.append(py::make_tuple(row.residue, row.residueName, row.atom, row.value));
+            }
+            return rows;
+        });
+    module.def("import_shifts", &importFile, WithoutLock());
+
     py::class_<NativePrediction>(module, "Prediction")
-        .def_readonly("warnings", &NativePrediction::warnings)
-        .def("json", [](const NativePrediction& one) { return results::resultsText(one.finished); })
-        .def("restraints", &restraintText)
-        .def("page", &reportPage);
+        .def_property_readonly("warnings",
+                               [](const NativePrediction& one) { return shownTexts(one.warnings); })
+        .def_property_readonly("words",
+                               [](const NativePrediction& one) { return shownTexts(one.words); })
+        .def_property_readonly("report",
+                               [](const NativePrediction& one) { return shownText(one.report); })
+        .def(
+            "json", [](const NativePrediction& one) { return results::resultsText(one.finished); },
+            WithoutLock())
+        .def("restraints", &restraintsOf, WithoutLock())
+        .def(
+            "page",
+            [](const NativePrediction& one) {
+                return cli::predictionPage(results::resultsText(one.finished),
+                                           one.finished.inputFile, cli::writingTime() + "Z");
+            },
+            WithoutLock());
+
     py::class_<NativeModel>(module, "Model")
-        .def(py::init<const std::string&>())
-        .def_readonly("directory", &NativeModel::directory)
-        .def("predict",
-             [](const NativeModel& data, const std::optional<std::string>& text,
-                const std::string& name, const std::string& title, bool noProton, bool iso,
-                bool offset, bool keepCysteines, bool clip, double threshold,
-                const std::string& exclude, std::optional<int> first, std::optional<int> last,
-                int count, const std::string& reference, int threads) {
-                 results::FinishedSettings asked;
-                 asked.noProton = noProton;
-                 asked.isotopeCorrection = iso;
-                 asked.offsetCorrection = offset;
-                 asked.keepCysteines = keepCysteines;
-                 asked.clip = clip;
-                 asked.s2Threshold = threshold;
-                 asked.exclude = exclude;
-                 asked.first = first;
-                 asked.last = last;
-                 asked.count = count;
-                 asked.reference = reference;
-                 const py::gil_scoped_release others;
-                 return predictShifts(data, text, name, title, asked, threads);
-             });
-    module.def("import_shifts", [](const std::string& path) {
-        std::ostringstream table, report;
-        {
-            const py::gil_scoped_release others;
-            const importing::ImportedTable imported = importing::importShifts(path, {});
-            importing::writeShiftTable(imported, table);
-            importing::writeImportReport(imported, report);
-        }
-        return py::make_tuple(table.str(), report.str());
-    });
+        .def(py::init<const std::string&, const std::string&>())
+        .def_property_readonly("directory", &NativeModel::directory)
+        .def(
+            "predict_file",
+            [](const NativeModel& model, const std::string& file, const Words& words, int threads) {
+                return model.predict(words, threads, [&](const jobs::PredictionOptions& options) {
+                    return jobs::takeInput(file, options.import, options.preparation.title);
+                });
+            },
+            WithoutLock())
+        .def(
+            "predict_text",
+            [](const NativeModel& model, const std::string& text, const std::string& name,
+               const Words& words, int threads) {
+                return model.predict(words, threads, [&](const jobs::PredictionOptions& options) {
+                    return jobs::takeText(text, name, options.import, options.preparation.title);
+                });
+            },
+            WithoutLock())
+        .def(
+            "predict_import",
+            [](const NativeModel& model, const NativeImport& imported, const Words& words,
+               int threads) {
+                return model.predict(words, threads, [&](const jobs::PredictionOptions& options) {
+                    return jobs::takeImported(imported.table, imported.file,
+                                              options.preparation.title);
+                });
+            },
+            WithoutLock());
 }

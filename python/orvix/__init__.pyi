@@ -1,3 +1,4 @@
+from collections.abc import Collection, Mapping
 from os import PathLike
 from typing import Any, Optional, Union
 
@@ -10,20 +11,41 @@ class Error(Exception): ...
 class UsageError(Error): ...
 class InputError(Error): ...
 class DataDirectoryError(Error): ...
-class SystemError_(Error): ...
+class RunError(Error): ...
+
+_Path = Union[str, PathLike[str]]
 
 class Import:
-    name: str
-    table: str
-    report: str
-
-_Shifts = Union[str, PathLike[str], Import, pandas.DataFrame]
+    @property
+    def file(self) -> str: ...
+    @property
+    def format(self) -> str: ...
+    @property
+    def title(self) -> str: ...
+    @property
+    def sequence(self) -> str: ...
+    @property
+    def first_residue(self) -> int: ...
+    @property
+    def table(self) -> str: ...
+    @property
+    def report(self) -> str: ...
+    @property
+    def warnings(self) -> list[str]: ...
+    @property
+    def shifts(self) -> pandas.DataFrame: ...
 
 class Prediction:
     @property
     def sequence(self) -> str: ...
     @property
+    def settings(self) -> dict[str, Any]: ...
+    @property
     def warnings(self) -> list[str]: ...
+    @property
+    def summary(self) -> list[str]: ...
+    @property
+    def import_report(self) -> str: ...
     @property
     def residues(self) -> pandas.DataFrame: ...
     @property
@@ -35,33 +57,66 @@ class Prediction:
     @property
     def maps(self) -> numpy.ndarray: ...
     def to_json(self) -> str: ...
-    def restraints(self, format: str) -> str: ...
-    def report(self, path: Union[str, PathLike[str]]) -> None: ...
+    def restraints(
+        self,
+        format: str,
+        *,
+        classes: Union[str, Collection[str]] = ("Strong",),
+        k: float = 2,
+        min: float = 20,
+        chi1: bool = True,
+        chi1_centre: str = "rotamer",
+        name_map: Optional[Mapping[Union[int, str], str]] = None,
+        numbering: str = "seq",
+        segid: str = "",
+        chain: str = "A",
+    ) -> str: ...
+    def report(self, path: _Path) -> None: ...
 
 class Model:
-    def __init__(self, path: Optional[Union[str, PathLike[str]]] = None) -> None: ...
+    def __init__(self, path: Optional[_Path] = None) -> None: ...
     @property
     def path(self) -> str: ...
     def predict(
         self,
-        shifts: _Shifts,
+        shifts: Union[_Path, Import, pandas.DataFrame],
         *,
-        sequence: Optional[str] = None,
-        first_residue: int = 1,
-        title: str = "",
+        first_residue: Optional[int] = None,
+        threads: Optional[int] = None,
+        ref: Optional[_Path] = None,
+        ref_title: Optional[str] = None,
+        title: Optional[str] = None,
         no_proton: bool = False,
-        isotope_correction: bool = False,
-        offset: bool = False,
+        iso: bool = False,
         keep_cysteines: bool = False,
-        clip: bool = True,
-        s2_threshold: float = 0.6,
-        exclude: str = "",
+        offset: bool = False,
+        no_clip: bool = False,
+        s2_threshold: Optional[float] = None,
+        exclude: Optional[str] = None,
+        exclude_relatives: Union[None, bool, int] = None,
         first: Optional[int] = None,
         last: Optional[int] = None,
-        count: int = 10,
-        reference: Optional[Union[str, PathLike[str]]] = None,
-        threads: int = 0,
+        count: Optional[int] = None,
+        format: Optional[str] = None,
+        list: Optional[Union[int, str]] = None,
+        entity: Optional[Union[int, str]] = None,
+        assembly: Optional[Union[int, str]] = None,
+        numbering: Optional[str] = None,
+        sequence: Optional[_Path] = None,
+        shift_numbers: Optional[int] = None,
+        max_ambiguity: Optional[int] = None,
     ) -> Prediction: ...
 
-def import_shifts(path: Union[str, PathLike[str]]) -> Import: ...
-def predict(shifts: _Shifts, **options: Any) -> Prediction: ...
+def import_shifts(
+    file: _Path,
+    *,
+    format: Optional[str] = None,
+    list: Optional[Union[int, str]] = None,
+    entity: Optional[Union[int, str]] = None,
+    assembly: Optional[Union[int, str]] = None,
+    numbering: Optional[str] = None,
+    sequence: Optional[_Path] = None,
+    shift_numbers: Optional[int] = None,
+    max_ambiguity: Optional[int] = None,
+) -> Import: ...
+def predict(shifts: Union[_Path, Import, pandas.DataFrame], **options: Any) -> Prediction: ...

@@ -84,19 +84,6 @@ class BatchTalk {
     std::chrono::milliseconds plainPause_{5000};
 };
 
-/// Reads the options of a manifest line on top of those of the command line.
-jobs::PredictionOptions lineOptions(const jobs::PredictionOptions& common,
-                                    const std::vector<std::string>& words) {
-    jobs::PredictionOptions options = common;
-    CLI::App line;
-    line.set_help_flag();
-    addPredictionOptions(line, options);
-    // CLI11 takes words from the end.
-    std::vector<std::string> reversed(words.rbegin(), words.rend());
-    line.parse(reversed);
-    return options;
-}
-
 ExitStatus runBatchCommand(const BatchOptions& options) {
     if (options.sources.output.empty()) {
         throw CLI::ValidationError("--output", "the name of the directory of the results is empty");
@@ -167,7 +154,7 @@ void addBatchCommand(CLI::App& command, ExitStatus& status) {
         "failed (failures.tsv).");
     command.callback([options, &status] {
         options->sources.readOptions = [options](const std::vector<std::string>& words) {
-            return lineOptions(options->sources.options, words);
+            return readPredictionOptions(options->sources.options, words);
         };
         status = runBatchCommand(*options);
     });

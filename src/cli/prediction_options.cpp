@@ -99,6 +99,18 @@ void addPredictionOptions(CLI::App& command, jobs::PredictionOptions& options) {
     addImportOptions(command, options.import, "Reading FILE (see orvix import)");
 }
 
+jobs::PredictionOptions readPredictionOptions(const jobs::PredictionOptions& common,
+                                              const std::vector<std::string>& words) {
+    jobs::PredictionOptions options = common;
+    CLI::App line;
+    line.set_help_flag();
+    addPredictionOptions(line, options);
+    // CLI11 takes words from the end.
+    std::vector<std::string> reversed(words.rbegin(), words.rend());
+    line.parse(reversed);
+    return options;
+}
+
 void tellImport(const jobs::RunInput& input) {
     if (input.imported) {
         std::cerr << programName << ": " << input.file << " read as " << input.imported->format

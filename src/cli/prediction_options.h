@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "jobs/prediction_job.h"
 
@@ -18,6 +19,10 @@ void addDatabaseOptions(CLI::App& command, jobs::DatabaseChoice& choice);
 
 /// All that can be asked of a prediction, with the options of reading its file.
 void addPredictionOptions(CLI::App& command, jobs::PredictionOptions& options);
+
+/// The same from words, as "--first=3", on top of `common`. Throws CLI::ParseError.
+jobs::PredictionOptions readPredictionOptions(const jobs::PredictionOptions& common,
+                                              const std::vector<std::string>& words);
 
 /// Tells on standard error what the reading of an input has to say.
 void tellImport(const jobs::RunInput& input);

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 #include "base/text.h"
 #include "import/shift_text.h"
@@ -30,6 +31,11 @@ bool choosesPart(const importing::ImportOptions& options) {
            options.maxAmbiguity != 0 || options.shiftNumbers;
 }
 
+/// Titles are one line with single blanks, as from a command line of orvixn.
+std::string oneLine(const std::string& title) {
+    return simplifyWhiteSpace(title);
+}
+
 }  // namespace
 
 Settings runSettings(const Preparation& preparation, const std::string& dataDirectory,
@@ -45,38 +51,46 @@ Settings runSettings(const Preparation& preparation, const std::string& dataDire
 
 RunInput takeInput(const std::string& file, const importing::ImportOptions& options,
                    const std::string& title) {
+    RunInput input = takeText(importing::readShiftText(file), file, options, title);
+    if (!input.imported && !isPackedText(file)) {
+        input.tableText.clear();
+    }
+    return input;
+}
+
+RunInput takeText(const std::string& text, const std::string& file,
+                  const importing::ImportOptions& options, const std::string& title) {
+    if (!options.format.empty() || !importing::isShiftTableText(text)) {
+        return takeImported(importing::importShiftText(text, file, options), file, title);
+    }
     RunInput input;
     input.file = file;
-    std::string fromFile;
-    const std::string given = importing::readShiftText(file);
-    if (options.format.empty() && importing::isShiftTableText(given)) {
-        if (choosesPart(options)) {
-            input.warnings.push_back(file +
-                                     " is an input table and taken as it is; the options for "
-                                     "reading other forms have no effect");
-        }
-        input.tableReport = importing::lookAtShiftTable(given, file);
-        for (const std::string& warning : input.tableReport.warnings()) {
-            input.warnings.push_back(warning);
-        }
-        if (isPackedText(file)) {
-            input.tableText = given;
-        } else {
-            input.shifts = namingInput(file, [&] { return shiftInput(given, file); });
-        }
-    } else {
-        input.imported = importing::importShiftText(given, file, options);
-        fromFile = input.imported->title;
-        input.warnings = input.imported->report.warnings();
-        std::ostringstream text;
-        importing::writeShiftTable(*input.imported, text);
-        input.tableText = text.str();
+    if (choosesPart(options)) {
+        input.warnings.push_back(file +
+                                 " is an input table and taken as it is; the options for "
+                                 "reading other forms have no effect");
     }
-    if (!input.tableText.empty()) {
-        input.shifts = namingInput(file, [&] { return shiftInput(input.tableText, file); });
+    input.tableReport = importing::lookAtShiftTable(text, file);
+    for (const std::string& warning : input.tableReport.warnings()) {
+        input.warnings.push_back(warning);
     }
-    // Titles are one line with single blanks, as from a command line of orvixn.
-    input.title = simplifyWhiteSpace(!title.empty() ? title : !fromFile.empty() ? fromFile : file);
+    input.tableText = text;
+    input.shifts = namingInput(file, [&] { return shiftInput(text, file); });
+    input.title = oneLine(title.empty() ? file : title);
+    return input;
+}
+
+RunInput takeImported(importing::ImportedTable imported, const std::string& file,
+                      const std::string& title) {
+    RunInput input;
+    input.file = file;
+    input.warnings = imported.report.warnings();
+    std::ostringstream table;
+    importing::writeShiftTable(imported, table);
+    input.tableText = table.str();
+    input.shifts = namingInput(file, [&] { return shiftInput(input.tableText, file); });
+    input.title = oneLine(!title.empty() ? title : !imported.title.empty() ? imported.title : file);
+    input.imported = std::move(imported);
     return input;
 }
 

@@ -42,6 +42,14 @@ struct RunInput {
 RunInput takeInput(const std::string& file, const importing::ImportOptions& options,
                    const std::string& title);
 
+/// The same for the text of a file, which `file` stands for in messages.
+RunInput takeText(const std::string& text, const std::string& file,
+                  const importing::ImportOptions& options, const std::string& title);
+
+/// The same for a file that was imported before.
+RunInput takeImported(importing::ImportedTable imported, const std::string& file,
+                      const std::string& title);
+
 /// Carries out `work` with `file` in front of what it says about it.
 template <class Work>
 auto namingInput(const std::string& file, const Work& work) {
