@@ -11,4 +11,4 @@ add_custom_target(man_pages ALL DEPENDS ${man}/orvix.bash)
 install(DIRECTORY ${man}/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT programs
         FILES_MATCHING PATTERN "*.1")
 install(FILES ${man}/orvix.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
-        RENAME orvix COMPONENT programs)
+        RENAME orvix COMPONENT programs OPTIONAL)

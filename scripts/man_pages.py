@@ -32,18 +32,22 @@ def options_of(text):
 
 
 def completion(words):
+    """Bash completion: for the words of a subcommand so far, what may follow."""
     cases = "\n".join(
-        f'        {sub}) words="{" ".join(list_)}" ;;' for sub, list_ in words.items()
+        f'        "{" ".join(subs)}") words="{" ".join(offered)}" ;;'
+        for subs, offered in words.items()
     )
+    deepest = max(len(subs) for subs in words)
     return f"""# bash completion of orvix; the options are those of its help.
 _orvix() {{
-    local words="" word=${{COMP_WORDS[COMP_CWORD]}}
-    case ${{COMP_CWORD}} in
-        1) words="{" ".join(words)} --help --version" ;;
-        *) case ${{COMP_WORDS[1]}} in
+    local words="" word=${{COMP_WORDS[COMP_CWORD]}} known="" depth
+    for ((depth = COMP_CWORD < {deepest + 1} ? COMP_CWORD : {deepest + 1}; depth > 0; depth--)); do
+        known="${{COMP_WORDS[*]:1:depth-1}}"
+        case "$known" in
 {cases}
-        esac ;;
-    esac
+        esac
+        [ -z "$words" ] || break
+    done
     # shellcheck disable=SC2207
     COMPREPLY=($(compgen -W "$words" -- "$word"))
 }}
@@ -51,21 +55,27 @@ complete -o default -F _orvix orvix
 """
 
 
+def document(program, subs, version, output, words):
+    """The page of a program or subcommand and of all below it; adds what completion offers."""
+    text = help_of(program, *subs, "--help")
+    name = "-".join(["orvix", *subs])
+    (output / f"{name}.1").write_text(
+        page(name, version, text.splitlines()[0], text), encoding="utf-8"
+    )
+    below = re.findall(r"^  (\w+) {2,}\S", text.partition("Subcommands:")[2], re.M)
+    words[subs] = below + options_of(text)
+    for sub in below:
+        document(program, (*subs, sub), version, output, words)
+
+
 def main():
     programs, output = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2])
     output.mkdir(parents=True, exist_ok=True)
     orvix = str(programs / "orvix")
     version = help_of(orvix, "--version").strip()
-    text = help_of(orvix, "--help")
-    summary = text.splitlines()[0]
-    (output / "orvix.1").write_text(page("orvix", version, summary, text), encoding="utf-8")
     words = {}
-    for sub in re.findall(r"^  (\w+) {2,}\S", text.split("Subcommands:")[1], re.M):
-        text = help_of(orvix, sub, "--help")
-        name, summary = f"orvix-{sub}", text.splitlines()[0]
-        (output / f"{name}.1").write_text(page(name, version, summary, text), encoding="utf-8")
-        words[sub] = options_of(text)
-    if not words:
+    document(orvix, (), version, output, words)
+    if len(words) < 2:
         sys.exit("no subcommands in the help of orvix")
     text = help_of(str(programs / "orvixn"), "-help")
     summary = "predict torsion angles from NMR chemical shifts"

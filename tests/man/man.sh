@@ -3,12 +3,18 @@
 # Use: man.sh BUILD
 set -euo pipefail
 build=$1
-for name in predict export import check show profile; do
-    page=$build/man/orvix-$name.1
+fail() { echo "FAILED: $*" >&2; exit 1; }
+subcommands=$("$build/bin/orvix" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\)  .*/\1/p')
+[ "$(wc -w <<<"$subcommands")" -gt 8 ] || fail "subcommands: $subcommands"
+for name in $subcommands "data list"; do
+    page=$build/man/orvix-${name// /-}.1
     grep -q '^\.TH ORVIX-' "$page"
-    grep -q 'Usage: orvix '"$name" "$page" || { echo "$page has no usage" >&2; exit 1; }
+    grep -q "Usage: orvix $name" "$page" || fail "$page has no usage"
+    while read -r option; do
+        grep -qe "${option//-/\\\\-}" "$page" || fail "$page lacks $option"
+    done < <("$build/bin/orvix" $name --help | grep -oE '^  -[^ ]+' | grep -oE -e '--[a-z0-9-]+')
 done
-grep -q 'noproton' "$build/man/orvixn.1" || { echo "orvixn.1 lists no options" >&2; exit 1; }
+grep -q 'noproton' "$build/man/orvixn.1" || fail "orvixn.1 lists no options"
 # shellcheck source=/dev/null
 . "$build/man/orvix.bash"
 offers() {
@@ -16,7 +22,18 @@ offers() {
     _orvix
     echo "${COMPREPLY[*]}"
 }
-[ "$(offers pre)" = predict ] || { echo "orvix pre: $(offers pre)" >&2; exit 1; }
-[ "$(offers predict --s2)" = --s2-threshold ] || { offers predict --s2 >&2; exit 1; }
-[ "$(offers export --no-c)" = --no-chi1 ] && [ -z "$(offers show --s2)" ]
+expect() {
+    local expected=$1
+    shift
+    [ "$(offers "$@")" = "$expected" ] || fail "orvix $* offers: $(offers "$@")"
+}
+expect predict pre
+expect --s2-threshold predict --s2
+expect --s2-threshold predict shifts.tab -o out --s2
+expect --no-chi1 export --no-c
+expect "" show --s2
+expect list data l
+expect --data-dir data list --data
+expect --shard batch folder --shar
+expect --version --ver
 echo "pages and completion are there"
