@@ -1,4 +1,4 @@
-# What an installation holds, in three components: programs, data, development.
+# What an installation holds, in components: programs, data, development, python.
 include(${PROJECT_SOURCE_DIR}/cmake/InstallHeaders.cmake)
 include(CMakePackageConfigHelpers)
 
@@ -28,14 +28,20 @@ endif()
 # giving the same bytes.
 install(TARGETS orvix EXPORT orvixTargets ARCHIVE COMPONENT development)
 orvix_public_headers(headers
+    run/predict.h model/model.h
     run/orvix.h
     tables/gdb.h tables/gdb2.h tables/line_node.h
     networks/ann.h networks/surfann.h networks/ssann.h networks/chi1ann.h
     order/rci.h
     search/db.h search/clusterdata.h
     structure/pdb.h
-    base/run_end.h base/streams.h)
+    base/run_end.h base/streams.h base/version.h)
 orvix_install_headers(${headers})
+# For programs that are not built by CMake. Found from where the file lies, like the CMake package.
+file(RELATIVE_PATH ORVIX_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+configure_file(cmake/orvix.pc.in ${CMAKE_BINARY_DIR}/orvix.pc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/orvix.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+        COMPONENT development)
 install(EXPORT orvixTargets NAMESPACE orvix:: DESTINATION ${package} COMPONENT development)
 configure_package_config_file(cmake/orvixConfig.cmake.in ${CMAKE_BINARY_DIR}/orvixConfig.cmake
                               INSTALL_DESTINATION ${package} PATH_VARS ORVIX_DATA_DIR)

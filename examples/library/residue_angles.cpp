@@ -1,33 +1,40 @@
-// A program of your own on the library: predicts one protein and prints the residues whose angles
-// can be trusted.
-//   residue_angles SHIFTS.tab [DATA-DIRECTORY]
+// A program of your own on the library: predicts each shift table that is named and prints the
+// residues whose angles can be trusted.
+//   residue_angles SHIFTS.tab...
 #include <cstdio>
-#include <iostream>
-#include <sstream>
+#include <memory>
 
 #include "base/run_end.h"
-#include "base/streams.h"
-#include "run/orvix.h"
+#include "model/model.h"
+#include "run/predict.h"
 
-int main(int argc, char** argv) {
-    if (argc < 2) {
-        std::cerr << "usage: residue_angles SHIFTS.tab [DATA-DIRECTORY]\n";
-        return 2;
-    }
-    ORVIX run;
-    std::ostringstream status, warnings;  // what the run says as it goes
-    try {
-        const orvix::ScopedStreams streams({&status, &warnings});
-        run.setArgs({{"in", argv[1]}, {"orvixNDir", argc > 2 ? argv[2] : ORVIX_DATA_DIR}});
-        run.orvixPredict();  // writes the seven tables into the working directory, too
-    } catch (const orvix::RunEnd& end) {
-        std::cerr << warnings.str() << end.what() << '\n';
-        return 1;
-    }
-    for (const auto& [residue, row] : run.phiPsiRows) {
+namespace {
+
+void printStrong(const orvix::Prediction& prediction) {
+    for (const auto& [residue, row] : prediction.phiPsi) {
         if (row.classWord == "Strong") {
             std::printf("%4d %s  phi %8.3f +- %6.3f  psi %8.3f +- %6.3f\n", residue,
                         row.name.c_str(), row.phi, row.phiSpread, row.psi, row.psiSpread);
         }
     }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    // Loads the data when they are first asked for, once; any number of threads may share it.
+    const auto model = std::make_shared<const orvix::Model>();
+    orvix::Settings settings;
+    settings.tabDir = ORVIX_DATA_DIR "/tab";
+    int failed = 0;
+    for (int i = 1; i < argc; ++i) {
+        try {
+            settings.inTitle = argv[i];
+            printStrong(orvix::predict(model, orvix::readShiftInput(argv[i]), settings));
+        } catch (const orvix::RunEnd& end) {
+            std::fprintf(stderr, "%s: %s\n", argv[i], end.what());
+            failed = 1;
+        }
+    }
+    return failed;
 }

@@ -44,12 +44,32 @@ cp -r "$prefix/share/orvixn/examples/library" "$work/foreign"
 "$cmake" -S "$work/foreign" -B "$work/foreign/build" -DCMAKE_PREFIX_PATH="$prefix" \
     -DCMAKE_CXX_COMPILER="$compiler" >"$work/configure.log"
 "$cmake" --build "$work/foreign/build" >"$work/build.log"
-mkdir "$work/run"
-cd "$work/run"
-"$work/foreign/build/residue_angles" "$prefix/share/orvixn/examples/ci2.tab" >angles.txt
-strong=$(grep -c ' Strong$' pred.tab)
-[ "$strong" -gt 10 ] || fail "$strong residues in class Strong"
-[ "$(wc -l <angles.txt)" -eq "$strong" ] || fail "angles.txt differs from pred.tab"
+example="$prefix/share/orvixn/examples/ci2.tab"
+"$work/foreign/build/residue_angles" "$example" >"$work/angles.txt"
+"$prefix/bin/orvix" predict "$example" -o "$work/run" 2>"$work/run.log"
+# The angles of the program, columns 3 and 4 of its table, in the same order.
+awk '$NF == "Strong" { print $1, $2, $3, $4 }' "$work/run/pred.tab" >"$work/theirs.txt"
+awk '{ print $1, $2, $4, $8 }' "$work/angles.txt" >"$work/own.txt"
+[ "$(wc -l <"$work/own.txt")" -gt 10 ] || fail "few residues in class Strong"
+cmp "$work/own.txt" "$work/theirs.txt" || fail "the library's angles are not the program's"
+if "$work/foreign/build/residue_angles" "$work/nothing.tab" 2>"$work/error.txt"; then
+    fail "a missing table was accepted"
+fi
+grep -q 'nothing.tab' "$work/error.txt" || fail "the error names no file"
+
+# The same without CMake.
+if command -v pkg-config >/dev/null; then
+    PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name orvix.pc)")
+    export PKG_CONFIG_PATH
+    # The folders have blanks in their names, which pkg-config escapes for a shell.
+    eval "$compiler -std=c++20 '-DORVIX_DATA_DIR=\"$prefix/share/orvixn\"'" \
+        "'$work/foreign/residue_angles.cpp' $(pkg-config --cflags --libs orvix) -o '$work/plain'"
+    "$work/plain" "$example" | cmp - "$work/angles.txt" || fail "pkg-config leads elsewhere"
+    [ "$(pkg-config --modversion orvix)" = "$("$prefix/bin/orvix" --version | cut -d' ' -f2)" ] ||
+        fail "versions differ"
+else
+    echo "skipped: there is no pkg-config to try orvix.pc with"
+fi
 sed 's/4.21 REQUIRED/5.0 REQUIRED/' "$prefix/share/orvixn/examples/library/CMakeLists.txt" \
     >"$work/foreign/CMakeLists.txt"
 if "$cmake" -S "$work/foreign" -B "$work/foreign/other" -DCMAKE_PREFIX_PATH="$prefix" \
