@@ -76,12 +76,13 @@ def search(queries, targets, evalue=RELATED):
         query, target, hits_file = (os.path.join(folder, name) for name in ("q", "t", "hits"))
         write_fasta(query, queries.values(), "q")
         write_fasta(target, targets.values(), "t")
-        command = ["makeblastdb", "-in", target, "-dbtype", "prot"]
-        subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
-        command = ["blastp", "-query", query, "-db", target, "-evalue", str(evalue)]
+        # By bare names: the programs take a path with a blank for two.
+        command = ["makeblastdb", "-in", "t", "-dbtype", "prot"]
+        subprocess.run(command, check=True, stdout=subprocess.DEVNULL, cwd=folder)
+        command = ["blastp", "-query", "q", "-db", "t", "-evalue", str(evalue)]
         command += ["-max_target_seqs", str(MOST_HITS), "-outfmt", f"6 {COLUMNS}"]
-        command += ["-num_threads", os.environ.get("OMP_NUM_THREADS", "2"), "-out", hits_file]
-        subprocess.run(command, check=True)
+        command += ["-num_threads", os.environ.get("OMP_NUM_THREADS", "2"), "-out", "hits"]
+        subprocess.run(command, check=True, cwd=folder)
         with open(hits_file) as stream:
             hits = sorted(parse(stream, names, others), key=lambda h: (h.query, h.target))
     by_query = collections.defaultdict(list)
