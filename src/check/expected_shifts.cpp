@@ -1,5 +1,6 @@
 #include "check/expected_shifts.h"
 
+#include <cmath>
 #include <vector>
 
 #include "base/missing.h"
@@ -56,6 +57,12 @@ void addObserved(ChainShifts& chain, const GDB& table) {
 }
 
 }  // namespace
+
+double logDensity(double deviation, double spread) {
+    constexpr double freedom = 4.0;
+    const double z = deviation / spread;
+    return -std::log(spread) - 0.5 * (freedom + 1.0) * std::log1p(z * z / freedom);
+}
 
 ChainShifts chainShifts(const Prediction& prediction, const ShiftModel& model) {
     std::vector<Conformation> conformations;

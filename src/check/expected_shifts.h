@@ -17,6 +17,10 @@ struct ExpectedShift {
     double spread = 0.0;  ///< of measured shifts around it, ppm, above 0
 };
 
+/// Logarithm of the heavy-tailed density of a deviation from an expectation of that spread, up to a
+/// constant.
+double logDensity(double deviation, double spread);
+
 /// A residue with its measured and its expected shifts.
 struct ResidueShifts {
     std::string letter;    ///< state applied

@@ -1,7 +1,6 @@
 #include "check/misassignment.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
 #include <set>
 
@@ -17,13 +16,6 @@ struct Place {
     std::array<std::optional<double>, atomCount> shifts{};  ///< offsets taken off
     bool assigned = false;                                  ///< has any shift
 };
-
-/// Logarithm of the heavy-tailed density of a deviation, up to a constant.
-double logDensity(double deviation, double spread) {
-    constexpr double freedom = 4.0;
-    const double z = deviation / spread;
-    return -std::log(spread) - 0.5 * (freedom + 1.0) * std::log1p(z * z / freedom);
-}
 
 /// What the shifts of `from` gain by a move to `to`, over the atoms of which `both` has shifts too
 /// if it is given.

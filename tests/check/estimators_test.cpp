@@ -162,23 +162,34 @@ TEST(Misassignment, FewSharedShiftsSayNothing) {
 
 TEST(Deuteration, DiffersFromAReferencingError) {
     GDB isotope;
-    isotope.loadText("VARS RESNAME CA CB\nFORMAT %4s %7.3f %7.3f\n\nA -0.68 -1.00\n", "isoadj");
-    ChainShifts chain = madeChain(100, 5);
-    const auto judged = [&] {
-        return check::judgeDeuteration(chain, check::estimateOffsets(chain), isotope);
-    };
-    EXPECT_FALSE(judged().looks);
-    for (auto& [number, residue] : chain) {
+    isotope.loadText("VARS RESNAME CA CB\nFORMAT %4s %7.3f %7.3f\n\nA -0.58 -0.70\nI -0.78 -1.30\n",
+                     "isoadj");
+    ChainShifts sound = madeChain(100, 5);
+    for (auto& [number, residue] : sound) {
+        residue.letter = number % 2 == 0 ? "A" : "I";
         residue.observed[HA].reset();
     }
-    EXPECT_FALSE(judged().looks);
-    shift(chain, CA, -0.68);
-    shift(chain, CB, -1.0);
-    EXPECT_TRUE(judged().looks);
-    EXPECT_NEAR(judged().cbIsotope, -1.0, 1e-9);
-    shift(chain, CA, -0.9);
-    shift(chain, CB, -0.6);
-    EXPECT_FALSE(judged().looks);  // lower than deuterium makes them
+    const auto judged = [&](const ChainShifts& chain) {
+        return check::judgeDeuteration(chain, check::estimateOffsets(chain), isotope);
+    };
+    EXPECT_FALSE(judged(sound).looks);
+    ChainShifts referenced = sound;
+    shift(referenced, CA, -0.84);
+    shift(referenced, CB, -0.84);
+    ChainShifts deuterated = sound;
+    for (auto& [number, residue] : deuterated) {
+        *residue.observed[CA] += number % 2 == 0 ? -0.58 : -0.78;
+        *residue.observed[CB] += number % 2 == 0 ? -0.70 : -1.30;
+    }
+    EXPECT_FALSE(judged(referenced).looks);
+    EXPECT_TRUE(judged(deuterated).looks);
+    EXPECT_NEAR(judged(deuterated).cbIsotope, -1.0, 0.02);
+    EXPECT_GT(judged(deuterated).gain, judged(referenced).gain + 3.0);
+    // Alpha protons that are assigned sit on carbons that are not deuterated.
+    for (auto& [number, residue] : deuterated) {
+        residue.observed[HA] = 4.4;
+    }
+    EXPECT_FALSE(judged(deuterated).looks);
     EXPECT_FALSE(check::judgeDeuteration({}, {}, isotope).judged);
 }
 
