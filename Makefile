@@ -1,8 +1,9 @@
 # On a fresh Debian machine, as root or with sudo, two commands do everything: make demo, make test.
 # `make help` lists the rest. Packagers call CMake themselves; nothing here is needed for that.
-.PHONY: help demo test test-cluster build packages install bench format clean
+.PHONY: help demo test test-cluster build packages install deb bench format clean
 .DEFAULT_GOAL := help
 PREFIX ?= /usr/local
+python_packages := pybind11-dev python3-dev python3-numpy
 
 help:
 	@echo "make demo       install packages, build the programs, predict the bundled example"
@@ -10,6 +11,7 @@ help:
 	@echo "make test-cluster  a batch on a Slurm cluster of this one machine (root)"
 	@echo "make build      install packages, build the programs and the data directory"
 	@echo "make install    the same, then install under PREFIX ($(PREFIX)); DESTDIR is respected"
+	@echo "make deb        Debian packages in build/deb, looked at by lintian"
 	@echo "make packages   install the Debian packages that building needs (root or sudo)"
 	@echo "make bench      ratios of the fast kernels to their plain forms; takes some minutes"
 	@echo "make format     clang-format on all sources"
@@ -25,8 +27,9 @@ build: packages
 
 test: packages
 	@echo "Building programs and tests, running the tests; the first time this takes a while."
-	@ORVIX_EXTRA_PACKAGES="libgtest-dev libgmock-dev python3-numpy" scripts/install-packages.sh
-	@scripts/configure.sh release -DORVIX_BUILD_TESTS=ON
+	@ORVIX_EXTRA_PACKAGES="libgtest-dev libgmock-dev pkg-config $(python_packages) python3-pandas \
+		python3-pytest" scripts/install-packages.sh
+	@scripts/configure.sh release -DORVIX_BUILD_TESTS=ON -DORVIX_BUILD_PYTHON=ON -DORVIX_BUILD_MAN=ON
 	cmake --build --preset release
 	ctest --preset release
 
@@ -38,6 +41,12 @@ test-cluster: packages
 
 install: build
 	cmake --install build/release --prefix "$(PREFIX)"
+
+deb: packages
+	@echo "Building the packages; this takes some minutes."
+	@ORVIX_EXTRA_PACKAGES="dpkg-dev debhelper dh-python fakeroot lintian $(python_packages)" \
+		scripts/install-packages.sh
+	scripts/build-deb.sh
 
 packages:
 	@scripts/install-packages.sh
