@@ -4,6 +4,7 @@
 .DEFAULT_GOAL := help
 PREFIX ?= /usr/local
 python_packages := pybind11-dev python3-dev python3-numpy
+BENCH_SIZE ?= full
 
 help:
 	@echo "make demo       install packages, build the programs, predict the bundled example"
@@ -13,7 +14,8 @@ help:
 	@echo "make install    the same, then install under PREFIX ($(PREFIX)); DESTDIR is respected"
 	@echo "make deb        Debian packages in build/deb, looked at by lintian"
 	@echo "make packages   install the Debian packages that building needs (root or sudo)"
-	@echo "make bench      ratios of the fast kernels to their plain forms; takes some minutes"
+	@echo "make bench      ratios of the fast kernels to their plain forms, held against the least that they"
+	@echo "                have to be; takes some minutes, BENCH_SIZE=small less"
 	@echo "make format     clang-format on all sources"
 	@echo "make clean      remove build/"
 
@@ -55,7 +57,7 @@ bench: packages
 	@ORVIX_EXTRA_PACKAGES="libbenchmark-dev" scripts/install-packages.sh
 	@scripts/configure.sh release -DORVIX_BUILD_BENCH=ON
 	cmake --build --preset release
-	scripts/bench.sh build/release full
+	scripts/bench.sh build/release $(BENCH_SIZE)
 
 format:
 	git ls-files -z '*.h' '*.cpp' | xargs -0 clang-format -i

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "base/parallel.h"
+#include "gates.h"
 #include "search/db_reader.h"
 #include "synthetic_database.h"
 
@@ -75,7 +76,7 @@ double median(std::vector<double> values) {
     return values[values.size() / 2];
 }
 
-void compareAll() {
+int compareAll() {
     std::vector<double> plain, one, several;
     for (int round = 0; round < 5; ++round) {
         DB reference;
@@ -93,6 +94,9 @@ void compareAll() {
     std::printf("median CPU s: plain %.3f, one thread %.3f (ratio %.1f), two %.3f (ratio %.1f)\n",
                 median(plain), median(one), median(plain) / median(one), median(several),
                 median(plain) / median(several));
+    Gates gates;
+    gates.require("database text, one thread", median(plain) / median(one), 6.0);
+    return gates.status();
 }
 
 void load(benchmark::State& state) {
@@ -132,10 +136,11 @@ int main(int argc, char** argv) {
         synthetic::fill(made, input.rows, 20240501);
         synthetic::write(made, input.path);
     }
-    compareAll();
+    const int status = compareAll();
     benchmark::RegisterBenchmark("load/plain", load)->Arg(0)->UseRealTime();
     benchmark::RegisterBenchmark("load/one_thread", load)->Arg(1)->UseRealTime();
     benchmark::RegisterBenchmark("load/two_threads", load)->Arg(2)->UseRealTime();
     benchmark::RunSpecifiedBenchmarks();
     std::filesystem::remove(input.path);
+    return status;
 }

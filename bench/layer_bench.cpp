@@ -6,105 +6,22 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <functional>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "gates.h"
+#include "literal_layers.h"
 #include "networks/weight_maps.h"
 
 namespace {
 
-struct Sizes {
-    int inputs, hidden, outputs, residues;
-};
-
-struct Network {
-    orvix::networks::WeightRows rows[3][3];
-    std::vector<double> bias[3][3];
-    std::vector<orvix::networks::Member> members;
-};
-
-void fill(Network& network, const Sizes& sizes, double zeroShare, std::mt19937& random) {
-    std::normal_distribution<double> weight(0.0, 0.05);
-    std::uniform_real_distribution<double> share(0.0, 1.0);
-    const int height[] = {sizes.inputs, sizes.hidden, sizes.outputs};
-    const int width[] = {sizes.inputs, sizes.inputs, sizes.hidden};
-    for (int m = 0; m < 3; ++m) {
-        orvix::networks::Member& member = network.members.emplace_back();
-        for (int layer = 0; layer < 3; ++layer) {
-            for (int r = 0; r < height[layer]; ++r) {
-                std::vector<double>& row = network.rows[m][layer][r];
-                for (int c = 0; c < width[layer]; ++c) {
-                    const double value = static_cast<double>(static_cast<float>(weight(random)));
-                    row.push_back(share(random) < zeroShare ? 0.0 : value);
-                }
-                network.bias[m][layer].push_back(weight(random));
-            }
-            member[static_cast<std::size_t>(layer)] =
-                orvix::networks::viewLayer(network.rows[m][layer], network.bias[m][layer], 0);
-        }
-    }
-}
-
-// The rule as it reads, with a look-up in the map for every weight.
-std::vector<double> literalLayer(const std::vector<double>& input,
-                                 orvix::networks::WeightRows& rows, const std::vector<double>& bias,
-                                 bool tanh) {
-    std::vector<double> out;
-    for (int i = 0; i < static_cast<int>(rows.size()); ++i) {
-        double s = 0.0;
-        int n = 0;
-        for (std::size_t j = 0; j < input.size(); ++j) {
-            s += input[j] * rows[i][j];
-            const int t = static_cast<int>(s);
-            n += t;
-            s -= t;
-        }
-        const double sum = s + n + bias[static_cast<std::size_t>(i)];
-        out.push_back(tanh ? 2 / (1 + std::exp(-2 * sum)) - 1 : sum);
-    }
-    return out;
-}
-
-orvix::networks::EnsembleOutput literalPass(
-    Network& network, const std::vector<const std::vector<double>*>& windows) {
-    orvix::networks::EnsembleOutput results(3);
-    for (const std::vector<double>* window : windows) {
-        for (std::size_t m = 0; m < 3; ++m) {
-            std::vector<double> values = *window;
-            for (int layer = 0; layer < 3; ++layer) {
-                values =
-                    literalLayer(values, network.rows[m][layer], network.bias[m][layer], layer < 2);
-            }
-            results[m].push_back(values);
-        }
-    }
-    return results;
-}
-
-bool sameBits(const orvix::networks::EnsembleOutput& a, const orvix::networks::EnsembleOutput& b) {
-    if (a.size() != b.size()) {
-        return false;
-    }
-    for (std::size_t m = 0; m < a.size(); ++m) {
-        if (a[m].size() != b[m].size()) {
-            return false;
-        }
-        for (std::size_t w = 0; w < a[m].size(); ++w) {
-            if (a[m][w].size() != b[m][w].size() ||
-                std::memcmp(a[m][w].data(), b[m][w].data(), a[m][w].size() * sizeof(double)) != 0) {
-                return false;
-            }
-        }
-    }
-    return true;
-}
+using literal::Network;
+using literal::Sizes;
 
 double median(std::vector<double> values) {
     std::sort(values.begin(), values.end());
@@ -118,10 +35,10 @@ struct Form {
     std::vector<double> cpu;
 };
 
-int measure(const Sizes& sizes, double zeroShare, int repeats) {
+int measure(const Sizes& sizes, double zeroShare, int repeats, Gates& gates) {
     std::mt19937 random(20240501);
     Network network;
-    fill(network, sizes, zeroShare, random);
+    literal::fill(network, sizes, zeroShare, random);
     std::uniform_real_distribution<double> value(-0.2, 1.0);
     std::vector<std::vector<double>> inputs(static_cast<std::size_t>(sizes.residues));
     std::vector<const std::vector<double>*> windows;
@@ -133,7 +50,7 @@ int measure(const Sizes& sizes, double zeroShare, int repeats) {
     }
 
     std::vector<Form> forms;
-    forms.push_back({"maps", [&] { return literalPass(network, windows); }, {}, {}});
+    forms.push_back({"maps", [&] { return literal::pass(network, windows); }, {}, {}});
     forms.push_back({"plain",
                      [&] { return orvix::networks::runEnsemblePlain(network.members, windows); },
                      {},
@@ -152,7 +69,7 @@ int measure(const Sizes& sizes, double zeroShare, int repeats) {
 
     const orvix::networks::EnsembleOutput expected = forms[0].run();
     for (Form& form : forms) {
-        if (!sameBits(form.run(), expected)) {
+        if (!literal::sameBits(form.run(), expected)) {
             std::printf("FAILED: %s differs from the maps\n", form.name.c_str());
             return 1;
         }
@@ -182,6 +99,14 @@ int measure(const Sizes& sizes, double zeroShare, int repeats) {
                     1e3 * *std::max_element(form.seconds.begin(), form.seconds.end()),
                     1e-9 * products / time, base / time, 1e3 * median(form.cpu),
                     median(forms[0].cpu) / median(form.cpu));
+        const bool zeros = zeroShare > 0.0;
+        if (form.name == "avx2 1T") {
+            gates.require(zeros ? "layers, 90 % zero, avx2" : "layers, avx2",
+                          median(forms[0].cpu) / median(form.cpu), zeros ? 100.0 : 20.0);
+        } else if (form.name == "avx512 1T") {
+            gates.require(zeros ? "layers, 90 % zero, avx512" : "layers, avx512",
+                          median(forms[0].cpu) / median(form.cpu), zeros ? 100.0 : 28.0);
+        }
     }
     return 0;
 }
@@ -202,6 +127,11 @@ int main(int argc, char** argv) {
             return 2;
         }
     }
-    const int dense = measure(sizes, 0.0, repeats);
-    return dense != 0 ? dense : measure(sizes, 0.9, repeats);
+    Gates gates;
+    for (const double zeroShare : {0.0, 0.9}) {
+        if (const int status = measure(sizes, zeroShare, repeats, gates); status != 0) {
+            return status;
+        }
+    }
+    return gates.status();
 }

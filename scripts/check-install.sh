@@ -19,4 +19,13 @@ env -u ORVIXN_DIR "$prefix/bin/orvix" predict \
     "$prefix/share/orvixn/examples/$name.tab" -o companion 2>run.log
 test -s companion/results.json || { echo "no results.json was written" >&2; exit 1; }
 cmp pred.tab companion/pred.tab
+# The installed tables are whole, and their image, where the build makes one, fits them.
+env -u ORVIXN_DIR "$prefix/bin/orvix" data verify >verify.txt || { cat verify.txt >&2; exit 1; }
+if grep -q '^STALE' verify.txt; then
+    echo "the installed image is not of the installed tables" >&2
+    exit 1
+fi
+env -u ORVIXN_DIR "$prefix/bin/orvix" predict --no-image \
+    "$prefix/share/orvixn/examples/$name.tab" -o text 2>run.log
+cmp companion/results.json text/results.json
 echo "the installed programs wrote all seven tables and results.json"
