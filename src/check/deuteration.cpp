@@ -63,6 +63,8 @@ Deuteration judgeDeuteration(const ChainShifts& chain, const Offsets& offsets,
     // Usual sizes of what referencing adds to either explanation, and of the part of the isotope
     // shift that another degree of deuteration makes, ppm.
     constexpr double usualOffset = 0.6, usualRest = 0.15;
+    // Most samples that are merely referenced low stay below.
+    constexpr double leastGain = 1.2;
     // An alpha proton that is assigned sits on a carbon that is not deuterated.
     constexpr double mostAlpha = 0.2;
 
@@ -96,7 +98,7 @@ Deuteration judgeDeuteration(const ChainShifts& chain, const Offsets& offsets,
         protons += residue.observed[ca] && residue.observed[alpha] ? 1 : 0;
     }
     found.alphaShare = carbons > 0 ? static_cast<double>(protons) / carbons : 1.0;
-    found.looks = found.gain > 0.0 && found.alphaShare < mostAlpha &&
+    found.looks = found.gain > leastGain && found.alphaShare < mostAlpha &&
                   first->offset < 0.5 * found.caIsotope && second->offset < 0.5 * found.cbIsotope;
     return found;
 }

@@ -21,6 +21,7 @@ off them instead.
 
 import argparse
 import collections
+import itertools
 import json
 import os
 import random
@@ -59,14 +60,13 @@ OTHERS = ("none", "swap", "archive", "deuterated", "no HA, CA/CB low")
 NUCLEI = ("CA/CB", "C", "HA", "N", "HN")
 
 
-def records(source, tables, count):
-    """The records to test, in an order that does not depend on their number."""
+def records(source, tables, skip, count):
+    """The records to test that have a table, without the first `skip` of the mixed order."""
     unfit = ("deuterated", "solid", "paramag", "micelle", "sds", "dpc", "urea", "guani", "register")
     chosen = [
         row
         for row in read_tsv(os.path.join(source, "manifest.tsv"))
-        if os.path.exists(os.path.join(tables, row["id"] + ".tab"))
-        and row["primary"] == "1"
+        if row["primary"] == "1"
         and row["referencing"] == "RefDB"
         and int(row["length"]) <= 220
         and int(row["n_CA"]) >= 40
@@ -74,7 +74,8 @@ def records(source, tables, count):
         and not any(word in row["flags"] for word in unfit)
     ]
     random.Random(5).shuffle(chosen)
-    return chosen[:count]
+    there = (r for r in chosen[skip:] if os.path.exists(os.path.join(tables, r["id"] + ".tab")))
+    return list(itertools.islice(there, count))
 
 
 def shift_rows(lines):
@@ -282,12 +283,14 @@ def main():
     parser.add_argument("--skip", type=int, default=0)
     parser.add_argument("--faults", default="none;swap", help="separated by semicolons")
     args = parser.parse_args()
-    chosen = records(args.source, args.tables, args.skip + args.proteins)[args.skip :]
+    chosen = records(args.source, args.tables, args.skip, args.proteins)
     for fault in args.faults.split(";"):
         if fault not in OTHERS and fault not in FAULTS:
             parser.error("no fault %s; there are %s" % (fault, "; ".join((*OTHERS, *FAULTS))))
         done = [(row, check(args, row, fault)) for row in chosen]
         results = {row["id"]: outcome for row, outcome in done if outcome}
+        if not results:
+            raise SystemExit("no check of %s went through" % fault)
         print("%s: %d proteins" % (fault, len(results)))
         if fault != "swap":
             report_offsets(results, fault)
