@@ -50,12 +50,12 @@ TEST(CommandLine, CutsAtBlankMinus) {
     EXPECT_EQ(line.unknown, (std::vector<std::string>{""}));
 }
 
-/// Words behind a minus sign in the option table of the guide.
-std::set<std::string> optionsOfTheGuide() {
-    std::ifstream guide(ORVIX_GUIDE);
+/// Words behind a minus sign in the option table of the page of orvixn.
+std::set<std::string> documentedOptions() {
+    std::ifstream page(ORVIX_OPTIONS_PAGE);
     std::set<std::string> names;
     bool inTable = false;
-    for (std::string line; std::getline(guide, line);) {
+    for (std::string line; std::getline(page, line);) {
         if (line.starts_with("| Option |")) {
             inTable = true;
         } else if (line.empty()) {
@@ -71,22 +71,22 @@ std::set<std::string> optionsOfTheGuide() {
     return names;
 }
 
-TEST(Options, TheGuideTellsOfThoseThatHaveAnEffect) {
+TEST(Options, ThePageOfTheProgramTellsOfThoseThatHaveAnEffect) {
     std::set<std::string> working;
     for (const orvix::Option& option : orvix::allOptions()) {
         if (option.kind != orvix::OptionKind::none) {
             working.insert(option.name);
         }
     }
-    const std::set<std::string> guide = optionsOfTheGuide();
-    EXPECT_GT(guide.size(), 25U);
-    EXPECT_THAT(working, testing::IsSupersetOf(guide));
+    const std::set<std::string> documented = documentedOptions();
+    EXPECT_GT(documented.size(), 25U);
+    EXPECT_THAT(working, testing::IsSupersetOf(documented));
     // Second names, and what the text beside the table explains.
     for (const char* name :
          {"orvixDir", "orvixNDir", "star", "pdb", "out", "alignLen", "help", "np", "nproc"}) {
         working.erase(name);
     }
-    EXPECT_THAT(guide, testing::IsSupersetOf(working));
+    EXPECT_THAT(documented, testing::IsSupersetOf(working));
 }
 
 TEST(Options, EarlierNamesGoBeforeLaterOnes) {
