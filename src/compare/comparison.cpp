@@ -119,7 +119,7 @@ void rank(Comparison& comparison) {
         }
         entrants.push_back(&model);
         for (const auto& [number, residue] : model.residues) {
-            holders[number] += residue.far ? 1 : 0;
+            holders[number] += residue.far ? 1U : 0U;
         }
     }
     for (const auto& [number, count] : holders) {
