@@ -95,7 +95,8 @@ Prepared prepareImage(const std::string& tables, const std::string& output) {
     for (const networks::NetworkKind& kind : networks::allNetworkKinds()) {
         std::shared_ptr<const networks::NetworkWeights> weights;
         preparation.take(
-            kind.name, networks::networkFiles(kind), [&] { weights = text.network(pathOf(kind.name), kind); },
+            kind.name, networks::networkFiles(kind),
+            [&] { weights = text.network(pathOf(kind.name), kind); },
             [&] { addNetwork(preparation.writer, kind, *weights); });
     }
     Prepared& result = preparation.result;
