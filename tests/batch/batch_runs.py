@@ -6,6 +6,7 @@ batch_runs.py BUILD_DIRECTORY EXAMPLES DOCS [TEST...]
 
 import fcntl
 import gzip
+import json
 import os
 import pathlib
 import random
@@ -291,6 +292,29 @@ class BatchTest(unittest.TestCase):
             self.batch("disk/out")
             self.assert_same("disk/out", [disk / "out" / "predictions.sqlite"], expected)
             shutil.rmtree(disk / "out")
+
+    def index(self, name, *options):
+        """The record of the index page of `out`."""
+        page = self.place / name
+        subprocess.run([PROGRAM, "report", "out", "--index-only", "-o", page, *options], cwd=self.place, check=True,
+                       capture_output=True, env={**os.environ, "SOURCE_DATE_EPOCH": "1700000000"})
+        return json.loads(re.search(r'id="record">(.*?)</script', page.read_text(), re.DOTALL).group(1))
+
+    def test_an_index_is_the_same_from_the_store_and_from_the_results(self):
+        self.fill(4)
+        (self.inputs / "bad.tab").write_text("nothing\n")
+        self.batch("out", status=5)
+        stored = self.index("stored.html")
+        self.assertEqual([one["name"] for one in stored["failures"]], ["bad"])
+        self.assertEqual(len(stored["proteins"]), 4)
+        self.assertGreater(sum(one["classes"]["Strong"] for one in stored["proteins"]), 0)
+        (self.place / "out" / "predictions.sqlite").rename(self.place / "kept")
+        self.assertEqual(self.index("read.html")["proteins"], stored["proteins"])
+        # Without directories the store alone makes the index, without links.
+        for result in self.place.glob("out/p*"):
+            shutil.rmtree(result)
+        (self.place / "kept").rename(self.place / "out" / "predictions.sqlite")
+        self.assertEqual(self.index("alone.html")["proteins"], stored["proteins"])
 
     def test_the_docs_describe_the_store_and_their_questions_run(self):
         for name in ("ci2.tab", "fgf2.tab"):
