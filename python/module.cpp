@@ -14,6 +14,7 @@
 #include "base/run_end.h"
 #include "base/version.h"
 #include "cli/data_directory.h"
+#include "cli/image_options.h"
 #include "cli/import_options.h"
 #include "cli/prediction_options.h"
 #include "cli/prediction_page.h"
@@ -153,7 +154,7 @@ class NativeModel {
 
   private:
     jobs::DataPlace data_;
-    std::shared_ptr<const Model> model_ = std::make_shared<const Model>();
+    std::shared_ptr<const Model> model_ = cli::modelFor({});
 };
 
 PyObject *baseError, *usageError, *inputError, *dataError, *runError;

@@ -90,6 +90,7 @@ class Model:
         iso: bool = False,
         keep_cysteines: bool = False,
         offset: bool = False,
+        reference: Optional[str] = None,
         no_clip: bool = False,
         s2_threshold: Optional[float] = None,
         exclude: Optional[str] = None,

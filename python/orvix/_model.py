@@ -150,6 +150,7 @@ class Model:
         iso=False,
         keep_cysteines=False,
         offset=False,
+        reference=None,
         no_clip=False,
         s2_threshold=None,
         exclude=None,

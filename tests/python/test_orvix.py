@@ -190,8 +190,9 @@ def test_options_are_those_of_the_program_and_of_the_stubs():
     names = set(re.findall(r"--([a-z][a-z0-9-]*)", shown.split("\n\n", 1)[1]))
     program = {name.replace("-", "_") for name in names}
     own = set(inspect.signature(orvix.Model.predict).parameters)
-    # Of the program alone: files and help. Of the module alone: data frames.
-    assert program - own == {"help", "output", "force", "report", "data_dir", "noproton"}
+    # Of the program alone: files, images and help. Of the module alone: data frames.
+    files = {"output", "force", "report", "data_dir", "no_image", "check_image"}
+    assert program - own == files | {"help", "noproton"}
     assert own - program == {"self", "shifts", "first_residue"}
 
     stub = ast.parse(pathlib.Path(orvix.__file__).with_suffix(".pyi").read_text())
