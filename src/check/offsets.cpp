@@ -42,6 +42,7 @@ NucleusOffset robustPlace(const std::vector<Deviation>& deviations) {
     constexpr double tuning = 5.0;
     constexpr int rounds = 30;
     std::vector<double> values;
+    values.reserve(deviations.size());
     for (const Deviation& one : deviations) {
         values.push_back(one.value);
     }
@@ -51,6 +52,7 @@ NucleusOffset robustPlace(const std::vector<Deviation>& deviations) {
     double scale = 1.0;
     for (int round = 0; round < rounds; ++round) {
         std::vector<double> sizes;
+        sizes.reserve(deviations.size());
         for (const Deviation& one : deviations) {
             sizes.push_back(std::fabs(one.value - place.offset) / one.spread);
         }

@@ -13,7 +13,7 @@ DRIVER = os.environ.get("ORVIX_CHROMEDRIVER") or shutil.which("chromedriver")
 ASSETS = Path(os.environ.get("ORVIX_REPORT_ASSETS", "."))
 PICTURES = Path(os.environ.get("ORVIX_REPORT_PICTURES", "."))
 
-FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
+FLAGS = ["--headless", "--no-sandbox", "--disable-dev-shm-usage", "--disable-gpu", "--disable-quic", "--no-first-run",
          "--disable-background-networking", "--disable-component-update", "--disable-sync",
          "--disable-extensions", "--hide-scrollbars"]
 
