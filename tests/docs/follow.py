@@ -15,6 +15,7 @@ import difflib
 import os
 import pathlib
 import re
+import shlex
 import subprocess
 import sys
 import tempfile
@@ -57,7 +58,7 @@ class Shell:
     def run(self, command):
         """Output and status."""
         for old, new in self.replace:
-            command = command.replace(old, new)
+            command = command.replace(old, shlex.quote(new))
         self.bash.stdin.write(f'{{ {command}\n}} </dev/null\necho "{self.END} $?"\n')
         self.bash.stdin.flush()
         lines = []
