@@ -139,14 +139,17 @@ PARTS=3 sbatch --wait --array=1 --cpus-per-task=1 --mem=0 --output="$place/array
 same_as_one array
 echo "array of 3 parts, one killed and begun again: as one process"
 
-# Snakemake: it sees itself that a part's job died, and begins it again.
-snakemake --snakefile "$source/workflow/Snakefile" --profile "$source/workflow/profiles/slurm" \
+# Snakemake: it sees itself that a part's job died, and begins it again. It does not stand a blank in
+# the path of a profile, which the checkout's may have.
+cp -r "$source/workflow" "$daemons/workflow"
+snakemake --snakefile "$daemons/workflow/Snakefile" --profile "$daemons/workflow/profiles/slurm" \
     --config manifest=jobs.txt output=snake shards=3 threads=1 orvix="$orvix" \
     --default-resources mem_mb=1 runtime=10 --latency-wait 5 >snakemake.log 2>&1 &
 snake_pid=$!
 for _ in $(seq 300); do
     job=$(squeue -h -t RUNNING -o %i | head -n 1)
     [ -n "$job" ] && break
+    kill -0 $snake_pid 2>/dev/null || fail "$(tail -n 30 snakemake.log)"
     sleep 0.2
 done
 kill_in_the_middle snake 5 "$job"
